@@ -1,0 +1,52 @@
+#pragma once
+
+#include "hdiutil/image/ByteSource.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace hdi {
+
+// How an image is read.
+struct ReadOptions {
+    unsigned threads = 0;                        // that decode ahead; 0: one per core
+    std::size_t cacheBytes = 32U * 1024 * 1024;  // of decoded chunks, at most
+};
+
+// What `imageinfo` prints of a container.
+struct ImageFacts {
+    std::string format;      // "UDZO", "UDBZ", "ULMO", "ULFO", "UDCO", "UDRO", "raw"
+    std::string description; // "UDIF read-only compressed (zlib)"
+    std::uint64_t diskBytes = 0;
+    std::uint64_t fileBytes = 0;
+    std::uint64_t chunkCount = 0;
+    bool hasDataForkChecksum = false;
+    bool hasLicence = false;
+};
+
+// An opened image file: its decoded bytes as one disk. Chunks are decoded only when they are read, each at most once
+// while it stays in the cache.
+//
+// Threads: disk() any number at once, the rest one at a time.
+class DiskImage {
+public:
+    // Recognises UDIF (by the trailer, libplist for its XML) and plain raw images. Throws ImageError.
+    static std::unique_ptr<DiskImage> open(const std::string& path, const ReadOptions& options = {});
+    virtual ~DiskImage() = default;
+
+    virtual ByteSourcePtr disk() const = 0;
+    virtual const ImageFacts& facts() const = 0;
+    // Licence texts in the image, UTF-8, the default language first; usually empty.
+    virtual std::vector<std::string> licences() const = 0;
+
+    // The CRC-32 over the compressed bytes. False when the image carries none. Throws ImageError (kDamaged).
+    virtual bool verifyDataFork() const = 0;
+    // The checksum of every chunk table and the master checksum over them, which means decoding everything; `progress`
+    // gets 0…1. Throws ImageError (kDamaged).
+    virtual void verifyTables(void (*progress)(double)) const = 0;
+};
+
+} // namespace hdi

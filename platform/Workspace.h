@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/base/Address.h"
+
+#include <QString>
+
+#include <optional>
+
+// Opening addresses and finding applications. Main thread.
+namespace platform {
+
+// Hands the address to the user's default handler; true when that could be started. False for an absent address.
+// Does not wait for the other program.
+bool openAddress(const std::optional<Address>& address);
+
+// The full path of the application at an absolute path; absent when there is no application bundle.
+std::optional<QString> fullPathForApplication(const QString& path);
+
+} // namespace platform

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+
+// Path operations on plain text, without a look at the file system. Given the text of an address they know nothing of
+// queries: the extension of "https://h/a.dmg?x=1" is "dmg?x=1".
+namespace PathText {
+
+// What follows the last dot of the last component; empty when the component begins with its only dot or ends with one.
+// Slashes at the end are ignored.
+QString pathExtension(const QString& path);
+QString lastPathComponent(const QString& path);
+QString deletingLastPathComponent(const QString& path);
+
+// Escapes everything outside letters, digits and -._~!$&'()*+,/:;=?@ as %XX of its UTF-8 bytes; % becomes %25 always.
+QString percentEscaped(const QString& text);
+
+// White space of the platform: blank, tab and the Unicode space separators, no line ends.
+QString trimmedOfWhitespace(const QString& text);
+// The same plus LF, VT, FF, CR, U+0085, U+2028 and U+2029.
+QString trimmedOfWhitespaceAndNewlines(const QString& text);
+
+} // namespace PathText

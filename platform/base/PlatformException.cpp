@@ -1,0 +1,26 @@
+#include "platform/base/PlatformException.h"
+
+#include <cstring>
+#include <utility>
+
+PlatformException::PlatformException(QString name, QString reason, QVariantMap userInfo)
+    : name_(std::move(name)), reason_(std::move(reason)), userInfo_(std::move(userInfo)),
+      what_(description().toUtf8()) {}
+
+const char* PlatformException::what() const noexcept {
+    return what_.constData();
+}
+
+PlatformException PlatformException::range(const QString& reason) {
+    return {QStringLiteral("NSRangeException"), reason};
+}
+
+PlatformException PlatformException::invalidArgument(const QString& reason) {
+    return {QStringLiteral("NSInvalidArgumentException"), reason};
+}
+
+PlatformException PlatformException::fileHandle(const QString& operation, int errorNumber) {
+    return {QStringLiteral("NSFileHandleOperationException"),
+            QStringLiteral("*** -[NSConcreteFileHandle %1]: %2")
+                .arg(operation, QString::fromLocal8Bit(std::strerror(errorNumber)))};
+}
