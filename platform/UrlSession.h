@@ -34,8 +34,8 @@ struct UrlResponse {
 
 // What bounds a transfer. The program uses the values given here.
 struct TransferLimits {
-    std::chrono::milliseconds idle = std::chrono::seconds(60);      // without a byte, connecting included
-    std::chrono::milliseconds whole = std::chrono::hours(24 * 7);   // from start to end
+    std::chrono::milliseconds idle = std::chrono::seconds(60);    // without a byte, connecting included
+    std::chrono::milliseconds whole = std::chrono::hours(24 * 7); // from start to end
     long redirects = 16;
     long receiveBuffer = 512 * 1024; // bytes
 };
@@ -43,8 +43,8 @@ struct TransferLimits {
 namespace UrlSession {
 
 // Exactly one of the error and the response with its data is there; data may be present and empty.
-using DataCompletion = std::function<void(std::optional<QByteArray>, std::optional<UrlResponse>,
-                                          std::optional<TransportError>)>;
+using DataCompletion =
+    std::function<void(std::optional<QByteArray>, std::optional<UrlResponse>, std::optional<TransportError>)>;
 
 // The shared session. Returns at once; `completion` runs exactly once, on the request's own thread.
 // Throws PlatformException when no thread can be started.

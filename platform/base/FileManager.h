@@ -37,8 +37,9 @@ std::optional<Error> writeAtomically(const QByteArray& bytes, const QString& pat
 
 } // namespace FileManager
 
-// A handle that writes to an existing file, opened at position 0 without truncating it. An absent handle (the file is
-// missing, a folder, or not permitted) ignores every call, as a message to nothing does.
+// A handle that writes to an existing file without creating or truncating it. What it writes always goes to the end,
+// also when another thread has written since the seek: entries of several threads stay whole. An absent handle (the
+// file is missing, a folder, or not permitted) ignores every call, as a message to nothing does.
 //
 // Errors: seeking, writing and closing throw PlatformException (NSFileHandleOperationException).
 class WritingFileHandle {

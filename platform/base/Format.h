@@ -37,8 +37,7 @@ public:
     FormatArgument(const TransportError& error) : value_(error.text()) {}
     FormatArgument(double number) : value_(number) {}
     template <typename Integer>
-        requires std::is_integral_v<Integer>
-    FormatArgument(Integer number) : value_(static_cast<qint64>(number)) {}
+    requires std::is_integral_v<Integer> FormatArgument(Integer number) : value_(static_cast<qint64>(number)) {}
 
     // `conversion` is the letter of the placeholder: '@', 's', 'd' or 'f'.
     QString text(char conversion) const;
@@ -52,6 +51,7 @@ private:
 // Does not know widths, precisions or positions.
 QString formatList(const char* utf8Template, std::initializer_list<FormatArgument> arguments);
 
-template <typename... Arguments> QString format(const char* utf8Template, const Arguments&... arguments) {
+template <typename... Arguments>
+QString format(const char* utf8Template, const Arguments&... arguments) {
     return formatList(utf8Template, {FormatArgument(arguments)...});
 }

@@ -1,0 +1,202 @@
+#include "platform/base/FileManager.h"
+
+#include "platform/RealPath.h"
+#include "platform/base/PlatformException.h"
+
+#include <QFile>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path kernelPath(const QString& plain) {
+    return QFile::encodeName(platform::realPath(plain)).toStdString();
+}
+
+QString fileName(const QString& path) {
+    return path.mid(path.lastIndexOf(u'/') + 1);
+}
+
+QString sentence(const char* before, const QString& path, const char* after) {
+    return QString::fromUtf8(before) + QStringLiteral("“") + fileName(path) + QStringLiteral("”") +
+           QString::fromUtf8(after);
+}
+
+// Codes as published in <Foundation/FoundationErrors.h>.
+constexpr int kNoSuchFile = 4;
+constexpr int kWriteUnknown = 512;
+constexpr int kWriteNoPermission = 513;
+constexpr int kWriteFileExists = 516;
+constexpr int kWriteOutOfSpace = 640;
+
+int writeCode(const std::error_code& error) {
+    if (error == std::errc::permission_denied || error == std::errc::operation_not_permitted)
+        return kWriteNoPermission;
+    if (error == std::errc::no_space_on_device)
+        return kWriteOutOfSpace;
+    if (error == std::errc::file_exists || error == std::errc::not_a_directory)
+        return kWriteFileExists;
+    return kWriteUnknown;
+}
+
+int removeCode(const std::error_code& error) {
+    return error == std::errc::no_such_file_or_directory ? kNoSuchFile : writeCode(error);
+}
+
+int openRetrying(const fs::path& path, int flags, mode_t mode = 0) {
+    int descriptor = -1;
+    do
+        descriptor = ::open(path.c_str(), flags | O_CLOEXEC, mode);
+    while (descriptor < 0 && errno == EINTR);
+    return descriptor;
+}
+
+// Zero, or the errno value of the failure.
+int writeAll(int descriptor, const QByteArray& bytes) {
+    const char* at = bytes.constData();
+    qsizetype left = bytes.size();
+    while (left > 0) {
+        const ssize_t written = ::write(descriptor, at, static_cast<size_t>(left));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            return errno;
+        at += written;
+        left -= written;
+    }
+    return 0;
+}
+
+} // namespace
+
+namespace FileManager {
+
+QString Error::text() const {
+    return QStringLiteral("Error Domain=NSCocoaErrorDomain Code=") + QString::number(code) + QStringLiteral(" \"") +
+           description + QStringLiteral("\" UserInfo={NSFilePath=") + path + u'}';
+}
+
+bool fileExists(const QString& path) {
+    std::error_code error;
+    return fs::exists(kernelPath(path), error);
+}
+
+std::optional<QStringList> contentsOfDirectory(const QString& path) {
+    std::error_code error;
+    QStringList names;
+    fs::directory_iterator entry(kernelPath(path), error);
+    for (const fs::directory_iterator end; !error && entry != end; entry.increment(error))
+        names += QFile::decodeName(entry->path().filename().c_str());
+    return error ? std::nullopt : std::optional(names);
+}
+
+std::optional<Error> createDirectory(const QString& path) {
+    std::error_code error;
+    const fs::path folder = kernelPath(path);
+    fs::create_directories(folder, error);
+    if (!error && fs::is_directory(folder, error))
+        return std::nullopt;
+    return Error{writeCode(error), sentence("The folder ", path, " couldn’t be created."), path};
+}
+
+bool createFile(const QString& path) {
+    const int descriptor = openRetrying(kernelPath(path), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    return descriptor >= 0 && ::close(descriptor) == 0;
+}
+
+std::optional<Error> removeItem(const QString& path) {
+    std::error_code error;
+    const fs::path target = kernelPath(path);
+    if (!fs::exists(fs::symlink_status(target, error)))
+        error = std::make_error_code(std::errc::no_such_file_or_directory);
+    else
+        fs::remove_all(target, error);
+    if (!error)
+        return std::nullopt;
+    return Error{removeCode(error), sentence("", path, " couldn’t be removed."), path};
+}
+
+std::optional<Error> moveItem(const QString& from, const QString& to) {
+    const fs::path source = kernelPath(from);
+    const fs::path target = kernelPath(to);
+    std::error_code error;
+    if (fs::exists(fs::symlink_status(target, error))) {
+        error = std::make_error_code(std::errc::file_exists);
+    } else {
+        fs::rename(source, target, error);
+        if (error == std::errc::cross_device_link) {
+            error.clear();
+            fs::copy(source, target, fs::copy_options::recursive | fs::copy_options::copy_symlinks, error);
+            if (!error)
+                fs::remove_all(source, error);
+        }
+    }
+    if (!error)
+        return std::nullopt;
+    return Error{removeCode(error), sentence("", from, " couldn’t be moved."), from};
+}
+
+std::optional<QByteArray> contents(const QString& path) {
+    QFile file(platform::realPath(path));
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    const QByteArray bytes = file.readAll();
+    return file.error() == QFileDevice::NoError ? std::optional(bytes) : std::nullopt;
+}
+
+std::optional<Error> writeAtomically(const QByteArray& bytes, const QString& path) {
+    const fs::path target = kernelPath(path);
+    std::string temporary = target.string() + ".XXXXXX";
+    const int descriptor = ::mkostemp(temporary.data(), O_CLOEXEC);
+    int failure = descriptor < 0 ? errno : writeAll(descriptor, bytes);
+    if (descriptor >= 0 && ::close(descriptor) != 0 && failure == 0)
+        failure = errno;
+    if (failure == 0 && std::rename(temporary.c_str(), target.c_str()) != 0)
+        failure = errno;
+    if (failure == 0)
+        return std::nullopt;
+    if (descriptor >= 0)
+        ::unlink(temporary.c_str());
+    const std::error_code error(failure, std::generic_category());
+    return Error{writeCode(error), sentence("The file ", path, " couldn’t be saved."), path};
+}
+
+} // namespace FileManager
+
+WritingFileHandle::WritingFileHandle(const QString& path)
+    : descriptor_(openRetrying(kernelPath(path), O_WRONLY | O_APPEND)) {}
+
+WritingFileHandle::~WritingFileHandle() {
+    if (isPresent())
+        ::close(descriptor_);
+}
+
+void WritingFileHandle::seekToEndOfFile() {
+    if (isPresent() && ::lseek(descriptor_, 0, SEEK_END) < 0)
+        throw PlatformException::fileHandle(QStringLiteral("seekToEndOfFile"), errno);
+}
+
+void WritingFileHandle::writeData(const QByteArray& bytes) {
+    if (!isPresent())
+        return;
+    if (const int failure = writeAll(descriptor_, bytes))
+        throw PlatformException::fileHandle(QStringLiteral("writeData:"), failure);
+}
+
+void WritingFileHandle::closeFile() {
+    if (!isPresent())
+        return;
+    const int descriptor = descriptor_;
+    descriptor_ = -1;
+    if (::close(descriptor) != 0)
+        throw PlatformException::fileHandle(QStringLiteral("closeFile"), errno);
+}

@@ -1,0 +1,18 @@
+#include "platform/base/ProcessArguments.h"
+
+namespace {
+
+QStringList& slot() {
+    static QStringList arguments;
+    return arguments;
+}
+
+} // namespace
+
+void setProcessArguments(const QStringList& arguments) {
+    slot() = arguments;
+}
+
+const QStringList& processArguments() {
+    return slot();
+}

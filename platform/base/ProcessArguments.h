@@ -1,0 +1,8 @@
+#pragma once
+
+#include <QStringList>
+
+// The argument list the process was started with, program path first. Main sets it once, before any other thread; then
+// any thread may read it.
+void setProcessArguments(const QStringList& arguments);
+const QStringList& processArguments();

@@ -1,0 +1,129 @@
+#include "platform/base/PropertyList.h"
+
+#include "platform/base/FileManager.h"
+#include "platform/base/PropertyListGuard.h"
+
+#include <QDateTime>
+#include <QTimeZone>
+
+#include <plist/plist.h>
+
+#include <cstdlib>
+#include <memory>
+#include <type_traits>
+
+namespace {
+
+struct NodeDeleter {
+    void operator()(void* node) const { plist_free(node); }
+};
+struct MemoryDeleter {
+    void operator()(void* memory) const { std::free(memory); }
+};
+using OwnedText = std::unique_ptr<char, MemoryDeleter>;
+
+QVariant toVariant(plist_t node);
+
+QVariant toText(plist_t node, void (*read)(plist_t, char**)) {
+    char* bytes = nullptr;
+    read(node, &bytes);
+    const OwnedText owner(bytes);
+    return QString::fromUtf8(bytes);
+}
+
+QVariantMap toDictionary(plist_t node) {
+    QVariantMap dictionary;
+    plist_dict_iter iterator = nullptr;
+    plist_dict_new_iter(node, &iterator);
+    const std::unique_ptr<void, MemoryDeleter> owner(iterator);
+    while (true) {
+        char* key = nullptr;
+        plist_t value = nullptr;
+        plist_dict_next_item(node, iterator, &key, &value);
+        const OwnedText keyOwner(key);
+        if (!value)
+            return dictionary;
+        dictionary.insert(QString::fromUtf8(key), toVariant(value));
+    }
+}
+
+QVariantList toList(plist_t node) {
+    QVariantList list;
+    for (uint32_t index = 0; index < plist_array_get_size(node); ++index)
+        list += toVariant(plist_array_get_item(node, index));
+    return list;
+}
+
+QVariant toData(plist_t node) {
+    char* bytes = nullptr;
+    uint64_t length = 0;
+    plist_get_data_val(node, &bytes, &length);
+    const OwnedText owner(bytes);
+    return QByteArray(bytes, static_cast<qsizetype>(length));
+}
+
+QVariant toDate(plist_t node) {
+    // Seconds since the start of 2001, UTC.
+    int32_t seconds = 0;
+    int32_t microseconds = 0;
+    plist_get_date_val(node, &seconds, &microseconds);
+    const QDateTime reference(QDate(2001, 1, 1), QTime(0, 0), QTimeZone::utc());
+    return reference.addSecs(seconds).addMSecs(microseconds / 1000);
+}
+
+QVariant toNumber(plist_t node) {
+    if (plist_get_node_type(node) == PLIST_REAL) {
+        double real = 0;
+        plist_get_real_val(node, &real);
+        return real;
+    }
+    uint64_t integer = 0;
+    plist_get_uint_val(node, &integer);
+    return static_cast<qint64>(integer);
+}
+
+QVariant toVariant(plist_t node) {
+    uint8_t boolean = 0;
+    switch (plist_get_node_type(node)) {
+    case PLIST_BOOLEAN:
+        plist_get_bool_val(node, &boolean);
+        return boolean != 0;
+    case PLIST_UINT:
+    case PLIST_REAL:
+        return toNumber(node);
+    case PLIST_STRING:
+        return toText(node, plist_get_string_val);
+    case PLIST_KEY:
+        return toText(node, plist_get_key_val);
+    case PLIST_ARRAY:
+        return toList(node);
+    case PLIST_DICT:
+        return toDictionary(node);
+    case PLIST_DATA:
+        return toData(node);
+    case PLIST_DATE:
+        return toDate(node);
+    default:
+        return {};
+    }
+}
+
+} // namespace
+
+namespace PropertyList {
+
+std::optional<QVariant> parse(const QByteArray& bytes) {
+    if (bytes.isEmpty() || !PropertyListGuard::isSafe({bytes.constData(), static_cast<std::size_t>(bytes.size())}))
+        return std::nullopt;
+    plist_t root = nullptr;
+    plist_from_memory(bytes.constData(), static_cast<uint32_t>(bytes.size()), &root);
+    const std::unique_ptr<std::remove_pointer_t<plist_t>, NodeDeleter> owner(root);
+    return root ? std::optional(toVariant(root)) : std::nullopt;
+}
+
+std::optional<QVariant> readFile(const QString& path) {
+    const std::optional<QByteArray> bytes = FileManager::contents(path);
+    return bytes ? parse(*bytes) : std::nullopt;
+}
+
+} // namespace PropertyList
