@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QFont>
+#include <QString>
+
+// A font by its published name and size. A point is a device-independent pixel.
+struct FontChoice {
+    QString name;
+    double size = 12.0;
+
+    bool operator==(const FontChoice&) const = default;
+};
+
+// The font to paint with. "Common Sans" and "CommonSans-Light", "-Medium" and "-Bold" are one family in its weights,
+// for which the open font Inter stands in; scripts it lacks come from the Noto fonts. Any other name is the name of a
+// family. Where a family is missing, the system's sans-serif font takes its place. Main thread.
+QFont fontFor(const FontChoice& choice);
+
+// What a text without a font is painted with: the system's font at 12 points.
+FontChoice defaultFont();

@@ -1,0 +1,127 @@
+#pragma once
+
+#include "ui/Color.h"
+
+#include <QPointer>
+#include <QWidget>
+
+#include <memory>
+#include <optional>
+
+class QAction;
+class QNMainController;
+class QPixmap;
+class View;
+
+// A top-level window around a content view, with the platform's vocabulary for its looks. The content view keeps the
+// size that it has in the interface file.
+//
+// While a compositor runs, the shadow is painted in a margin around the content view. Without one, see-through parts
+// come out solid black: then there is no margin and no shadow, and the window is cut to the content view's rounded
+// shape. This is asked again whenever the compositor comes or goes.
+//
+// Main thread. Knows nothing of what it shows.
+class Window : public QWidget {
+    Q_OBJECT
+
+public:
+    // 0 is borderless: no title bar, no buttons. 1 is titled. Other bits are not used.
+    enum StyleMask { kBorderless = 0, kTitled = 1 };
+    // Above 0 the window floats over normal ones.
+    static constexpr int kNormalLevel = 0;
+    static constexpr int kFloatingLevel = 3;
+
+    explicit Window(QWidget* parent = nullptr);
+    ~Window() override;
+
+    View* contentView() const { return contentView_; }
+    // Takes the view over; the window takes its size. For the loader of interface files.
+    void setContentView(View* view);
+    // Puts `view` into the content view, at its upper left corner and in its size.
+    void addSubview(QWidget* view);
+
+    void setStyleMask(int mask);
+    int styleMask() const { return styleMask_; }
+    // A press that no control took drags the window.
+    void setMovableByWindowBackground(bool movable) { movable_ = movable; }
+    bool isMovableByWindowBackground() const { return movable_; }
+    void setBackgroundColor(const Color& color);
+    const Color& backgroundColor() const { return background_; }
+    void setOpaque(bool opaque);
+    bool isOpaque() const { return opaque_; }
+    void setHasShadow(bool shadow);
+    bool hasShadow() const { return shadow_; }
+    // Of the content view's layer; what lies within is cut to it.
+    void setCornerRadius(double radius);
+    void setLevel(int level);
+    int level() const { return level_; }
+
+    // In the middle of the screen, a little above it from top to bottom.
+    void center();
+    // In front of the windows of all programs, without a wish for the keyboard when another one has it.
+    void orderFrontRegardless();
+    // In front, and asking for the keyboard.
+    void makeKeyAndOrderFront();
+    // Takes the window off the screen; the display has been told when this returns, whatever blocks afterwards.
+    void orderOut();
+    // Takes the window off the screen for good.
+    void closeWindow();
+
+    // Whether a shadow is painted now: wanted, and possible.
+    bool showsShadow() const;
+
+Q_SIGNALS:
+    // The window manager asks the window to close. Nothing else happens: the window stays.
+    void closeRequested();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    bool event(QEvent* event) override;
+
+private:
+    void applyShape();
+    int shadowMargin() const;
+
+    View* contentView_ = nullptr;
+    int styleMask_ = kTitled;
+    bool movable_ = false;
+    Color background_{1.0, 1.0, 1.0, 1.0};
+    bool opaque_ = true;
+    bool shadow_ = false;
+    int level_ = kNormalLevel;
+    std::unique_ptr<QPixmap> shadowPicture_;
+    std::optional<QPoint> dragOffset_;
+};
+
+// The application's menu. On screens without a menu bar it is never seen; its shortcuts work in the window all the
+// same.
+class MainMenu : public QObject {
+    Q_OBJECT
+
+public:
+    MainMenu(QAction* quit, QObject* parent);
+
+    // The quit action goes to the delegate's tapQuit; none: nothing happens.
+    void setDelegate(QNMainController* delegate);
+    QNMainController* delegate() const;
+    QAction* quitAction() const { return quit_; }
+
+private:
+    QAction* quit_;
+    QPointer<QObject> delegate_;
+};
+
+// What the bundle's interface file MainMenu.ui holds: the main window, not yet on the screen, and the menu.
+struct MainInterface {
+    std::unique_ptr<Window> window;
+    MainMenu* mainMenu = nullptr; // owned by the window
+};
+
+// Throws PlatformException when the file is missing, broken or incomplete.
+MainInterface loadMainMenu();
