@@ -1,0 +1,211 @@
+#include "tests/support/LoopbackConnection.h"
+
+#include "tests/support/TestCertificate.h"
+
+#include <openssl/err.h>
+#include <openssl/pem.h>
+#include <openssl/ssl.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <stdexcept>
+
+namespace loopback {
+
+namespace {
+
+constexpr std::size_t kBlock = std::size_t{256} * 1024;
+constexpr std::size_t kLargestHead = std::size_t{256} * 1024;
+
+struct BioFree {
+    void operator()(BIO* bio) const { BIO_free(bio); }
+};
+struct KeyFree {
+    void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
+};
+struct CertificateFree {
+    void operator()(X509* certificate) const { X509_free(certificate); }
+};
+
+std::unique_ptr<BIO, BioFree> reader(const std::string& text) {
+    return std::unique_ptr<BIO, BioFree>(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
+}
+
+bool hasInput(int socket, std::chrono::milliseconds limit) {
+    pollfd waiting{socket, POLLIN, 0};
+    return poll(&waiting, 1, static_cast<int>(limit.count())) > 0;
+}
+
+// Moves what has come to the other side; false at the end of either.
+bool pass(int from, int to) {
+    std::array<char, 16384> bytes;
+    const auto count = recv(from, bytes.data(), bytes.size(), 0);
+    return count > 0 && ::send(to, bytes.data(), static_cast<std::size_t>(count), MSG_NOSIGNAL) == count;
+}
+
+} // namespace
+
+TlsContext::TlsContext(const TlsIdentity& identity) : context_(SSL_CTX_new(TLS_server_method())) {
+    const std::unique_ptr<X509, CertificateFree> certificate(
+        PEM_read_bio_X509(reader(identity.certificate).get(), nullptr, nullptr, nullptr));
+    const std::unique_ptr<EVP_PKEY, KeyFree> key(
+        PEM_read_bio_PrivateKey(reader(identity.key).get(), nullptr, nullptr, nullptr));
+    if (SSL_CTX_use_certificate(context_, certificate.get()) != 1 || SSL_CTX_use_PrivateKey(context_, key.get()) != 1) {
+        SSL_CTX_free(context_);
+        throw std::runtime_error("the test's certificate and key do not fit");
+    }
+}
+
+TlsContext::~TlsContext() {
+    SSL_CTX_free(context_);
+}
+
+Connection::~Connection() {
+    SSL_free(ssl_);
+    close(socket_);
+}
+
+bool Connection::startTls(const TlsContext* context) {
+    if (!context)
+        return true;
+    ssl_ = SSL_new(context->get());
+    SSL_set_fd(ssl_, socket_);
+    return SSL_accept(ssl_) == 1;
+}
+
+void Connection::stop() {
+    stopped_ = true;
+    shutdown(socket_, SHUT_RDWR);
+}
+
+bool Connection::fill() {
+    std::array<char, 16384> bytes;
+    const auto count = ssl_ ? SSL_read(ssl_, bytes.data(), static_cast<int>(bytes.size()))
+                            : static_cast<int>(recv(socket_, bytes.data(), bytes.size(), 0));
+    if (count <= 0)
+        return false;
+    unread_.append(bytes.data(), static_cast<std::size_t>(count));
+    return true;
+}
+
+std::optional<Request> Connection::readRequest() {
+    std::size_t end = std::string::npos;
+    while ((end = unread_.find("\r\n\r\n")) == std::string::npos)
+        if (unread_.size() > kLargestHead || !fill())
+            return std::nullopt;
+    auto request = parseHead(std::string_view(unread_).substr(0, end + 4));
+    unread_.erase(0, end + 4);
+    if (!request)
+        return std::nullopt;
+    const auto stated = request->header("Content-Length").value_or("0");
+    std::size_t length = 0;
+    std::from_chars(stated.data(), stated.data() + stated.size(), length);
+    while (unread_.size() < length)
+        if (!fill())
+            return std::nullopt;
+    request->body = unread_.substr(0, length);
+    unread_.erase(0, length);
+    return request;
+}
+
+bool Connection::write(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const auto count = ssl_ ? SSL_write(ssl_, bytes.data(), static_cast<int>(bytes.size()))
+                                : static_cast<int>(::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL));
+        if (count <= 0)
+            return false;
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+bool Connection::send(const Reply& reply) {
+    std::uint64_t allowed = reply.cutAfter.value_or(UINT64_MAX);
+    const auto head = reply.raw ? std::string() : headOf(reply);
+    if (!write(std::string_view(head).substr(0, allowed)))
+        return false;
+    allowed -= std::min<std::uint64_t>(allowed, head.size());
+    if (reply.tunnelTo) {
+        tunnelTo(*reply.tunnelTo);
+        return false;
+    }
+    return sendBody(reply, allowed) && end(reply.ending);
+}
+
+bool Connection::sendBody(const Reply& reply, std::uint64_t allowed) {
+    if (!reply.generated) {
+        const auto& body = reply.raw ? *reply.raw : reply.body;
+        return sendSlowly(std::string_view(body).substr(0, allowed), reply.pause);
+    }
+    const auto length = std::min(*reply.generated, allowed);
+    for (std::uint64_t offset = 0; offset < length; offset += kBlock) {
+        const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, length - offset));
+        if (!sendSlowly(generatedBytes(offset, count), reply.pause))
+            return false;
+    }
+    return true;
+}
+
+bool Connection::sendSlowly(std::string_view bytes, std::chrono::milliseconds pause) {
+    if (pause.count() == 0)
+        return write(bytes);
+    for (const char& byte : bytes) {
+        // A peer that goes away or a server that stops ends the pause at once.
+        if (hasInput(socket_, pause) || stopped_ || !write(std::string_view(&byte, 1)))
+            return false;
+    }
+    return true;
+}
+
+bool Connection::end(Ending ending) {
+    switch (ending) {
+    case Ending::kKeepConnection:
+        return true;
+    case Ending::kClose:
+        if (ssl_)
+            SSL_shutdown(ssl_);
+        break;
+    case Ending::kReset: {
+        const linger atOnce{1, 0};
+        setsockopt(socket_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+        break;
+    }
+    case Ending::kStall:
+        waitForStop();
+        break;
+    }
+    return false;
+}
+
+void Connection::waitForStop() {
+    while (!stopped_ && !hasInput(socket_, std::chrono::milliseconds(1000)))
+        continue;
+}
+
+void Connection::tunnelTo(std::uint16_t port) {
+    sockaddr_in target{};
+    target.sin_family = AF_INET;
+    target.sin_port = htons(port);
+    target.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const int other = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    bool open = connect(other, reinterpret_cast<const sockaddr*>(&target), sizeof target) == 0;
+    ::send(other, unread_.data(), unread_.size(), MSG_NOSIGNAL);
+    while (open && !stopped_) {
+        std::array<pollfd, 2> ends{pollfd{socket_, POLLIN, 0}, pollfd{other, POLLIN, 0}};
+        poll(ends.data(), ends.size(), -1);
+        if (ends[0].revents != 0)
+            open = pass(socket_, other);
+        if (open && ends[1].revents != 0)
+            open = pass(other, socket_);
+    }
+    close(other);
+}
+
+} // namespace loopback

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "tests/support/LoopbackReply.h"
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+struct ssl_st;
+struct ssl_ctx_st;
+
+namespace loopback {
+
+// A certificate and its private key, as PEM.
+struct TlsIdentity;
+
+// What all connections of a server that speaks TLS share.
+class TlsContext {
+public:
+    // Throws std::runtime_error when the identity is none.
+    explicit TlsContext(const TlsIdentity& identity);
+    ~TlsContext();
+    TlsContext(const TlsContext&) = delete;
+    TlsContext& operator=(const TlsContext&) = delete;
+
+    ssl_ctx_st* get() const { return context_; }
+
+private:
+    ssl_ctx_st* context_;
+};
+
+// One accepted connection. All functions but stop() belong to the connection's own thread.
+class Connection {
+public:
+    // Takes the socket over.
+    explicit Connection(int socket) : socket_(socket) {}
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    // Plain without a context. False when the peer does not accept us.
+    bool startTls(const TlsContext* context);
+    // Absent at the end of the connection, and for what is no request.
+    std::optional<Request> readRequest();
+    // False when the connection is over.
+    bool send(const Reply& reply);
+    // From any thread, while the connection exists: wakes whatever waits in the functions above and ends it.
+    void stop();
+
+private:
+    bool fill();
+    bool write(std::string_view bytes);
+    bool sendBody(const Reply& reply, std::uint64_t allowed);
+    bool sendSlowly(std::string_view bytes, std::chrono::milliseconds pause);
+    bool end(Ending ending);
+    void waitForStop();
+    void tunnelTo(std::uint16_t port);
+
+    int socket_;
+    ssl_st* ssl_ = nullptr;
+    std::string unread_;
+    std::atomic<bool> stopped_ = false;
+};
+
+} // namespace loopback
