@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <optional>
+
 // Absolute paths of tools and data are the platform's own (/usr/bin/hdiutil, /Volumes/…). Where the platform has no
 // such file, a stand-in takes its place. What is logged, sent, parsed or handed on always shows the plain path.
 namespace platform {
@@ -18,7 +20,7 @@ QString realPath(const QString& plain);
 //
 // Linux: $QN_SYSTEM_ROOT/Volumes when the variable is set; else $XDG_RUNTIME_DIR/Volumes when that folder is ours with
 // mode 0700; else /tmp/volumes-UID.
-QString volumesFolder();
+std::optional<QString> volumesFolder();
 
 // Appends the tool folders of the bundle's SystemRoot to PATH, for the scripts that look tools up by name. Main thread,
 // before any other thread exists.

@@ -1,11 +1,10 @@
 #include "platform/base/StringsTable.h"
 
+#include "platform/base/LanguageMatch.h"
 #include "platform/base/PropertyList.h"
 
 #include <QStringConverter>
 #include <QStringList>
-
-#include <algorithm>
 
 namespace {
 
@@ -138,27 +137,6 @@ std::optional<Table> fromPropertyList(const QByteArray& bytes) {
     return table;
 }
 
-QString canonical(const QString& language) {
-    return QString(language).replace(u'_', u'-').toLower();
-}
-
-// "zh-hans-cn" → "zh-hans" → "zh" → empty.
-QString parentOf(const QString& language) {
-    const qsizetype cut = language.lastIndexOf(u'-');
-    return cut < 0 ? QString() : language.left(cut);
-}
-
-std::optional<QString> matching(const QString& wanted, const QStringList& available) {
-    for (QString language = canonical(wanted); !language.isEmpty(); language = parentOf(language)) {
-        const auto found = std::find_if(available.cbegin(), available.cend(), [&language](const QString& candidate) {
-            return canonical(candidate) == language;
-        });
-        if (found != available.cend())
-            return *found;
-    }
-    return std::nullopt;
-}
-
 } // namespace
 
 namespace StringsTable {
@@ -173,10 +151,10 @@ std::optional<Table> parse(const QByteArray& bytes) {
 QString chooseLocalization(const QStringList& preferred, const QStringList& available,
                            const QString& developmentRegion) {
     for (const QString& language : preferred) {
-        if (const std::optional<QString> found = matching(language, available))
+        if (const std::optional<QString> found = matchLanguage(language, available))
             return *found;
     }
-    return matching(developmentRegion, available).value_or(developmentRegion);
+    return matchLanguage(developmentRegion, available).value_or(developmentRegion);
 }
 
 } // namespace StringsTable

@@ -15,8 +15,8 @@ using Table = QMap<QString, QString>;
 // Absent when the bytes are no such table. Never throws.
 std::optional<Table> parse(const QByteArray& bytes);
 
-// The table of the one language chosen among `available` for `preferred`: the first preferred language that is there
-// exactly, with - for _, or by a parent (pt-BR, then pt); else `developmentRegion`.
+// The table of the one language chosen among `available` for `preferred`: that of the first preferred language that has
+// one (what serves which language: LanguageMatch.h); else `developmentRegion`.
 QString chooseLocalization(const QStringList& preferred, const QStringList& available,
                            const QString& developmentRegion);
 

@@ -1,0 +1,78 @@
+#include "platform/Folders.h"
+
+#include "platform/Bundle.h"
+#include "platform/Console.h"
+#include "platform/linux/PrivateFolder.h"
+
+#include <QByteArray>
+#include <QFile>
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <vector>
+
+namespace platform {
+namespace {
+
+struct Account {
+    QString name;
+    QString home;
+};
+
+std::optional<Account> accountOfThisUser() {
+    constexpr std::size_t kLargest = 1024 * 1024;
+    for (std::vector<char> buffer(4096); buffer.size() <= kLargest; buffer.resize(buffer.size() * 2)) {
+        passwd entry{};
+        passwd* found = nullptr;
+        const int error = ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found);
+        if (error == ERANGE) {
+            continue;
+        }
+        if (error != 0 || found == nullptr) {
+            return std::nullopt;
+        }
+        return Account{QString::fromLocal8Bit(found->pw_name), QFile::decodeName(found->pw_dir)};
+    }
+    return std::nullopt;
+}
+
+QString folderForTemporaryFiles() {
+    QString folder = qEnvironmentVariable("TMPDIR");
+    while (folder.size() > 1 && folder.endsWith(u'/')) {
+        folder.chop(1);
+    }
+    return folder.isEmpty() ? QStringLiteral("/tmp") : folder;
+}
+
+} // namespace
+
+QString homeDirectory() {
+    const QString home = qEnvironmentVariable("HOME");
+    if (home.startsWith(u'/')) {
+        return home;
+    }
+    const auto account = accountOfThisUser();
+    return account ? account->home : QString();
+}
+
+QString userName() {
+    const auto account = accountOfThisUser();
+    return account && !account->name.isEmpty() ? account->name : qEnvironmentVariable("USER");
+}
+
+std::optional<QString> temporaryDirectory() {
+    QString name = Bundle::mainBundle().bundleIdentifier().value_or(QStringLiteral("QNInstaller"));
+    name.replace(u'/', u'_'); // the identifier is one name, never a way to another folder
+    const QString folder = QStringLiteral("%1/%2-%3").arg(folderForTemporaryFiles(), name, QString::number(::getuid()));
+    if (!ensurePrivateFolder(folder)) {
+        consoleLog(QStringLiteral("The temporary folder %1 cannot be used: it must be a folder of this user with mode "
+                                  "0700.")
+                       .arg(folder));
+        return std::nullopt;
+    }
+    return folder;
+}
+
+} // namespace platform

@@ -1,0 +1,48 @@
+#include "platform/Machine.h"
+
+#include "platform/linux/MachineFacts.h"
+#include "platform/linux/SystemFile.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QWindow>
+
+#include <sys/utsname.h>
+
+namespace platform {
+namespace {
+
+utsname kernelNames() {
+    utsname names{};
+    if (::uname(&names) != 0) {
+        return {};
+    }
+    return names;
+}
+
+} // namespace
+
+std::array<int, 3> operatingSystemVersion() {
+    const auto release = readSystemFile(QStringLiteral("/etc/os-release"));
+    const auto identifier = release ? versionIdOf(*release) : std::nullopt;
+    if (const auto numbers = identifier ? versionNumbers(*identifier) : std::nullopt) {
+        return *numbers;
+    }
+    const auto kernel = versionNumbers(QString::fromLocal8Bit(kernelNames().release));
+    return kernel.value_or(std::array<int, 3>{});
+}
+
+QSizeF mainScreenSize() {
+    if (qobject_cast<QGuiApplication*>(QCoreApplication::instance()) == nullptr) {
+        return {0, 0};
+    }
+    const QWindow* const focused = QGuiApplication::focusWindow();
+    const QScreen* const screen = focused != nullptr ? focused->screen() : QGuiApplication::primaryScreen();
+    return screen != nullptr ? QSizeF(screen->geometry().size()) : QSizeF(0, 0);
+}
+
+std::optional<QString> localArchitectureDescription() {
+    return architectureDescription(QString::fromLocal8Bit(kernelNames().machine));
+}
+
+} // namespace platform

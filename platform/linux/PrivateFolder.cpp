@@ -1,0 +1,41 @@
+#include "platform/linux/PrivateFolder.h"
+
+#include <QFile>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+
+bool isPrivateFolder(const QString& path) {
+    struct stat status {};
+    if (::lstat(QFile::encodeName(path).constData(), &status) != 0) {
+        return false;
+    }
+    constexpr mode_t kPermissions = 07777;
+    return S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() && (status.st_mode & kPermissions) == S_IRWXU;
+}
+
+bool ensurePrivateFolder(const QString& path) {
+    // Failure shows in the check: an existing folder is the usual case.
+    ::mkdir(QFile::encodeName(path).constData(), S_IRWXU);
+    return isPrivateFolder(path);
+}
+
+std::optional<QString> sessionRuntimeFolder() {
+    const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (!folder.startsWith(u'/') || !isPrivateFolder(folder)) {
+        return std::nullopt;
+    }
+    return folder;
+}
+
+std::optional<QString> runtimeFolder() {
+    if (auto session = sessionRuntimeFolder()) {
+        return session;
+    }
+    const QString own = QStringLiteral("/tmp/runtime-%1").arg(::geteuid());
+    return ensurePrivateFolder(own) ? std::optional(own) : std::nullopt;
+}
+
+} // namespace platform

@@ -1,0 +1,101 @@
+#include "platform/RealPath.h"
+
+#include "platform/Bundle.h"
+#include "platform/linux/PrivateFolder.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <QStringList>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace platform {
+namespace {
+
+bool exists(const QString& path) {
+    struct stat status {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0;
+}
+
+bool isFolder(const QString& path) {
+    struct stat status {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+std::optional<QString> systemRootOfEnvironment() {
+    QString root = qEnvironmentVariable("QN_SYSTEM_ROOT");
+    if (!root.startsWith(u'/')) {
+        return std::nullopt;
+    }
+    while (root.endsWith(u'/')) {
+        root.chop(1);
+    }
+    return root;
+}
+
+QString systemRootOfBundle() {
+    return Bundle::mainBundle().path() + QStringLiteral("/Contents/SystemRoot");
+}
+
+bool isBelowVolumes(const QString& plain) {
+    return plain == QStringLiteral("/Volumes") || plain.startsWith(QStringLiteral("/Volumes/"));
+}
+
+// A folder in /tmp that another user made, or can write to, would let that user put applications before us.
+std::optional<QString> volumesFolderInTmp() {
+    const QString folder = QStringLiteral("/tmp/volumes-%1").arg(::geteuid());
+    struct stat status {};
+    const bool missing = ::lstat(QFile::encodeName(folder).constData(), &status) != 0 && errno == ENOENT;
+    return missing || isPrivateFolder(folder) ? std::optional(folder) : std::nullopt;
+}
+
+} // namespace
+
+QString realPath(const QString& plain) {
+    if (!plain.startsWith(u'/')) {
+        return plain;
+    }
+    if (const auto root = systemRootOfEnvironment(); root && exists(*root + plain)) {
+        return *root + plain;
+    }
+    if (const QString own = systemRootOfBundle() + plain; exists(own)) {
+        return own;
+    }
+    if (isBelowVolumes(plain)) {
+        if (const auto volumes = volumesFolder()) {
+            return *volumes + plain.mid(QStringLiteral("/Volumes").size());
+        }
+    }
+    return plain;
+}
+
+std::optional<QString> volumesFolder() {
+    if (const auto root = systemRootOfEnvironment()) {
+        return *root + QStringLiteral("/Volumes");
+    }
+    if (const auto session = sessionRuntimeFolder()) {
+        return *session + QStringLiteral("/Volumes");
+    }
+    return volumesFolderInTmp();
+}
+
+void addOwnToolsToPath() {
+    const QStringList toolFolders = {QStringLiteral("/usr/bin"), QStringLiteral("/usr/sbin"), QStringLiteral("/bin"),
+                                     QStringLiteral("/sbin")};
+    QString path = qEnvironmentVariable("PATH");
+    if (path.isEmpty()) {
+        // Scripts without a PATH use the shell's own; ours alone would take its tools away.
+        path = QStringLiteral("/usr/local/bin:/usr/bin:/bin:/usr/local/sbin:/usr/sbin:/sbin");
+    }
+    for (const QString& folder : toolFolders) {
+        if (const QString own = systemRootOfBundle() + folder; isFolder(own)) {
+            path += u':' + own;
+        }
+    }
+    ::setenv("PATH", QFile::encodeName(path).constData(), 1);
+}
+
+} // namespace platform

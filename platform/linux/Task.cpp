@@ -1,0 +1,161 @@
+#include "platform/Task.h"
+
+#include "platform/RealPath.h"
+#include "platform/base/MainQueue.h"
+#include "platform/base/NotificationCenter.h"
+#include "platform/base/NotificationNames.h"
+#include "platform/base/PlatformException.h"
+#include "platform/linux/Spawn.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <functional>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t kChunk = 64 * 1024; // what a pipe holds
+
+// Retries when a signal interrupts. -1 with errno on failure.
+ssize_t readOnce(int descriptor, std::array<char, kChunk>& chunk) {
+    ssize_t count = -1;
+    do {
+        count = ::read(descriptor, chunk.data(), chunk.size());
+    } while (count < 0 && errno == EINTR);
+    return count;
+}
+
+void onHelperThread(std::function<void()> body) {
+    try {
+        std::thread(std::move(body)).detach();
+    } catch (const std::system_error& error) {
+        throw PlatformException(QStringLiteral("NSGenericException"),
+                                QStringLiteral("no thread could be started: ") + QString::fromLocal8Bit(error.what()));
+    }
+}
+
+// Leaves the child to be collected by the task itself. Returns also when it was collected meanwhile.
+void waitWithoutCollecting(pid_t child) {
+    siginfo_t information{};
+    while (::waitid(P_PID, static_cast<id_t>(child), &information, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
+    }
+}
+
+PlatformException launchFailure(int error) {
+    switch (error) {
+    case EAGAIN:
+    case ENOMEM:
+    case EMFILE:
+    case ENFILE:
+    case E2BIG: // the path is fine, the system or the arguments are not
+        return PlatformException::invalidArgument(QStringLiteral("Couldn't posix_spawn: error %1").arg(error));
+    default:
+        return PlatformException::invalidArgument(QStringLiteral("launch path not accessible"));
+    }
+}
+
+} // namespace
+
+ReadingFileHandle::~ReadingFileHandle() {
+    ::close(descriptor_);
+}
+
+QByteArray ReadingFileHandle::readDataToEndOfFile() {
+    QByteArray data;
+    std::array<char, kChunk> chunk; // NOLINT: filled by read
+    ssize_t count = 0;
+    while ((count = readOnce(descriptor_, chunk)) > 0) {
+        data.append(chunk.data(), count);
+    }
+    if (count < 0) {
+        throw PlatformException::fileHandle(QStringLiteral("readDataToEndOfFile"), errno);
+    }
+    return data;
+}
+
+void ReadingFileHandle::readInBackgroundAndNotify() {
+    onHelperThread([self = shared_from_this()] {
+        std::array<char, kChunk> chunk; // NOLINT: filled by read
+        const ssize_t count = readOnce(self->descriptor_, chunk);
+        // A failed read ends the data as the end of file does.
+        const QByteArray data = count > 0 ? QByteArray(chunk.data(), count) : QByteArray("", 0);
+        MainQueue::async([self, data] {
+            NotificationCenter::defaultCenter().post(kFileHandleReadCompletion, static_cast<const void*>(self.get()),
+                                                     {{kFileHandleNotificationDataItem, data}});
+        });
+    });
+}
+
+Pipe::Pipe() {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        throw PlatformException::fileHandle(QStringLiteral("pipe"), errno);
+    }
+    reading_ = std::make_shared<ReadingFileHandle>(ends[0]);
+    writing_ = ends[1];
+}
+
+Pipe::~Pipe() {
+    if (writing_ >= 0) {
+        ::close(writing_);
+    }
+}
+
+Task::~Task() {
+    if (pid_ > 0 && !collected_) {
+        platform::collectInBackground(pid_);
+    }
+}
+
+void Task::launch() {
+    if (!launchPath_) {
+        throw PlatformException::invalidArgument(QStringLiteral("must provide a launch path"));
+    }
+    platform::SpawnRequest request{.program = platform::realPath(*launchPath_), .arguments = arguments_};
+    if (standardOutput_) {
+        request.standardOutput = standardOutput_->writing_;
+    }
+    const auto child = platform::spawn(request);
+    if (!child) {
+        throw launchFailure(errno);
+    }
+    pid_ = *child;
+    if (standardOutput_) {
+        ::close(std::exchange(standardOutput_->writing_, -1));
+    }
+}
+
+void Task::waitUntilExit() {
+    if (pid_ <= 0 || collected_) {
+        return;
+    }
+    int status = 0;
+    pid_t ended = -1;
+    do {
+        ended = ::waitpid(pid_, &status, 0);
+    } while (ended < 0 && errno == EINTR);
+    collected_ = true;
+    status_ = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+int Task::terminationStatus() const {
+    return status_;
+}
+
+void Task::notifyOnTermination() {
+    onHelperThread([self = shared_from_this(), child = pid_, ended = collected_] {
+        if (child > 0 && !ended) {
+            waitWithoutCollecting(child);
+        }
+        MainQueue::async([self] {
+            self->waitUntilExit();
+            NotificationCenter::defaultCenter().post(kTaskDidTerminate, static_cast<const void*>(self.get()));
+        });
+    });
+}
