@@ -1,0 +1,77 @@
+#include "sysinfo/LocaleChoice.h"
+
+#include "platform/Bundle.h"
+#include "platform/UserLocale.h"
+#include "sysinfo/QNSystemInfo.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr std::array kSupportedLocales = {
+    "cs-CZ", "da-DK", "de-DE", "el-GR", "en-US", "es-ES", "fi-FI", "fr-FR", "hu-HU", "it-IT", "ja-JP", "ko-KR",
+    "nb-NO", "nl-NL", "pl-PL", "pt-BR", "ru-RU", "sk-SK", "sv-SE", "tr-TR", "zh-CN", "zh-TW", "he-IL",
+};
+
+// "iw" and "yi" are what older systems write; all six have string tables or may get one.
+constexpr std::array kRightToLeftLanguages = {"he", "iw", "ar", "fa", "ur", "yi"};
+
+} // namespace
+
+namespace LocaleChoice {
+
+QString languageOf(const QStringList& preferred) {
+    const QString first = preferred.value(0);
+    const bool isChinese = first.contains(QStringLiteral("zh-"));
+    const QString language = isChinese ? first : QNSystemInfo::getFirstPathOf(first);
+    return language.isEmpty() ? QStringLiteral("en") : language;
+}
+
+QString localeOf(const QString& language, const QString& country) {
+    if (language.isEmpty() || country.isEmpty())
+        return QStringLiteral("en-US");
+    return language + QLatin1Char('-') + country;
+}
+
+bool isRightToLeft(const QString& language) {
+    const QString code = QNSystemInfo::getFirstPathOf(QString(language).replace(QLatin1Char('_'), QLatin1Char('-')));
+    return std::any_of(kRightToLeftLanguages.begin(), kRightToLeftLanguages.end(),
+                       [&](const char* candidate) { return code == QLatin1String(candidate); });
+}
+
+} // namespace LocaleChoice
+
+QString QNSystemInfo::getLanguage() {
+    return LocaleChoice::languageOf(platform::preferredLanguages());
+}
+
+QString QNSystemInfo::getCountry() {
+    const QString country = platform::localeCountryCode().value_or(QString());
+    return country.isEmpty() ? QStringLiteral("US") : country;
+}
+
+QString QNSystemInfo::getLocale() {
+    return LocaleChoice::localeOf(getLanguage(), getCountry());
+}
+
+QString QNSystemInfo::configLocale(const QString& locale) {
+    const auto firstWith = [](const auto& accepts) -> std::optional<QString> {
+        const auto* const found = std::find_if(kSupportedLocales.begin(), kSupportedLocales.end(),
+                                               [&](const char* entry) { return accepts(QLatin1String(entry)); });
+        return found == kSupportedLocales.end() ? std::nullopt : std::optional(QString::fromLatin1(*found));
+    };
+    if (const auto exact = firstWith([&](QLatin1String entry) { return locale == entry; }))
+        return *exact;
+    const QString segment = getFirstPathOf(locale);
+    if (locale.contains(QStringLiteral("zh-Hant")))
+        return QStringLiteral("zh-TW");
+    // The segment may stand anywhere in the entry, its region included.
+    const auto containing =
+        firstWith([&](QLatin1String entry) { return !segment.isEmpty() && entry.contains(segment); });
+    return containing.value_or(QStringLiteral("en-US"));
+}
+
+bool QNSystemInfo::isRTL() {
+    return LocaleChoice::isRightToLeft(chosenLocalization());
+}

@@ -1,0 +1,16 @@
+#include "sysinfo/ProbeGuard.h"
+
+#include "logging/QNLogger.h"
+#include "platform/Console.h"
+#include "platform/base/Format.h"
+
+void guardingProbe(const char* failureText, const char* function, const std::function<void()>& probe, const char* file,
+                   int line) {
+    try {
+        probe();
+    } catch (const PlatformException& exception) {
+        const QString text = format(failureText, exception);
+        platform::consoleLog(text);
+        QNLogger::error(text, logContext(function, file, line));
+    }
+}

@@ -1,0 +1,79 @@
+#include "sysinfo/QNSystemInfo.h"
+
+#include "install/QNTask.h"
+#include "platform/Machine.h"
+#include "sysinfo/ProbeGuard.h"
+#include "sysinfo/ProbeOutput.h"
+#include "sysinfo/Slot.h"
+
+#include <QStringList>
+
+namespace {
+
+struct ProbeSlots {
+    Slot<QString> osVersion;
+    Slot<QString> screenResolution;
+    Slot<QString> cpuName;
+    Slot<QString> macAddress;
+};
+
+ProbeSlots& probeSlots() {
+    static ProbeSlots all;
+    return all;
+}
+
+} // namespace
+
+QString QNSystemInfo::getOSVersion() {
+    auto& slot = probeSlots().osVersion;
+    if (const auto kept = slot.value())
+        return *kept;
+    QString version = QStringLiteral("(MacOS)Unknown");
+    guardingProbe("OS Version error: %@", "+[QNSystemInfo getOSVersion]",
+                  [&] { version = ProbeOutput::versionText(platform::operatingSystemVersion()); });
+    slot.store(version);
+    return version;
+}
+
+std::optional<QString> QNSystemInfo::getScreenResolution() {
+    auto& slot = probeSlots().screenResolution;
+    if (const auto kept = slot.value())
+        return kept;
+    guardingProbe("NSScreen Error: %@", "+[QNSystemInfo getScreenResolution]",
+                  [&] { slot.store(ProbeOutput::sizeText(platform::mainScreenSize())); });
+    return slot.value();
+}
+
+std::optional<QString> QNSystemInfo::getCPUName() {
+    auto& slot = probeSlots().cpuName;
+    if (const auto kept = slot.value())
+        return kept;
+    guardingProbe("CPU error: %@", "+[QNSystemInfo getCPUName]", [&] {
+        const auto profile = QNTask::runTaskWithPath(QStringLiteral("/usr/sbin/system_profiler"),
+                                                     {QStringLiteral("SPHardwareDataType")});
+        if (const auto name = ProbeOutput::processorName(profile.value_or(QString())))
+            slot.store(*name);
+    });
+    return slot.value();
+}
+
+QString QNSystemInfo::getCPUType() {
+    return platform::localArchitectureDescription().value_or(QStringLiteral("NA"));
+}
+
+std::optional<QString> QNSystemInfo::getMacAddress() {
+    auto& slot = probeSlots().macAddress;
+    if (const auto kept = slot.value())
+        return kept;
+    guardingProbe("MAC Address error: %@", "+[QNSystemInfo getMacAddress]", [&] {
+        const auto interfaces = QNTask::runTaskWithPath(QStringLiteral("/sbin/ifconfig"), {QStringLiteral("-a")});
+        if (const auto address = ProbeOutput::firstHardwareAddress(interfaces.value_or(QString())))
+            slot.store(*address);
+    });
+    return slot.value();
+}
+
+QString QNSystemInfo::getFirstPathOf(const QString& text) {
+    const qsizetype dash = text.indexOf(QLatin1Char('-'));
+    return dash > 0 ? text.left(dash) : text;
+}
