@@ -1,0 +1,113 @@
+#include "config/QNConfigProvider.h"
+
+#include "platform/Bundle.h"
+#include "platform/Console.h"
+#include "platform/base/Format.h"
+#include "sysinfo/Slot.h"
+
+namespace {
+
+Slot<QVariantMap>& portalConfigSlot() {
+    static Slot<QVariantMap> slot;
+    return slot;
+}
+
+Slot<QString>& portalTypeSlot() {
+    static Slot<QString> slot;
+    return slot;
+}
+
+std::optional<QString> textOf(const QVariant& value) {
+    return value.typeId() == QMetaType::QString ? std::optional(value.toString()) : std::nullopt;
+}
+
+std::optional<QVariantMap> readPortalConfig() {
+    const QVariant value = QNConfigProvider::getPlist().value(QStringLiteral("QNConfig"));
+    return value.typeId() == QMetaType::QVariantMap ? std::optional(value.toMap()) : std::nullopt;
+}
+
+// The four keys of one setting, for dev1, qa1, beta and production.
+struct EnvironmentKeys {
+    const char* dev1;
+    const char* qa1;
+    const char* beta;
+    const char* production;
+};
+
+const char* keyForEnvironment(const EnvironmentKeys& keys) {
+    const auto environment = textOf(QNConfigProvider::getPlist().value(QStringLiteral("QNEnv")));
+    if (environment == QStringLiteral("dev1"))
+        return keys.dev1;
+    if (environment == QStringLiteral("qa1"))
+        return keys.qa1;
+    if (environment == QStringLiteral("beta"))
+        return keys.beta;
+    return keys.production;
+}
+
+std::optional<QString> settingOfEnvironment(const EnvironmentKeys& keys) {
+    return QNConfigProvider::getUrlPlist(QString::fromLatin1(keyForEnvironment(keys)));
+}
+
+QString actionAddress(const QString& action) {
+    return format("%@d://%@", QNConfigProvider::getPortalType(), action);
+}
+
+} // namespace
+
+QVariantMap QNConfigProvider::getPlist() {
+    return Bundle::mainBundle().infoDictionary();
+}
+
+std::optional<QVariantMap> QNConfigProvider::getPortalConfig() {
+    auto& slot = portalConfigSlot();
+    if (auto kept = slot.value())
+        return kept;
+    auto settings = readPortalConfig();
+    if (!settings)
+        platform::consoleLog(format("QNConfigPlist: %@", std::optional<QString>()));
+    else if (slot.store(*settings)) // of two threads that come here at once, one tells
+        platform::consoleLog(format("QNConfigPlist: %@", *settings));
+    return settings;
+}
+
+std::optional<QString> QNConfigProvider::getStringFromPlist(const QString& key) {
+    const auto settings = getPortalConfig();
+    return settings ? textOf(settings->value(key)) : std::nullopt;
+}
+
+std::optional<QString> QNConfigProvider::getUrlPlist(const QString& key) {
+    auto text = getStringFromPlist(key);
+    if (text)
+        text->replace(QStringLiteral("&amp;"), QStringLiteral("&"));
+    return text;
+}
+
+QString QNConfigProvider::getPortalType() {
+    auto& slot = portalTypeSlot();
+    if (const auto kept = slot.value())
+        return *kept;
+    const QString type = getStringFromPlist(QStringLiteral("QNPortalType")).value_or(QStringLiteral("qn"));
+    slot.store(type);
+    return type;
+}
+
+std::optional<QString> QNConfigProvider::getConfigUrl() {
+    return settingOfEnvironment({"DEV1_URL", "QA1_URL", "BETA_URL", "PRODUCTION_URL"});
+}
+
+std::optional<QString> QNConfigProvider::getEnvSpecificAppDataPath() {
+    return settingOfEnvironment({"kQNApplicationDataPathDev1", "kQNApplicationDataPathQA1",
+                                 "kQNApplicationDataPathBeta", "kQNApplicationDataPathProd"});
+}
+
+std::optional<QString> QNConfigProvider::getEnvSpecificBinaryName() {
+    return settingOfEnvironment({"kQNInstallBinaryPathDev1", "kQNInstallBinaryPathQA1", "kQNInstallBinaryPathBeta",
+                                 "kQNInstallBinaryPathProd"});
+}
+
+QString QNConfigProvider::getAction(const QString& action) {
+    const QString address = actionAddress(action);
+    platform::consoleLog(format("%@", address));
+    return address;
+}
