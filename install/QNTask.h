@@ -12,7 +12,7 @@
 // that prints more than the pipe holds hangs.
 class QNTask {
 public:
-    // Standard output up to the first zero byte, read as UTF-8, or as ISO 8859-1 where it is no valid UTF-8. Absent when
-    // the program printed nothing or could not be run.
+    // Standard output up to the first zero byte, read as UTF-8, or as ISO 8859-1 where it is no valid UTF-8. Absent
+    // when the program printed nothing or could not be run.
     static std::optional<QString> runTaskWithPath(const QString& path, const QStringList& arguments = {});
 };
