@@ -38,6 +38,8 @@ class QNErrorController;
 struct QNErrorObject;
 class QNHoverButton;
 class QNSpinner;
+class ReadingFileHandle;
+class Task;
 class TextField;
 class View;
 
@@ -223,6 +225,24 @@ private:
 
     void configurationLoaded(const std::shared_ptr<QNConfig>& config, const std::optional<TransportError>& error,
                              std::chrono::system_clock::time_point started, const LogContext& context);
+    void openConfiguredLink();
+
+    // --- Download ---
+
+    void startDownload();
+    void showNoInternet();
+
+    // --- Disk image ---
+
+    // Mounts, runs, detaches and asks to quit. The message of the failure that stopped it, if one did. Throws what the
+    // platform raises on the way.
+    std::optional<QString> installFrom(const QString& image);
+    void runInstaller(const QString& application);
+    void failInstallation(const QString& message, const QString& eventName, const QVariantMap& data);
+
+    // --- Installer's output ---
+
+    void readOutputOf(const std::shared_ptr<Task>& task, const std::shared_ptr<ReadingFileHandle>& output);
 
     // --- Screens ---
 
