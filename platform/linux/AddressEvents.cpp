@@ -1,0 +1,55 @@
+#include "platform/AddressEvents.h"
+
+#include "platform/Bundle.h"
+#include "platform/linux/ApplicationObject.h"
+#include "platform/linux/SessionBus.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QStringList>
+#include <QVariantMap>
+
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace platform {
+namespace {
+
+// Nothing depends on the outcome: without the name the program only cannot be reached by the desktop.
+void takePlaceOnBus(const QString& address, const QString& name, ApplicationObject* object) {
+    QDBusConnection bus = QDBusConnection::connectToBus(address, QStringLiteral("address-events"));
+    if (!bus.isConnected()) {
+        return;
+    }
+    bus.registerVirtualObject(objectPathFor(name), object);
+    QDBusMessage request =
+        QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+                                       QStringLiteral("org.freedesktop.DBus"), QStringLiteral("RequestName"));
+    constexpr uint kWaitInLine = 0; // a copy that is just ending may still hold the name
+    request.setArguments({name, kWaitInLine});
+    bus.send(request);
+}
+
+} // namespace
+
+// On a thread of its own: the first window must not wait for a bus.
+void setOpenAddressHandler(std::function<void(const QString&)> handler) {
+    const auto address = sessionBusAddress();
+    const auto identifier = Bundle::mainBundle().bundleIdentifier();
+    if (!address || !identifier) {
+        return;
+    }
+    auto* const object = new ApplicationObject(std::move(handler)); // lives as long as the process
+    try {
+        std::thread(takePlaceOnBus, *address, busNameFor(*identifier), object).detach();
+    } catch (const std::system_error&) {
+        delete object;
+    }
+}
+
+void forwardAddressToRunningCopy(const QString& address) {
+    callRunningCopy(QStringLiteral("Open"), {QStringList{address}, QVariantMap()});
+}
+
+} // namespace platform

@@ -1,0 +1,58 @@
+#include "platform/linux/ApplicationObject.h"
+
+#include "platform/base/MainQueue.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QGuiApplication>
+#include <QStringList>
+#include <QWindow>
+
+#include <utility>
+
+namespace {
+
+const QString kInterface = QStringLiteral("org.freedesktop.Application");
+
+void raiseWindows() {
+    for (QWindow* const window : QGuiApplication::topLevelWindows()) {
+        if (window->isVisible()) {
+            window->raise();
+            window->requestActivate();
+        }
+    }
+}
+
+} // namespace
+
+ApplicationObject::ApplicationObject(std::function<void(const QString&)> openAddress)
+    : openAddress_(std::move(openAddress)) {}
+
+QString ApplicationObject::introspect(const QString&) const {
+    return QStringLiteral(R"(<interface name="org.freedesktop.Application">
+  <method name="Activate"><arg type="a{sv}" direction="in"/></method>
+  <method name="Open"><arg type="as" direction="in"/><arg type="a{sv}" direction="in"/></method>
+  <method name="ActivateAction">
+    <arg type="s" direction="in"/><arg type="av" direction="in"/><arg type="a{sv}" direction="in"/>
+  </method>
+</interface>
+)");
+}
+
+bool ApplicationObject::handleMessage(const QDBusMessage& message, const QDBusConnection& connection) {
+    const bool isOurs = message.interface() == kInterface || message.interface().isEmpty();
+    const QString call = message.member() + u'(' + message.signature() + u')';
+    if (isOurs && call == QStringLiteral("Activate(a{sv})")) {
+        MainQueue::async(raiseWindows);
+    } else if (isOurs && call == QStringLiteral("Open(asa{sv})")) {
+        for (const QString& address : message.arguments().constFirst().toStringList()) {
+            MainQueue::async([handler = openAddress_, address] { handler(address); });
+        }
+    } else if (!isOurs || call != QStringLiteral("ActivateAction(sava{sv})")) {
+        return false; // the caller gets the error for an unknown method
+    }
+    if (message.isReplyRequired()) {
+        connection.send(message.createReply());
+    }
+    return true;
+}

@@ -1,0 +1,108 @@
+#include "platform/linux/ProcessTable.h"
+
+#include "platform/Bundle.h"
+#include "platform/linux/SystemFile.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+
+namespace platform {
+namespace {
+
+struct Found {
+    std::uint64_t startTime;
+    pid_t process;
+};
+
+QString linkTarget(const QString& link) {
+    std::array<char, PATH_MAX> buffer{};
+    const ssize_t length = ::readlink(QFile::encodeName(link).constData(), buffer.data(), buffer.size());
+    return length > 0 ? QFile::decodeName(QByteArray(buffer.data(), length)) : QString();
+}
+
+bool belongsToThisUser(const QString& folder) {
+    struct stat status {};
+    return ::stat(QFile::encodeName(folder).constData(), &status) == 0 && status.st_uid == ::getuid();
+}
+
+// The executable's bundle, or for a script that of its first argument.
+std::optional<QString> bundleOfProcess(const QString& folder) {
+    if (auto bundle = bundleHolding(linkTarget(folder + QStringLiteral("/exe")))) {
+        return bundle;
+    }
+    const auto commandLine = readFileAt(folder + QStringLiteral("/cmdline"));
+    QString script = QFile::decodeName(firstArgumentOf(commandLine.value_or(QByteArray())));
+    if (!script.isEmpty() && !script.startsWith(u'/')) {
+        script = QDir::cleanPath(linkTarget(folder + QStringLiteral("/cwd")) + u'/' + script);
+    }
+    return bundleHolding(script);
+}
+
+bool hasIdentifier(const QString& bundlePath, const QString& identifier) {
+    const auto bundle = Bundle::bundleWithPath(bundlePath);
+    return bundle && bundle->bundleIdentifier() == identifier;
+}
+
+} // namespace
+
+std::optional<std::uint64_t> startTimeOf(const QByteArray& stat) {
+    constexpr qsizetype kStartTime = 22 - 3; // counted from the state, which follows the name
+    const QByteArrayList fields = stat.mid(stat.lastIndexOf(')') + 1).simplified().split(' ');
+    bool valid = false;
+    const quint64 time = fields.size() > kStartTime ? fields[kStartTime].toULongLong(&valid) : 0;
+    return valid ? std::optional<std::uint64_t>(time) : std::nullopt;
+}
+
+QByteArray firstArgumentOf(const QByteArray& commandLine) {
+    const QByteArrayList arguments = commandLine.split('\0');
+    for (qsizetype index = 1; index < arguments.size(); ++index) {
+        if (!arguments[index].startsWith('-')) {
+            return arguments[index];
+        }
+    }
+    return {};
+}
+
+std::optional<QString> bundleHolding(const QString& executable) {
+    const QString folder = executable.section(u'/', 0, -2);
+    const QString inBundle = QStringLiteral("/Contents/MacOS");
+    return folder.size() > inBundle.size() && folder.endsWith(inBundle) ? std::optional(folder.chopped(inBundle.size()))
+                                                                        : std::nullopt;
+}
+
+std::vector<pid_t> processesWithBundleIdentifier(const QString& identifier) {
+    std::vector<Found> found;
+    const QDir table(QStringLiteral("/proc"));
+    for (const QString& name : table.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        bool isNumber = false;
+        const pid_t process = name.toInt(&isNumber);
+        const QString folder = table.filePath(name);
+        if (!isNumber || !belongsToThisUser(folder)) {
+            continue;
+        }
+        const auto bundle = bundleOfProcess(folder);
+        const auto stat = readFileAt(folder + QStringLiteral("/stat"));
+        const auto startTime = startTimeOf(stat.value_or(QByteArray()));
+        if (bundle && startTime && hasIdentifier(*bundle, identifier)) {
+            found.push_back({*startTime, process});
+        }
+    }
+    std::sort(found.begin(), found.end(), [](const Found& one, const Found& other) {
+        return one.startTime != other.startTime ? one.startTime > other.startTime : one.process > other.process;
+    });
+    std::vector<pid_t> processes;
+    processes.reserve(found.size());
+    for (const Found& entry : found) {
+        processes.push_back(entry.process);
+    }
+    return processes;
+}
+
+} // namespace platform

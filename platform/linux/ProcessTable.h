@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+// Looking through /proc (proc(5)). Any thread.
+namespace platform {
+
+// The processes of this user whose program lies in Contents/MacOS of a bundle with that identifier, newest first.
+std::vector<pid_t> processesWithBundleIdentifier(const QString& identifier);
+
+// Pure parts of it.
+
+// The start time, field 22 of /proc/PID/stat; the name before it may hold blanks and parentheses.
+std::optional<std::uint64_t> startTimeOf(const QByteArray& stat);
+
+// What an interpreter runs: the first argument that is no option. Empty when there is none.
+QByteArray firstArgumentOf(const QByteArray& commandLine);
+
+// "/a/B.app" for "/a/B.app/Contents/MacOS/c"; absent for any other path.
+std::optional<QString> bundleHolding(const QString& executable);
+
+} // namespace platform

@@ -1,0 +1,72 @@
+#include "platform/Reachability.h"
+
+#include "platform/RealPath.h"
+#include "platform/linux/RouteTable.h"
+#include "platform/linux/SystemFile.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace platform {
+namespace {
+
+const QString kIpv4Routes = QStringLiteral("/proc/net/route");
+const QString kIpv6Routes = QStringLiteral("/proc/net/ipv6_route");
+
+// Up, and with a cable or its like. The kernel is asked by name, since /sys may show another network namespace than
+// /proc/net does. An interface that cannot be asked counts by its route alone.
+bool isRunning(const QString& interface) {
+    const QByteArray name = interface.toLocal8Bit();
+    ifreq request{};
+    if (name.size() >= qsizetype(sizeof request.ifr_name)) {
+        return true;
+    }
+    std::memcpy(request.ifr_name, name.constData(), static_cast<std::size_t>(name.size()));
+    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (socket < 0) {
+        return true;
+    }
+    const bool known = ::ioctl(socket, SIOCGIFFLAGS, &request) == 0;
+    ::close(socket);
+    constexpr int kNeeded = IFF_UP | IFF_RUNNING;
+    return !known || (request.ifr_flags & kNeeded) == kNeeded;
+}
+
+// The same from files that stand for the system's own.
+bool isRunningByFiles(const QString& interface) {
+    const QString folder = QStringLiteral("/sys/class/net/") + interface;
+    if (realPath(folder) == folder) {
+        return true;
+    }
+    const auto flags = readSystemFile(folder + QStringLiteral("/flags"));
+    const auto carrier = readSystemFile(folder + QStringLiteral("/carrier"));
+    const bool isUp = !flags || (flags->trimmed().toUInt(nullptr, 16) & IFF_UP) != 0;
+    return isUp && (!carrier || carrier->trimmed() != "0");
+}
+
+bool leadsOut(const QString& routes, QStringList (*defaultInterfaces)(const QByteArray&)) {
+    const auto table = readSystemFile(routes);
+    if (!table) {
+        return false;
+    }
+    const QStringList interfaces = defaultInterfaces(*table);
+    const bool isStandIn = realPath(routes) != routes;
+    return std::any_of(interfaces.cbegin(), interfaces.cend(), isStandIn ? isRunningByFiles : isRunning);
+}
+
+} // namespace
+
+bool defaultRouteIsReachable() {
+    return leadsOut(kIpv4Routes, defaultInterfacesOfIpv4) || leadsOut(kIpv6Routes, defaultInterfacesOfIpv6);
+}
+
+} // namespace platform

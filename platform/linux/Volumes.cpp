@@ -1,0 +1,78 @@
+#include "platform/Volumes.h"
+
+#include "platform/RealPath.h"
+#include "platform/linux/MountTable.h"
+#include "platform/linux/SystemFile.h"
+
+#include <QByteArray>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QString>
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace platform {
+namespace {
+
+const QString kVolumes = QStringLiteral("/Volumes");
+
+// The kernel names a mount point without links; the volumes folder may be reached through some.
+QString plainPathOf(const QString& mountPoint, const QStringList& volumesFolders) {
+    for (const QString& folder : volumesFolders) {
+        if (mountPoint.startsWith(folder + u'/')) {
+            return kVolumes + mountPoint.mid(folder.size());
+        }
+    }
+    return mountPoint;
+}
+
+struct ExtractedVolume {
+    QString name;
+    // When its link was made, which is when it was attached; links made within one tick of the clock differ in number.
+    timespec made{};
+    ino_t number = 0;
+
+    bool operator<(const ExtractedVolume& other) const {
+        if (made.tv_sec != other.made.tv_sec) {
+            return made.tv_sec < other.made.tv_sec;
+        }
+        return made.tv_nsec != other.made.tv_nsec ? made.tv_nsec < other.made.tv_nsec : number < other.number;
+    }
+};
+
+// A link to a folder in the volumes folder. A link whose folder is gone is no volume.
+std::vector<ExtractedVolume> extractedVolumesIn(const QString& folder) {
+    std::vector<ExtractedVolume> volumes;
+    for (const QString& name : QDir(folder).entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name)) {
+        struct stat status {};
+        if (::lstat(QFile::encodeName(folder + u'/' + name).constData(), &status) == 0 && S_ISLNK(status.st_mode)) {
+            volumes.push_back({name, status.st_mtim, status.st_ino});
+        }
+    }
+    std::sort(volumes.begin(), volumes.end());
+    return volumes;
+}
+
+} // namespace
+
+QStringList mountedVolumes() {
+    const auto table = readSystemFile(QStringLiteral("/proc/self/mountinfo"));
+    const auto folder = volumesFolder();
+    const QStringList folders = folder ? QStringList{*folder, QFileInfo(*folder).canonicalFilePath()} : QStringList();
+    QStringList paths;
+    for (const QString& point : mountPointsOf(table.value_or(QByteArray()))) {
+        paths += plainPathOf(point, folders);
+    }
+    if (folder) {
+        for (const ExtractedVolume& volume : extractedVolumesIn(*folder)) {
+            paths += kVolumes + u'/' + volume.name;
+        }
+    }
+    return paths;
+}
+
+} // namespace platform

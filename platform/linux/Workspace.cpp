@@ -1,0 +1,33 @@
+#include "platform/Workspace.h"
+
+#include "platform/RealPath.h"
+#include "platform/linux/Spawn.h"
+
+#include <QFileInfo>
+
+namespace platform {
+
+bool openAddress(const std::optional<Address>& address) {
+    // What begins with a hyphen would be an option to the program that opens.
+    if (!address || address->text.startsWith(u'-')) {
+        return false;
+    }
+    const auto child = spawn(
+        {.program = QStringLiteral("xdg-open"), .arguments = {address->text}, .searchPath = true, .ownSession = true});
+    if (child) {
+        collectInBackground(*child);
+    }
+    return child.has_value();
+}
+
+std::optional<QString> fullPathForApplication(const QString& path) {
+    QString plain = path;
+    while (plain.size() > 1 && plain.endsWith(u'/')) {
+        plain.chop(1);
+    }
+    const bool isApplication =
+        plain.startsWith(u'/') && plain.endsWith(QStringLiteral(".app")) && QFileInfo(realPath(plain)).isDir();
+    return isApplication ? std::optional(plain) : std::nullopt;
+}
+
+} // namespace platform
