@@ -30,7 +30,8 @@ struct ImageFacts {
 // An opened image file: its decoded bytes as one disk. Chunks are decoded only when they are read, each at most once
 // while it stays in the cache.
 //
-// Threads: disk() any number at once, the rest one at a time.
+// Threads: disk() any number at once, the rest one at a time. Opening starts none; reading the disk may start some, so
+// a daemon forks before it reads.
 class DiskImage {
 public:
     // Recognises UDIF (by the trailer, libplist for its XML) and plain raw images. Throws ImageError.
@@ -48,5 +49,8 @@ public:
     // gets 0…1. Throws ImageError (kDamaged).
     virtual void verifyTables(void (*progress)(double)) const = 0;
 };
+
+// As DiskImage::open, of a file that is open already.
+std::unique_ptr<DiskImage> openDiskImage(const ByteSourcePtr& file, const ReadOptions& options = {});
 
 } // namespace hdi

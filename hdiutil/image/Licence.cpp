@@ -1,0 +1,54 @@
+#include "hdiutil/image/Licence.h"
+
+#include "hdiutil/image/ByteOrder.h"
+#include "hdiutil/image/MacRoman.h"
+
+#include <algorithm>
+#include <map>
+
+namespace hdi {
+
+namespace {
+
+constexpr int kFirstId = 5000;
+constexpr std::size_t kLanguageSize = 6;
+
+// The resource number of the default language's text.
+int defaultId(const Resources& resources) {
+    const auto found = resources.find("LPic");
+    if (found == resources.end() || found->second.empty()) {
+        return kFirstId;
+    }
+    const std::span<const std::byte> bytes = found->second.front().data;
+    const std::size_t count = bytes.size() < 4 ? 0 : (bytes.size() - 4) / kLanguageSize;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t at = 4 + i * kLanguageSize;
+        if (loadBig<std::uint16_t>(bytes, at) == loadBig<std::uint16_t>(bytes, 0)) {
+            return kFirstId + loadBig<std::uint16_t>(bytes, at + 2);
+        }
+    }
+    return kFirstId;
+}
+
+} // namespace
+
+std::vector<std::string> licenceTexts(const Resources& resources) {
+    std::map<int, std::string> byId;
+    if (const auto texts = resources.find("TEXT"); texts != resources.end()) {
+        for (const Resource& text : texts->second) {
+            byId.emplace(text.id, utf8FromMacRoman(text.data));
+        }
+    }
+    std::vector<std::string> licences;
+    const auto first = byId.find(defaultId(resources));
+    if (first != byId.end()) {
+        licences.push_back(std::move(first->second));
+        byId.erase(first);
+    }
+    for (auto& [id, text] : byId) {
+        licences.push_back(std::move(text));
+    }
+    return licences;
+}
+
+} // namespace hdi

@@ -1,0 +1,70 @@
+#include "hdiutil/image/RawImage.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+namespace hdi {
+
+namespace {
+
+struct Signature {
+    std::size_t offset;
+    std::string_view text;
+};
+
+constexpr std::size_t kSmallestDisk = 512;
+
+constexpr Signature kSignatures[] = {
+    {510, "\x55\xaa"},  // MBR, or a boot sector
+    {512, "EFI PART"},  // GPT
+    {4096, "EFI PART"}, // GPT, with large sectors
+    {0, "ER"},          // APM
+    {512, "PM"},        // APM
+    {1024, "H+"},       // HFS+
+    {1024, "HX"},       // HFSX
+    {1024, "BD"},       // HFS
+    {32, "NXSB"},       // APFS
+    {32769, "CD001"},   // ISO 9660
+    {32769, "BEA01"},   // UDF
+};
+
+class RawImage final : public DiskImage {
+public:
+    explicit RawImage(ByteSourcePtr file) : file_(std::move(file)) {
+        facts_.format = "raw";
+        facts_.description = "raw disk image";
+        facts_.diskBytes = file_->size();
+        facts_.fileBytes = file_->size();
+    }
+
+    ByteSourcePtr disk() const override { return file_; }
+    const ImageFacts& facts() const override { return facts_; }
+    std::vector<std::string> licences() const override { return {}; }
+    bool verifyDataFork() const override { return false; }
+    void verifyTables(void (*progress)(double)) const override {
+        if (progress != nullptr) {
+            progress(1);
+        }
+    }
+
+private:
+    ByteSourcePtr file_;
+    ImageFacts facts_;
+};
+
+} // namespace
+
+std::unique_ptr<DiskImage> openRawImage(const ByteSourcePtr& file) {
+    std::array<char, 32769 + 5> head{};
+    const auto length = static_cast<std::size_t>(std::min<std::uint64_t>(head.size(), file->size()));
+    file->read(0, std::as_writable_bytes(std::span(head).first(length)));
+    const std::string_view text(head.data(), length);
+    const bool known = std::any_of(std::begin(kSignatures), std::end(kSignatures), [text](const Signature& signature) {
+        return signature.offset < text.size() && text.substr(signature.offset).starts_with(signature.text);
+    });
+    return known && length >= kSmallestDisk ? std::make_unique<RawImage>(file) : nullptr;
+}
+
+} // namespace hdi

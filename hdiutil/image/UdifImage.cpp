@@ -1,0 +1,115 @@
+#include "hdiutil/image/UdifImage.h"
+
+#include "hdiutil/image/ChunkedDisk.h"
+#include "hdiutil/image/ImageError.h"
+#include "hdiutil/image/Licence.h"
+#include "hdiutil/image/Sectors.h"
+#include "hdiutil/image/UdifChecksums.h"
+#include "hdiutil/image/UdifPlist.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+namespace hdi {
+
+namespace {
+
+struct Format {
+    const char* name;
+    const char* description;
+};
+
+Format formatOf(RunType type) {
+    switch (type) {
+    case RunType::kAdc:
+        return {"UDCO", "UDIF read-only compressed (ADC)"};
+    case RunType::kZlib:
+        return {"UDZO", "UDIF read-only compressed (zlib)"};
+    case RunType::kBzip2:
+        return {"UDBZ", "UDIF read-only compressed (bzip2)"};
+    case RunType::kLzfse:
+        return {"ULFO", "UDIF read-only compressed (lzfse)"};
+    case RunType::kLzma:
+        return {"ULMO", "UDIF read-only compressed (lzma)"};
+    default:
+        return {"UDRO", "UDIF read-only"};
+    }
+}
+
+// The kind that most of the compressed runs have; raw when there are none.
+RunType mainType(const std::vector<UdifRun>& runs) {
+    std::map<RunType, std::size_t> counts;
+    for (const UdifRun& run : runs) {
+        counts[run.type] += isCompressed(run.type) ? 1 : 0;
+    }
+    const auto most = std::max_element(counts.begin(), counts.end(),
+                                       [](const auto& a, const auto& b) { return a.second < b.second; });
+    return most == counts.end() || most->second == 0 ? RunType::kRaw : most->first;
+}
+
+class UdifImage final : public DiskImage {
+public:
+    UdifImage(ByteSourcePtr file, UdifTrailer trailer, const Resources& resources, const ReadOptions& options)
+        : file_(std::move(file)), trailer_(trailer), threads_(options.threads), licences_(licenceTexts(resources)) {
+        const auto tables = resources.find("blkx");
+        if (tables == resources.end()) {
+            throw ImageError(ImageError::Kind::kDamaged, "the image has no chunk tables");
+        }
+        for (const Resource& table : tables->second) {
+            tables_.push_back(parseUdifTable(table.data, trailer_.dataOffset, file_->size(), trailer_.sectorCount));
+            tables_.back().name = table.name;
+        }
+        auto runs = orderedRuns(tables_);
+        describe(runs);
+        disk_ = makeChunkedDisk(file_, std::move(runs), trailer_.sectorCount, options);
+    }
+
+    ByteSourcePtr disk() const override { return disk_; }
+    const ImageFacts& facts() const override { return facts_; }
+    std::vector<std::string> licences() const override { return licences_; }
+    bool verifyDataFork() const override { return verifyDataChecksum(*file_, trailer_, threads_); }
+    void verifyTables(void (*progress)(double)) const override {
+        verifyTableChecksums(*file_, trailer_, tables_, threads_, progress);
+    }
+
+private:
+    void describe(const std::vector<UdifRun>& runs) {
+        const Format format = formatOf(mainType(runs));
+        facts_.format = format.name;
+        facts_.description = format.description;
+        facts_.diskBytes = trailer_.sectorCount * kSectorBytes;
+        facts_.fileBytes = file_->size();
+        facts_.chunkCount = runs.size();
+        facts_.hasDataForkChecksum = trailer_.dataChecksum.crc32().has_value();
+        facts_.hasLicence = !licences_.empty();
+    }
+
+    const ByteSourcePtr file_;
+    const UdifTrailer trailer_;
+    const unsigned threads_;
+    const std::vector<std::string> licences_;
+    std::vector<UdifTable> tables_;
+    ImageFacts facts_;
+    ByteSourcePtr disk_;
+};
+
+} // namespace
+
+std::unique_ptr<DiskImage> openUdifImage(const ByteSourcePtr& file, const ReadOptions& options) {
+    const auto trailer = readUdifTrailer(*file);
+    if (!trailer) {
+        return nullptr;
+    }
+    if (trailer->plistLength == 0) {
+        throw ImageError(ImageError::Kind::kUnsupported, "images without a property list are not supported");
+    }
+    if (trailer->plistLength > kMaxPlistBytes) {
+        throw ImageError(ImageError::Kind::kDamaged, "the image's property list is too large");
+    }
+    std::vector<std::byte> xml(static_cast<std::size_t>(trailer->plistLength));
+    file->read(trailer->plistOffset, xml);
+    return std::make_unique<UdifImage>(file, *trailer, parseUdifPlist(xml), options);
+}
+
+} // namespace hdi
