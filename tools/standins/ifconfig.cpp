@@ -1,0 +1,15 @@
+#include "tools/standins/Interfaces.h"
+#include "tools/standins/SystemFiles.h"
+
+#include <cstdio>
+#include <cstring>
+
+// Stands for the platform's ifconfig where the program asks for hardware addresses.
+int main(int argc, char** argv) {
+    if (argc != 2 || std::strcmp(argv[1], "-a") != 0) {
+        std::fputs("ifconfig: this stand-in lists all interfaces; usage: ifconfig -a\n", stderr);
+        return 1;
+    }
+    const std::string text = standins::listing(standins::readInterfaces(standins::systemPath("/sys/class/net")));
+    return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0 ? 0 : 1;
+}
