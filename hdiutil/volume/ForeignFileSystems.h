@@ -1,0 +1,13 @@
+#pragma once
+
+#include "hdiutil/image/ByteSource.h"
+
+namespace hdi {
+
+// Throws ImageError (kUnsupported), naming it, when the partition holds a file system that is known and not read:
+// FAT12, FAT16, FAT32 or exFAT. The reason stands in docs/decisions/fat.md.
+//
+// Facts: Microsoft, "FAT: General Overview of On-Disk Format" and "exFAT file system specification".
+void refuseForeignFileSystem(const ByteSource& partition);
+
+} // namespace hdi

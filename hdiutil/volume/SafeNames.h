@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace hdi {
+
+// Stored names made fit for one component of a path. Pure functions.
+
+// A slash becomes a colon (that is how the platform shows them), a NUL its visible symbol. What then is empty, "." or
+// "..", or longer than the 255 bytes a path component may have, gets `number` by withNumber.
+std::string safeName(std::string_view stored, std::uint64_t number);
+
+// "name#1F.ext" for number 31: the number is unique in its volume, so the name is, too. At most 255 bytes, cut between
+// characters.
+std::string withNumber(std::string_view name, std::uint64_t number);
+
+} // namespace hdi
