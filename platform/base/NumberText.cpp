@@ -2,7 +2,10 @@
 
 #include <QByteArray>
 
-#include <charconv>
+#include <locale.h> // newlocale, strtod_l
+#include <stdlib.h>
+
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -10,10 +13,6 @@ namespace {
 bool isSkipped(QChar unit) {
     const char16_t code = unit.unicode();
     return code <= 0x20 || (code >= 0x7F && code <= 0xA0) || (code >= 0x2000 && code <= 0x200B) || code == 0x3000;
-}
-
-bool isDigit(char byte) {
-    return byte >= '0' && byte <= '9';
 }
 
 // What can stand in a decimal number, as bytes; the first other unit ends it.
@@ -24,18 +23,11 @@ QByteArray numberCandidate(const QString& text) {
     QByteArray candidate;
     for (; at < text.size(); ++at) {
         const char byte = text[at].toLatin1();
-        if (!isDigit(byte) && byte != '+' && byte != '-' && byte != '.' && byte != 'e' && byte != 'E')
+        if (byte == '\0' || !std::strchr("0123456789+-.eE", byte))
             break;
         candidate += byte;
     }
     return candidate;
-}
-
-// from_chars reports "does not fit" alike for the infinite and the vanishing: a negative exponent tells them apart.
-double outOfRangeValue(const QByteArray& digits) {
-    const qsizetype exponent = digits.toLower().indexOf('e');
-    const bool vanishes = exponent >= 0 && digits.mid(exponent + 1).startsWith('-');
-    return vanishes ? 0.0 : std::numeric_limits<double>::infinity();
 }
 
 int hexDigitValue(QChar unit) {
@@ -53,21 +45,10 @@ int hexDigitValue(QChar unit) {
 namespace NumberText {
 
 double doubleValue(const QString& text) {
-    QByteArray candidate = numberCandidate(text);
-    const bool negative = candidate.startsWith('-');
-    if (negative || candidate.startsWith('+'))
-        candidate.remove(0, 1);
-    // from_chars takes a sign of its own and words such as "inf": only a digit or a point may lead here.
-    if (candidate.isEmpty() || (!isDigit(candidate[0]) && candidate[0] != '.'))
-        return 0.0;
-    double value = 0.0;
-    const char* const end = candidate.constData() + candidate.size();
-    const auto [stopped, error] = std::from_chars(candidate.constData(), end, value);
-    if (error == std::errc::result_out_of_range)
-        value = outOfRangeValue(candidate.left(stopped - candidate.constData()));
-    else if (error != std::errc())
-        return 0.0;
-    return negative ? -value : value;
+    // Only the units of a decimal number get this far, so that no words or hexadecimal digits are taken; the plain
+    // locale keeps the point a point. A value too large comes out infinite, one too small as zero.
+    static const locale_t plain = ::newlocale(LC_ALL_MASK, "C", nullptr);
+    return ::strtod_l(numberCandidate(text).constData(), nullptr, plain);
 }
 
 std::optional<unsigned> hexInt(const QString& text) {

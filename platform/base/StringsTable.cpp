@@ -17,6 +17,8 @@ std::optional<QString> decode(const QByteArray& bytes) {
         encoding = QStringConverter::Utf16BE;
     else if (bytes.size() >= 2 && bytes[0] != '\0' && bytes[1] == '\0')
         encoding = QStringConverter::Utf16LE;
+    if (encoding != QStringConverter::Utf8 && bytes.size() % 2 != 0)
+        return std::nullopt;
     QStringDecoder decoder(encoding);
     QString text = decoder.decode(bytes);
     return decoder.hasError() ? std::nullopt : std::optional(text);

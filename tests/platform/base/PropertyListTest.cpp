@@ -1,0 +1,160 @@
+#include "platform/base/PropertyList.h"
+
+#include "platform/base/PropertyListGuard.h"
+#include "tests/support/TestEnvironment.h"
+
+#include <gtest/gtest.h>
+
+#include <plist/plist.h>
+
+#include <cstdlib>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QByteArray xml(const QByteArray& body) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n<plist version=\"1.0\">" +
+           body + "</plist>\n";
+}
+
+QByteArray binaryOf(const QByteArray& xmlBytes) {
+    plist_t root = nullptr;
+    plist_from_xml(xmlBytes.constData(), static_cast<uint32_t>(xmlBytes.size()), &root);
+    char* bytes = nullptr;
+    uint32_t length = 0;
+    plist_to_bin(root, &bytes, &length);
+    const QByteArray binary(bytes, static_cast<qsizetype>(length));
+    std::free(bytes);
+    plist_free(root);
+    return binary;
+}
+
+const QByteArray kSample = xml("<dict><key>text</key><string>a &amp; b</string><key>yes</key><true/>"
+                               "<key>n</key><integer>42</integer><key>list</key><array><string>x</string></array>"
+                               "<key>data</key><data>AAE=</data><key>r</key><real>0.5</real></dict>");
+
+void expectSample(const std::optional<QVariant>& value) {
+    ASSERT_TRUE(value);
+    const QVariantMap map = value->toMap();
+    EXPECT_EQ(map.value(u"text"_s), QVariant(u"a & b"_s));
+    EXPECT_EQ(map.value(u"yes"_s), QVariant(true));
+    EXPECT_EQ(map.value(u"n"_s), QVariant(qint64{42}));
+    EXPECT_EQ(map.value(u"list"_s), QVariant(QVariantList{u"x"_s}));
+    EXPECT_EQ(map.value(u"data"_s), QVariant(QByteArray("\0\1", 2)));
+    EXPECT_EQ(map.value(u"r"_s), QVariant(0.5));
+}
+
+QByteArray bigEndian(quint64 value) {
+    QByteArray bytes;
+    for (int shift = 56; shift >= 0; shift -= 8)
+        bytes += static_cast<char>(value >> shift & 0xFF);
+    return bytes;
+}
+
+// A binary list of arrays, each holding `fanOut` references to the next one; the last object is a small integer.
+QByteArray chainOfArrays(int length, int fanOut) {
+    QByteArray bytes = "bplist00";
+    QByteArray offsets;
+    const auto note = [&] {
+        const quint64 at = static_cast<quint64>(bytes.size());
+        offsets += bigEndian(at).right(4);
+    };
+    for (int index = 0; index < length; ++index) {
+        note();
+        bytes += static_cast<char>(0xA0 | fanOut);
+        for (int reference = 0; reference < fanOut; ++reference)
+            bytes += bigEndian(static_cast<quint64>(index) + 1).right(4);
+    }
+    note();
+    bytes += QByteArray("\x10\x01", 2);
+    const quint64 table = static_cast<quint64>(bytes.size());
+    return bytes + offsets + QByteArray(6, '\0') + QByteArray("\4\4", 2) + bigEndian(static_cast<quint64>(length) + 1) +
+           bigEndian(0) + bigEndian(table);
+}
+
+} // namespace
+
+TEST(PropertyList, ReadsXml) {
+    expectSample(PropertyList::parse(kSample));
+}
+
+TEST(PropertyList, ReadsBinary) {
+    expectSample(PropertyList::parse(binaryOf(kSample)));
+}
+
+TEST(PropertyList, ReadsAFileAndNothingFromAMissingOne) {
+    const QString path = test::folder() + u"/list.plist"_s;
+    test::writeFile(path, kSample);
+    expectSample(PropertyList::readFile(path));
+    EXPECT_FALSE(PropertyList::readFile(test::folder() + u"/none.plist"_s));
+}
+
+TEST(PropertyList, RefusesGarbage) {
+    for (const QByteArray& bytes : {QByteArray(), QByteArray("garbage"), QByteArray("<plist"), QByteArray("bplist00"),
+                                    QByteArray(64, '\xFF'), QByteArray("bplist00") + QByteArray(40, '\xFF')})
+        EXPECT_FALSE(PropertyList::parse(bytes)) << bytes.toStdString();
+}
+
+TEST(PropertyList, SurvivesEveryTruncation) {
+    for (const QByteArray& whole : {kSample, binaryOf(kSample)}) {
+        for (qsizetype length = 0; length < whole.size(); ++length)
+            PropertyList::parse(whole.left(length));
+    }
+}
+
+TEST(PropertyList, SurvivesEveryChangedByteOfABinaryList) {
+    const QByteArray whole = binaryOf(kSample);
+    for (qsizetype at = 0; at < whole.size(); ++at) {
+        for (const char changed : {'\0', '\x7F', '\xA1', '\xDF', '\xFF'}) {
+            QByteArray bytes = whole;
+            bytes[at] = changed;
+            PropertyList::parse(bytes);
+        }
+    }
+}
+
+TEST(PropertyList, RefusesXmlNestedDeeperThanItsBoundAndTakesWhatIsWithin) {
+    const auto nested = [](qsizetype depth) {
+        return xml(QByteArray("<array>").repeated(depth) + QByteArray("</array>").repeated(depth));
+    };
+    EXPECT_TRUE(PropertyList::parse(nested(128)));
+    EXPECT_FALSE(PropertyList::parse(nested(129)));
+    EXPECT_FALSE(PropertyList::parse(nested(200'000)));
+}
+
+TEST(PropertyListGuard, CannotBeFooledByClosingTagsInsideCommentsTextsOrDeclarations) {
+    const QByteArray open = "<array>";
+    for (const QByteArray& disguise :
+         {QByteArray("<!-- </array> -->"), QByteArray("<![CDATA[</array>]]>"), QByteArray("<? </array> ?>"),
+          QByteArray("<!DOCTYPE x [ </array> ]>"), QByteArray("<array x=\"</array>\">")}) {
+        const QByteArray bytes = xml((open + disguise).repeated(200));
+        EXPECT_FALSE(PropertyListGuard::isSafe(bytes.toStdString())) << disguise.toStdString();
+    }
+}
+
+TEST(PropertyList, RefusesABinaryListNestedDeeperThanItsBound) {
+    EXPECT_TRUE(PropertyList::parse(chainOfArrays(128, 1)));
+    EXPECT_FALSE(PropertyList::parse(chainOfArrays(129, 1)));
+    EXPECT_FALSE(PropertyList::parse(chainOfArrays(200'000, 1)));
+}
+
+TEST(PropertyList, RefusesABinaryListThatMultipliesItself) {
+    EXPECT_FALSE(PropertyList::parse(chainOfArrays(60, 2)));
+}
+
+TEST(PropertyListGuard, RefusesInputAboveSixteenMebibytes) {
+    EXPECT_TRUE(PropertyListGuard::isSafe(std::string(16U * 1024 * 1024, ' ')));
+    EXPECT_FALSE(PropertyListGuard::isSafe(std::string(16U * 1024 * 1024 + 1, ' ')));
+}
+
+TEST(PropertyList, DoesNotExpandEntityBombs) {
+    QByteArray bomb = "<?xml version=\"1.0\"?><!DOCTYPE plist [<!ENTITY a \"aaaaaaaaaa\">";
+    for (char name = 'b'; name <= 'j'; ++name)
+        bomb += QByteArray("<!ENTITY ") + name + " \"" +
+                QByteArray("&" + QByteArray(1, static_cast<char>(name - 1)) + ";").repeated(10) + "\">";
+    bomb += "]><plist version=\"1.0\"><string>&j;</string></plist>";
+    const std::optional<QVariant> value = PropertyList::parse(bomb);
+    EXPECT_LT(value.value_or(QVariant()).toString().size(), 100);
+}

@@ -1,0 +1,62 @@
+#include "platform/base/UncaughtException.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+int handled = 0;
+QString lastReason;
+
+void recordingHandler(const PlatformException& exception) {
+    ++handled;
+    lastReason = exception.reason();
+}
+
+} // namespace
+
+TEST(UncaughtException, ReachesTheHandlerOnTheRaisingThread) {
+    platform::setUncaughtExceptionHandler(recordingHandler);
+    std::thread other(
+        [] { platform::reportingUncaughtExceptions([] { throw PlatformException::range(u"too far"_s); }); });
+    other.join();
+    EXPECT_EQ(handled, 1);
+    EXPECT_EQ(lastReason, u"too far"_s);
+}
+
+TEST(UncaughtException, GoesOnToTheCallerWithoutAHandler) {
+    EXPECT_THROW(platform::reportingUncaughtExceptions([] { throw PlatformException::range(u"r"_s); }),
+                 PlatformException);
+}
+
+TEST(UncaughtException, OfAnotherTypeIsNotTouched) {
+    platform::setUncaughtExceptionHandler(recordingHandler);
+    EXPECT_THROW(platform::reportingUncaughtExceptions([] { throw 7; }), int);
+    EXPECT_EQ(handled, 0);
+}
+
+TEST(UncaughtException, InsideTheHandlerDoesNotCallItAgain) {
+    platform::setUncaughtExceptionHandler([](const PlatformException& exception) {
+        ++handled;
+        platform::reportingUncaughtExceptions([&] { throw PlatformException(exception); });
+    });
+    EXPECT_THROW(platform::reportingUncaughtExceptions([] { throw PlatformException::range(u"r"_s); }),
+                 PlatformException);
+    EXPECT_EQ(handled, 1);
+}
+
+TEST(UncaughtExceptionDeathTest, ThatNobodyWrappedStillReachesTheHandlerBeforeTheProcessAborts) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            platform::setUncaughtExceptionHandler(
+                [](const PlatformException& exception) { std::fprintf(stderr, "seen: %s\n", exception.what()); });
+            platform::installTerminateNet();
+            std::thread([] { throw PlatformException::range(u"loose"_s); }).join();
+        },
+        "seen: loose");
+}
