@@ -1,6 +1,7 @@
 #include "hdiutil/image/Codec.h"
 
 #include "hdiutil/image/Crc32.h"
+#include "hdiutil/image/Lzfse.h"
 
 #include <bzlib.h>
 #include <libdeflate.h>
@@ -63,6 +64,8 @@ bool decodeChunk(RunType type, std::span<const std::byte> stored, std::span<std:
         return decodeLzma(stored, into);
     case RunType::kAdc:
         return decodeAdc(stored, into);
+    case RunType::kLzfse:
+        return decodeLzfse(stored, into);
     default:
         return false;
     }
