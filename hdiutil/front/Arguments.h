@@ -1,0 +1,47 @@
+#pragma once
+
+#include "hdiutil/front/FrontError.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace hdi {
+
+enum class Verb { kAttach, kDetach, kUnmount, kInfo, kImageInfo, kVerify, kCreate, kHelp, kVersion };
+
+// What `create` was asked for.
+struct CreateOptions {
+    std::string sourceFolder;
+    std::string volumeName;
+    std::string format = "UDZO";
+    std::string fileSystem = "HFS+";
+    std::string layout = "GPTSPUD";
+};
+
+// A command line that was understood.
+struct Arguments {
+    Verb verb = Verb::kHelp;
+    std::string operand; // image, mount point or device; empty where the verb has none
+    std::optional<std::string> mountPoint;
+    bool verify = true;
+    bool quiet = false;
+    bool plist = false;
+    bool force = false;
+    CreateOptions create;
+};
+
+// A command line that was not. what() names the offending word; the caller adds where help is to be had.
+class UsageError : public FrontError {
+public:
+    explicit UsageError(const std::string& message) : FrontError(message, kStatusUsage) {}
+};
+
+// Reads the words after the program's name. Options may stand before or after the operand, as users of the tool write
+// them. Throws UsageError. Pure.
+Arguments parseArguments(const std::vector<std::string>& words);
+
+// What --help prints.
+std::string helpText();
+
+} // namespace hdi

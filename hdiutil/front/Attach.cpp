@@ -1,0 +1,116 @@
+#include "hdiutil/front/Attach.h"
+
+#include "hdiutil/front/AttachedState.h"
+#include "hdiutil/front/Daemon.h"
+#include "hdiutil/front/ExtractedAttach.h"
+#include "hdiutil/front/FrontError.h"
+#include "hdiutil/front/FuseServer.h"
+#include "hdiutil/front/ImageCheck.h"
+#include "hdiutil/front/Reaper.h"
+#include "hdiutil/image/ImageError.h"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace hdi {
+namespace {
+
+std::string licenceText(const DiskImage& image) {
+    std::string text;
+    for (const std::string& licence : image.licences()) {
+        // Only the default language's: the others say the same.
+        text = licence + (licence.ends_with('\n') ? "" : "\n");
+        break;
+    }
+    return text;
+}
+
+std::optional<AttachRecord> recordOf(const AttachedState& state, const ImageIdentity& identity) {
+    for (AttachRecord& record : reapAndList(state)) {
+        if (record.identity == identity) {
+            return std::move(record);
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<AttachResult> attachedBefore(const VolumesFolder& volumes, const ImageIdentity& identity) {
+    std::optional<AttachedState> state(std::in_place, volumes);
+    return findAttached(state, volumes, identity);
+}
+
+} // namespace
+
+PreparedImage prepareImage(const AttachOptions& options) {
+    PreparedImage prepared;
+    prepared.opened = openImage(options.imagePath);
+    const CheckTime time = checkTimeFor(prepared.opened.image->facts(), options.verify);
+    const std::string damage = time == CheckTime::kBefore ? checkImage(*prepared.opened.image) : std::string();
+    if (!damage.empty()) {
+        throw FrontError("attach failed - image data corrupted (" + damage + ")");
+    }
+    prepared.checkBeside = time == CheckTime::kBeside;
+    try {
+        prepared.messages = licenceText(*prepared.opened.image) + prepared.opened.warnings;
+    } catch (const ImageError& error) { // a text that cannot be read does not make the files unusable
+        prepared.messages = std::string("hdiutil: warning: licence - ") + error.what() + "\n" + prepared.opened.warnings;
+    }
+    return prepared;
+}
+
+std::optional<AttachResult> findAttached(std::optional<AttachedState>& state, const VolumesFolder& volumes,
+                                         const ImageIdentity& identity) {
+    for (;;) {
+        const std::optional<AttachRecord> record = recordOf(*state, identity);
+        if (!record) {
+            return std::nullopt;
+        }
+        if (!record->damage.empty()) {
+            throw FrontError("attach failed - image data corrupted (" + record->damage + "); still attached as " +
+                             record->diskName());
+        }
+        if (record->complete) {
+            return AttachResult{record->rows, ""};
+        }
+        const UniqueFd reservation = state->openRecord(*record);
+        state.reset();
+        waitUntilDone(reservation);
+        state.emplace(volumes);
+    }
+}
+
+AttachRecord newRecord(const AttachOptions& options, const ImageIdentity& identity, int disk, AttachMethod method) {
+    AttachRecord record;
+    record.disk = disk;
+    record.imagePath = options.imagePath;
+    record.identity = identity;
+    record.method = method;
+    record.process = ProcessIdentity::self();
+    record.boot = bootId();
+    return record;
+}
+
+ImageIdentity requireIdentity(const std::string& path) {
+    const std::optional<ImageIdentity> identity = identityOf(path);
+    if (!identity) {
+        const bool noFile = errno == EISDIR || errno == EINVAL;
+        throw FrontError("attach failed - " + (noFile ? "image not recognized" : errorText(errno)));
+    }
+    return *identity;
+}
+
+AttachResult attachImage(const AttachOptions& options) {
+    const ImageIdentity identity = requireIdentity(options.imagePath);
+    const VolumesFolder volumes = VolumesFolder::open();
+    if (std::optional<AttachResult> before = attachedBefore(volumes, identity)) {
+        return *before;
+    }
+    if (isFuseUsable()) {
+        if (std::optional<AttachResult> result = attachThroughDaemon(options, volumes)) {
+            return *result;
+        }
+    }
+    return attachByExtracting(options, volumes);
+}
+
+} // namespace hdi

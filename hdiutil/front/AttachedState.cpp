@@ -1,0 +1,163 @@
+#include "hdiutil/front/AttachedState.h"
+
+#include "hdiutil/front/FrontError.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+namespace hdi {
+namespace {
+
+constexpr int kFirstDisk = 2; // the platform's own disks come first
+constexpr std::string_view kRecordPrefix = "disk";
+
+int flockRetrying(int fd, int operation) {
+    int result = 0;
+    do {
+        result = flock(fd, operation);
+    } while (result != 0 && errno == EINTR);
+    return result;
+}
+
+// The holder of the lock removes the file with the last record, so a lock on a file without a name is worth nothing.
+bool isStillNamed(int fd, const std::string& path) {
+    struct stat mine {};
+    struct stat named {};
+    return fstat(fd, &mine) == 0 && lstat(path.c_str(), &named) == 0 && mine.st_ino == named.st_ino &&
+           mine.st_dev == named.st_dev;
+}
+
+std::optional<int> diskOfFile(const std::string& name) {
+    int disk = 0;
+    const char* begin = name.data() + std::min(kRecordPrefix.size(), name.size());
+    const char* end = name.data() + name.size();
+    const auto [stop, error] = std::from_chars(begin, end, disk);
+    const bool whole = name.starts_with(kRecordPrefix) && error == std::errc() && stop == end;
+    return whole && disk >= kFirstDisk ? std::optional(disk) : std::nullopt;
+}
+
+bool writeAll(int fd, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = ::write(fd, text.data(), text.size());
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+    return true;
+}
+
+} // namespace
+
+AttachedState::AttachedState(const VolumesFolder& volumes) : AttachedState(volumes, true) {}
+
+AttachedState::AttachedState(const VolumesFolder& volumes, bool wait) : folder_(volumes.path() + "/.hdiutil") {
+    while (!acquire(wait)) {
+        if (!wait) {
+            lock_.reset();
+            return;
+        }
+    }
+}
+
+std::optional<AttachedState> AttachedState::tryLock(const VolumesFolder& volumes) {
+    AttachedState state(volumes, false);
+    return state.lock_ ? std::optional(std::move(state)) : std::nullopt;
+}
+
+bool AttachedState::acquire(bool wait) {
+    if (mkdir(folder_.c_str(), 0700) != 0 && errno != EEXIST) {
+        throw FrontError("cannot create \"" + folder_ + "\" - " + errorText(errno));
+    }
+    const std::string path = folder_ + "/lock";
+    lock_.reset(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!lock_ && errno == ENOENT) {
+        return false; // removed by its last user just now
+    }
+    if (!lock_ || !isPrivateFolder(folder_, geteuid())) {
+        throw FrontError("the state folder \"" + folder_ + "\" is not a folder of yours");
+    }
+    return flockRetrying(lock_.get(), wait ? LOCK_EX : LOCK_EX | LOCK_NB) == 0 && isStillNamed(lock_.get(), path);
+}
+
+AttachedState::~AttachedState() {
+    if (!lock_) {
+        return;
+    }
+    std::error_code ignored; // nothing is lost when an empty folder stays
+    if (records().empty()) {
+        std::filesystem::remove(folder_ + "/lock", ignored);
+        std::filesystem::remove(folder_, ignored);
+    }
+}
+
+std::string AttachedState::recordPath(int disk) const {
+    return folder_ + "/" + std::string(kRecordPrefix) + std::to_string(disk);
+}
+
+std::vector<AttachRecord> AttachedState::records() const {
+    std::vector<AttachRecord> found;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_, error)) {
+        const std::string name = entry.path().filename().string();
+        const std::optional<int> disk = diskOfFile(name);
+        std::optional<AttachRecord> record = disk ? parseRecord(readSmallFile(entry.path().string())) : std::nullopt;
+        if (record && record->disk == *disk) {
+            found.push_back(std::move(*record));
+        } else if (name != "lock") {
+            std::filesystem::remove(entry.path(), error);
+        }
+    }
+    std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.disk < b.disk; });
+    return found;
+}
+
+int AttachedState::firstFreeDisk() const {
+    int disk = kFirstDisk;
+    for (const AttachRecord& record : records()) {
+        disk += record.disk == disk ? 1 : 0;
+    }
+    return disk;
+}
+
+UniqueFd AttachedState::write(const AttachRecord& record) const {
+    const std::string path = recordPath(record.disk);
+    const std::string fresh = folder_ + "/new";
+    UniqueFd file(::open(fresh.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!file || !writeAll(file.get(), serialize(record)) || flockRetrying(file.get(), LOCK_EX) != 0 ||
+        rename(fresh.c_str(), path.c_str()) != 0) {
+        const int error = errno;
+        unlink(fresh.c_str());
+        throw FrontError("cannot note what is attached in \"" + folder_ + "\" - " + errorText(error));
+    }
+    return file;
+}
+
+void AttachedState::save(const AttachRecord& record) const {
+    write(record);
+}
+
+UniqueFd AttachedState::reserve(const AttachRecord& record) const {
+    return write(record);
+}
+
+void AttachedState::remove(const AttachRecord& record) const {
+    unlink(recordPath(record.disk).c_str());
+}
+
+UniqueFd AttachedState::openRecord(const AttachRecord& record) const {
+    return UniqueFd(::open(recordPath(record.disk).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+}
+
+void waitUntilDone(const UniqueFd& reservation) {
+    if (reservation) {
+        flockRetrying(reservation.get(), LOCK_SH);
+    }
+}
+
+} // namespace hdi

@@ -1,0 +1,120 @@
+#include "hdiutil/front/Daemon.h"
+
+#include "hdiutil/front/DaemonReport.h"
+#include "hdiutil/front/FrontError.h"
+#include "hdiutil/front/ImageServer.h"
+#include "hdiutil/front/UniqueFd.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <exception>
+#include <fcntl.h>
+#include <linux/close_range.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace hdi {
+namespace {
+
+// Everything above standard error but the pipe to the parent.
+void closeOthers(int kept) {
+    constexpr unsigned kFirst = STDERR_FILENO + 1;
+    const auto keep = static_cast<unsigned>(kept);
+    if (keep > kFirst) {
+        close_range(kFirst, keep - 1, 0);
+    }
+    close_range(std::max(keep + 1, kFirst), ~0U, 0);
+}
+
+// The caller's terminal, descriptors, working folder and signal settings are none of ours from here on.
+void leaveCaller(int kept) {
+    setsid();
+    (void)!chdir("/");
+    const int null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        dup2(null, fd);
+    }
+    closeOthers(kept);
+    prctl(PR_SET_NAME, "hdiutil");
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGCHLD}) {
+        std::signal(signal, SIG_DFL); // NOLINT(cert-err33-c): these can always be set
+    }
+    std::signal(SIGPIPE, SIG_IGN); // NOLINT(cert-err33-c)
+}
+
+bool sendReport(int fd, const DaemonReport& report) {
+    const std::string bytes = serialize(report);
+    std::size_t sent = 0;
+    while (sent < bytes.size()) {
+        const ssize_t count = ::write(fd, bytes.data() + sent, bytes.size() - sent);
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        sent += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    }
+    return true;
+}
+
+[[noreturn]] void runDaemon(const AttachOptions& options, const VolumesFolder& volumes, UniqueFd pipe) {
+    leaveCaller(pipe.get());
+    ImageServer server(options, volumes);
+    const DaemonReport report = server.attach();
+    const bool received = sendReport(pipe.get(), report);
+    pipe.reset();
+    if (report.kind == DaemonReport::Kind::kAttached && server.isServing()) {
+        server.serve(received);
+    }
+    // Threads may still be in the middle of a request or of a checksum; there is nothing left that they are needed for.
+    _exit(0);
+}
+
+std::string readAll(int fd) {
+    std::string bytes;
+    char buffer[4096];
+    for (;;) {
+        const ssize_t count = ::read(fd, buffer, sizeof buffer);
+        if (count > 0) {
+            bytes.append(buffer, static_cast<std::size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            return bytes;
+        }
+    }
+}
+
+void reap(pid_t child) {
+    while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+    }
+}
+
+} // namespace
+
+std::optional<AttachResult> attachThroughDaemon(const AttachOptions& options, const VolumesFolder& volumes) {
+    int ends[2] = {-1, -1};
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        throw FrontError("attach failed - " + errorText(errno));
+    }
+    UniqueFd reading(ends[0]);
+    UniqueFd writing(ends[1]);
+    const pid_t child = fork();
+    if (child < 0) {
+        throw FrontError("attach failed - " + errorText(errno));
+    }
+    if (child == 0) {
+        reading.reset();
+        runDaemon(options, volumes, std::move(writing));
+    }
+    writing.reset();
+    std::optional<DaemonReport> report = parseReport(readAll(reading.get()));
+    if (report && report->kind == DaemonReport::Kind::kAttached) {
+        return AttachResult{std::move(report->rows), std::move(report->messages)};
+    }
+    reap(child);
+    if (report && report->kind == DaemonReport::Kind::kNoFuse) {
+        return std::nullopt;
+    }
+    throw FrontError(report ? report->message : "attach failed - the program that serves the image ended unexpectedly");
+}
+
+} // namespace hdi

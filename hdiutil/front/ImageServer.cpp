@@ -1,0 +1,189 @@
+#include "hdiutil/front/ImageServer.h"
+
+#include "hdiutil/front/AttachedState.h"
+#include "hdiutil/front/FrontError.h"
+#include "hdiutil/front/ImageCheck.h"
+#include "hdiutil/front/MountControl.h"
+#include "hdiutil/front/MountPoints.h"
+#include "hdiutil/front/Reaper.h"
+#include "hdiutil/front/UniqueFd.h"
+
+#include <algorithm>
+#include <csignal>
+#include <fcntl.h>
+#include <malloc.h>
+#include <new>
+#include <syslog.h>
+#include <thread>
+#include <unistd.h>
+
+namespace hdi {
+namespace {
+
+constexpr int kVolumeEnded = SIGUSR1; // a volume's loop tells the waiting thread
+
+sigset_t awaitedSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP, kVolumeEnded}) {
+        sigaddset(&signals, signal);
+    }
+    return signals;
+}
+
+// Opening goes through the kernel to our own threads and back.
+bool mountAnswers(const std::string& folder) {
+    return static_cast<bool>(UniqueFd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
+}
+
+} // namespace
+
+ImageServer::ImageServer(const AttachOptions& options, const VolumesFolder& volumes)
+    : options_(options), volumes_(volumes) {
+    // Blocked before the first thread exists, so that all of them inherit it and only waitForEnd() gets them.
+    const sigset_t signals = awaitedSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    // Many threads that each decode into big buffers would make as many heaps that never shrink.
+    constexpr int kHeaps = 2;
+    mallopt(M_ARENA_MAX, kHeaps);
+}
+
+ImageServer::~ImageServer() = default;
+
+DaemonReport ImageServer::attach() {
+    DaemonReport report;
+    try {
+        return attachOrThrow();
+    } catch (const FrontError& error) {
+        report.message = error.what();
+    } catch (const std::bad_alloc&) {
+        report.message = "attach failed - Cannot allocate memory";
+    } catch (const std::exception& error) {
+        report.message = std::string("attach failed - ") + error.what();
+    }
+    return report;
+}
+
+DaemonReport ImageServer::attachOrThrow() {
+    const ImageIdentity identity = requireIdentity(options_.imagePath);
+    prepared_ = prepareImage(options_);
+    std::optional<AttachedState> state(std::in_place, volumes_);
+    if (std::optional<AttachResult> before = findAttached(state, volumes_, identity)) {
+        return {DaemonReport::Kind::kAttached, "", before->rows, before->messages};
+    }
+    record_ = newRecord(options_, identity, state->firstFreeDisk(), AttachMethod::kFuse);
+    MountPoints points(prepared_.opened, record_.disk, volumes_, options_.mountPoint);
+    record_.rows = points.rows();
+    if (!mountAll()) {
+        servers_.clear();
+        return {DaemonReport::Kind::kNoFuse, "", {}, ""};
+    }
+    try {
+        startAll();
+        state->save(record_);
+    } catch (const FrontError&) {
+        servers_.clear(); // unmounted before the mount points are removed
+        throw;
+    }
+    points.keep();
+    return {DaemonReport::Kind::kAttached, "", record_.rows, prepared_.messages};
+}
+
+bool ImageServer::mountAll() {
+    for (std::size_t i = 0; i < record_.rows.size(); ++i) {
+        const AttachedRow& row = record_.rows[i];
+        if (!row.isMounted()) {
+            continue;
+        }
+        servers_.push_back(std::make_unique<FuseServer>(*prepared_.opened.slots[i].volume));
+        if (!servers_.back()->mount(row.realPath, row.device)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void ImageServer::startAll() {
+    running_ = servers_.size();
+    for (const auto& server : servers_) {
+        server->start([this] {
+            --running_;
+            kill(getpid(), kVolumeEnded);
+        });
+    }
+    for (const AttachedRow& row : record_.rows) {
+        if (row.isMounted() && !mountAnswers(row.realPath)) {
+            throw FrontError("attach failed - the mounted volume does not answer");
+        }
+        if (row.isMounted()) {
+            widenReadAhead(row.realPath);
+        }
+    }
+}
+
+void ImageServer::serve(bool received) {
+    if (received) {
+        if (prepared_.checkBeside) {
+            std::thread([this] { checkBeside(); }).detach(); // the process ends without waiting for it
+        }
+        waitForEnd();
+    }
+    takeBack();
+}
+
+void ImageServer::waitForEnd() {
+    const sigset_t signals = awaitedSignals();
+    int signal = kVolumeEnded;
+    while (signal == kVolumeEnded && running_ > 0) {
+        sigwait(&signals, &signal);
+    }
+}
+
+void ImageServer::checkBeside() {
+    const std::string damage = checkImage(*prepared_.opened.image);
+    if (damage.empty()) {
+        return;
+    }
+    for (const auto& server : servers_) {
+        server->damaged();
+    }
+    syslog(LOG_USER | LOG_ERR, "hdiutil: %s: image data corrupted (%s); its volumes give errors from now on",
+           options_.imagePath.c_str(), damage.c_str());
+    noteDamage(damage);
+}
+
+// `info` tells it, and attaching the image again fails.
+void ImageServer::noteDamage(const std::string& damage) {
+    try {
+        const AttachedState state(volumes_);
+        for (AttachRecord& record : state.records()) {
+            if (record.disk == record_.disk && record.process == record_.process) {
+                record.damage = damage;
+                state.save(record);
+            }
+        }
+    } catch (const FrontError& error) {
+        syslog(LOG_USER | LOG_ERR, "hdiutil: %s", error.what());
+    }
+}
+
+// Whoever detaches holds the lock and cleans up; only for an unmount by other means is that left to us.
+void ImageServer::takeBack() {
+    for (const AttachedRow& row : record_.rows) {
+        if (row.isMounted() && isMounted(row.realPath)) {
+            unmountFuse(row.realPath, UnmountWay::kDetached);
+        }
+    }
+    try {
+        const std::optional<AttachedState> state = AttachedState::tryLock(volumes_);
+        for (const AttachRecord& record : state ? state->records() : std::vector<AttachRecord>()) {
+            if (record.disk == record_.disk && record.process == record_.process) {
+                cleanUp(*state, record);
+            }
+        }
+    } catch (const FrontError& error) {
+        syslog(LOG_USER | LOG_ERR, "hdiutil: %s", error.what());
+    }
+}
+
+} // namespace hdi

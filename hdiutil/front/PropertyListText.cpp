@@ -1,0 +1,90 @@
+#include "hdiutil/front/PropertyListText.h"
+
+#include <cstdlib>
+#include <memory>
+#include <plist/plist.h>
+#include <type_traits>
+
+namespace hdi {
+namespace {
+
+struct FreeNode {
+    void operator()(plist_t node) const { plist_free(node); }
+};
+using Node = std::unique_ptr<std::remove_pointer_t<plist_t>, FreeNode>;
+
+void setText(plist_t dictionary, const char* key, const std::string& text) {
+    plist_dict_set_item(dictionary, key, plist_new_string(text.c_str()));
+}
+
+void setFlag(plist_t dictionary, const char* key, bool flag) {
+    plist_dict_set_item(dictionary, key, plist_new_bool(flag ? 1 : 0));
+}
+
+plist_t entities(const std::vector<AttachedRow>& rows) {
+    plist_t list = plist_new_array();
+    for (const AttachedRow& row : rows) {
+        plist_t entity = plist_new_dict();
+        setText(entity, "content-hint", row.content);
+        setText(entity, "dev-entry", row.device);
+        setFlag(entity, "potentially-mountable", row.isMounted());
+        if (row.isMounted()) {
+            setText(entity, "mount-point", row.shownPath);
+        }
+        plist_array_append_item(list, entity);
+    }
+    return list;
+}
+
+std::string xml(const Node& root) {
+    char* text = nullptr;
+    std::uint32_t length = 0;
+    plist_to_xml(root.get(), &text, &length);
+    const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
+    return text == nullptr ? std::string() : std::string(text, length);
+}
+
+} // namespace
+
+std::string attachPlist(const std::vector<AttachedRow>& rows) {
+    const Node root(plist_new_dict());
+    plist_dict_set_item(root.get(), "system-entities", entities(rows));
+    return xml(root);
+}
+
+std::string infoPlist(const std::vector<AttachRecord>& records) {
+    const Node root(plist_new_dict());
+    plist_t images = plist_new_array();
+    for (const AttachRecord& record : records) {
+        plist_t image = plist_new_dict();
+        setText(image, "image-path", record.imagePath);
+        setFlag(image, "writeable", false);
+        setText(image, "method", record.method == AttachMethod::kFuse ? "fuse" : "extracted");
+        if (!record.damage.empty()) {
+            setText(image, "damage", record.damage);
+        }
+        plist_dict_set_item(image, "system-entities", entities(record.rows));
+        plist_array_append_item(images, image);
+    }
+    plist_dict_set_item(root.get(), "images", images);
+    return xml(root);
+}
+
+std::string imageInfoPlist(const ImageFacts& facts) {
+    const Node root(plist_new_dict());
+    setText(root.get(), "Format", facts.format);
+    setText(root.get(), "Format Description", facts.description);
+    setFlag(root.get(), "Checksummed", facts.hasDataForkChecksum);
+    plist_t size = plist_new_dict();
+    plist_dict_set_item(size, "Total Bytes", plist_new_uint(facts.diskBytes));
+    plist_dict_set_item(size, "Compressed Bytes", plist_new_uint(facts.fileBytes));
+    plist_dict_set_item(size, "Chunks", plist_new_uint(facts.chunkCount));
+    plist_dict_set_item(root.get(), "Size Information", size);
+    plist_t properties = plist_new_dict();
+    setFlag(properties, "Software License Agreement", facts.hasLicence);
+    setFlag(properties, "Encrypted", false);
+    plist_dict_set_item(root.get(), "Properties", properties);
+    return xml(root);
+}
+
+} // namespace hdi

@@ -1,0 +1,104 @@
+#include "hdiutil/front/Reports.h"
+
+#include "hdiutil/front/AttachedState.h"
+#include "hdiutil/front/FrontError.h"
+#include "hdiutil/front/MountTable.h"
+#include "hdiutil/front/Progress.h"
+#include "hdiutil/front/PropertyListText.h"
+#include "hdiutil/front/Reaper.h"
+#include "hdiutil/image/ImageError.h"
+#include "hdiutil/partition/PartitionMap.h"
+
+#include <cerrno>
+#include <sys/stat.h>
+
+namespace hdi {
+namespace {
+
+std::string yesOrNo(bool value) {
+    return value ? "true" : "false";
+}
+
+// The image's reader would wait for ever for the bytes of a pipe.
+void requireFile(const std::string& verb, const std::string& path) {
+    struct stat facts {};
+    if (stat(path.c_str(), &facts) != 0) {
+        throw FrontError(verb + " failed - " + errorText(errno));
+    }
+    if (!S_ISREG(facts.st_mode)) {
+        throw FrontError(verb + " failed - image not recognized");
+    }
+}
+
+std::string failureText(const std::string& verb, const ImageError& error) {
+    const bool unknown = error.kind() == ImageError::Kind::kNotRecognized;
+    return verb + " failed - " + (unknown ? "image not recognized" : error.what());
+}
+
+} // namespace
+
+std::string infoText(const std::vector<AttachRecord>& records) {
+    std::string text;
+    for (const AttachRecord& record : records) {
+        text += "================================================\n";
+        text += "image-path      : " + record.imagePath + "\n";
+        text += "writeable       : FALSE\n";
+        text += std::string("method          : ") +
+                (record.method == AttachMethod::kFuse ? "fuse" : "extracted") + (record.complete ? "" : " (attaching)") + "\n";
+        text += "process ID      : " + std::to_string(record.process.pid) + "\n";
+        text += record.damage.empty() ? "" : "damage          : " + record.damage + "\n";
+        text += tableText(record.rows);
+    }
+    return text;
+}
+
+std::string imageInfoText(const ImageFacts& facts, const std::string& partitionScheme) {
+    std::string text;
+    text += "Format Description: " + facts.description + "\n";
+    text += "Format: " + facts.format + "\n";
+    text += "Checksum Type: " + std::string(facts.hasDataForkChecksum ? "CRC32" : "none") + "\n";
+    text += "Size Information:\n";
+    text += "\tTotal Bytes: " + std::to_string(facts.diskBytes) + "\n";
+    text += "\tCompressed Bytes: " + std::to_string(facts.fileBytes) + "\n";
+    text += "\tChunks: " + std::to_string(facts.chunkCount) + "\n";
+    text += "Properties:\n";
+    text += "\tEncrypted: false\n";
+    text += "\tSoftware License Agreement: " + yesOrNo(facts.hasLicence) + "\n";
+    text += "partitions:\n";
+    text += "\tpartition-scheme: " + (partitionScheme.empty() ? "none" : partitionScheme) + "\n";
+    return text;
+}
+
+std::vector<AttachRecord> attachedImages() {
+    const VolumesFolder volumes = VolumesFolder::open();
+    const AttachedState state(volumes);
+    return reapAndList(state);
+}
+
+std::string describeImage(const std::string& path, bool asPlist) {
+    requireFile("imageinfo", path);
+    try {
+        const std::unique_ptr<DiskImage> image = DiskImage::open(path);
+        const PartitionMap map = readPartitionMap(*image->disk());
+        return asPlist ? imageInfoPlist(image->facts()) : imageInfoText(image->facts(), map.scheme);
+    } catch (const ImageError& error) {
+        throw FrontError(failureText("imageinfo", error));
+    }
+}
+
+std::string verifyImage(const std::string& path) {
+    requireFile("verify", path);
+    const Progress progress("Verifying");
+    try {
+        const std::unique_ptr<DiskImage> image = DiskImage::open(path);
+        const bool hasDataFork = image->verifyDataFork();
+        image->verifyTables(&Progress::show);
+        const bool hasTables = image->facts().format != "raw";
+        return "hdiutil: verify: " + std::string(hasDataFork || hasTables ? "checksums of \"" : "no checksums in \"") +
+               path + (hasDataFork || hasTables ? "\" are VALID\n" : "\"\n");
+    } catch (const ImageError& error) {
+        throw FrontError(failureText("verify", error));
+    }
+}
+
+} // namespace hdi

@@ -1,0 +1,110 @@
+#include "hdiutil/front/Verbs.h"
+
+#include "hdiutil/front/Arguments.h"
+#include "hdiutil/front/Attach.h"
+#include "hdiutil/front/Detach.h"
+#include "hdiutil/front/FrontError.h"
+#include "hdiutil/front/MountTable.h"
+#include "hdiutil/front/PropertyListText.h"
+#include "hdiutil/front/Reports.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <new>
+#include <string_view>
+#include <unistd.h>
+
+namespace hdi {
+namespace {
+
+void put(int fd, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = ::write(fd, text.data(), text.size());
+        if (count < 0 && errno != EINTR) {
+            return; // nobody reads; the work is done all the same
+        }
+        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+}
+
+struct Output {
+    std::string standardOutput;
+    std::string standardError;
+};
+
+std::string absolute(const std::string& path) {
+    return std::filesystem::absolute(path).string();
+}
+
+Output attach(const Arguments& arguments) {
+    AttachOptions options;
+    options.imagePath = absolute(arguments.operand);
+    options.verify = arguments.verify;
+    if (arguments.mountPoint) {
+        options.mountPoint = absolute(*arguments.mountPoint);
+    }
+    const AttachResult result = attachImage(options);
+    return {arguments.plist ? attachPlist(result.rows) : tableText(result.rows), result.messages};
+}
+
+Output run(const Arguments& arguments) {
+    switch (arguments.verb) {
+    case Verb::kAttach:
+        return attach(arguments);
+    case Verb::kDetach:
+        return {detachImage({arguments.operand, true, arguments.force}), ""};
+    case Verb::kUnmount:
+        return {detachImage({arguments.operand, false, arguments.force}), ""};
+    case Verb::kInfo:
+        return {arguments.plist ? infoPlist(attachedImages()) : infoText(attachedImages()), ""};
+    case Verb::kImageInfo:
+        return {describeImage(arguments.operand, arguments.plist), ""};
+    case Verb::kVerify:
+        return {"", verifyImage(arguments.operand)};
+    case Verb::kCreate:
+        throw FrontError("create failed - not available");
+    case Verb::kHelp:
+        return {helpText(), ""};
+    case Verb::kVersion:
+        return {"hdiutil " HDIUTIL_VERSION "\n", ""};
+    }
+    return {};
+}
+
+int runArguments(const Arguments& arguments) {
+    const auto complain = [&](const std::string& message) {
+        put(STDERR_FILENO, arguments.quiet ? "" : "hdiutil: " + message + "\n");
+    };
+    try {
+        const Output output = run(arguments);
+        if (!arguments.quiet) {
+            put(STDERR_FILENO, output.standardError);
+            put(STDOUT_FILENO, output.standardOutput);
+        }
+        return 0;
+    } catch (const FrontError& error) {
+        complain(error.what());
+        return error.status();
+    } catch (const std::bad_alloc&) {
+        complain("Cannot allocate memory");
+    } catch (const std::exception& error) {
+        complain(error.what());
+    }
+    return kStatusFailed;
+}
+
+} // namespace
+
+int runVerb(const std::vector<std::string>& words) {
+    std::signal(SIGPIPE, SIG_IGN); // NOLINT(cert-err33-c): always allowed
+    try {
+        return runArguments(parseArguments(words));
+    } catch (const UsageError& error) {
+        put(STDERR_FILENO, std::string("hdiutil: ") + error.what() + "\nhdiutil: try \"hdiutil --help\"\n");
+        return error.status();
+    }
+}
+
+} // namespace hdi

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+
+namespace hdi {
+
+// Where /Volumes really lies for this user. The choice follows QN_SYSTEM_ROOT, then XDG_RUNTIME_DIR, then the user id.
+class VolumesFolder {
+public:
+    // Chooses, creates what is missing and checks that nobody else could put entries there. Throws FrontError.
+    static VolumesFolder open();
+    explicit VolumesFolder(std::string path) : path_(std::move(path)) {}
+
+    const std::string& path() const { return path_; }
+    // /Volumes/NAME, which is what users and the application see.
+    static std::string shownPath(const std::string& name) { return "/Volumes/" + name; }
+    // The real path for a name, for a shown path, or for any other path, which stays as it is.
+    std::string realPath(const std::string& shown) const;
+
+private:
+    std::string path_;
+};
+
+// What was chosen, before anything is created. Pure but for lstat of the runtime folder.
+struct VolumesFolderChoice {
+    std::string path;
+    mode_t mode = 0700;       // to create it with
+    bool mustBePrivate = true; // owner and mode are checked
+};
+VolumesFolderChoice chooseVolumesFolder(const char* systemRoot, const char* runtimeFolder, uid_t user);
+
+// The folder for extracted volumes: $TMPDIR when it is absolute, else /tmp.
+std::string temporaryFolder();
+
+// True for a folder, not a link, that belongs to `user` and is writable by nobody else.
+bool isPrivateFolder(const std::string& path, uid_t user);
+
+} // namespace hdi

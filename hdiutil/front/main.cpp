@@ -1,0 +1,8 @@
+#include "hdiutil/front/Verbs.h"
+
+#include <string>
+#include <vector>
+
+int main(int argc, char** argv) {
+    return hdi::runVerb(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc));
+}
