@@ -23,7 +23,8 @@ const QString kVolumes = QStringLiteral("/Volumes");
 // The kernel names a mount point without links; the volumes folder may be reached through some.
 QString plainPathOf(const QString& mountPoint, const QStringList& volumesFolders) {
     for (const QString& folder : volumesFolders) {
-        if (mountPoint.startsWith(folder + u'/')) {
+        // A volumes folder that does not exist has no canonical path.
+        if (!folder.isEmpty() && mountPoint.startsWith(folder + u'/')) {
             return kVolumes + mountPoint.mid(folder.size());
         }
     }
