@@ -1,8 +1,8 @@
 #include "hdiutil/volume/Decmpfs.h"
 
 #include "hdiutil/image/ImageError.h"
-#include "hdiutil/volume/BigEndian.h"
 #include "hdiutil/volume/DecmpfsCodec.h"
+#include "hdiutil/volume/Numbers.h"
 
 #include <algorithm>
 #include <array>

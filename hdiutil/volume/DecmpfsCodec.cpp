@@ -1,7 +1,9 @@
 #include "hdiutil/volume/DecmpfsCodec.h"
 
 #include "hdiutil/image/ImageError.h"
-#include "hdiutil/volume/BigEndian.h"
+#include "hdiutil/image/Lzfse.h"
+#include "hdiutil/image/Lzvn.h"
+#include "hdiutil/volume/Numbers.h"
 
 #include <libdeflate.h>
 
@@ -47,6 +49,26 @@ std::vector<std::byte> unpackPlain(std::span<const std::byte> packed, std::size_
     return copyExactly(packed.size() == size + 1 ? packed.subspan(1) : packed, size);
 }
 
+// What follows the stream's end mark is not looked at: the platform leaves some bytes there.
+std::vector<std::byte> unpackLzvn(std::span<const std::byte> packed, std::size_t size) {
+    if (byteAt(packed, 0) == 0x06) // the end mark, which a block cannot begin with
+        return copyExactly(packed.subspan(1), size);
+    std::vector<std::byte> out(size);
+    BackReferences written(out);
+    if (!decodeLzvn(packed, written, size))
+        damaged("a block of a compressed file cannot be unpacked");
+    return out;
+}
+
+std::vector<std::byte> unpackLzfse(std::span<const std::byte> packed, std::size_t size) {
+    if ((byteAt(packed, 0) & 0x0FU) == 0x0FU) // streams begin with a letter, 0x62
+        return copyExactly(packed.subspan(1), size);
+    std::vector<std::byte> out(size);
+    if (!decodeLzfse(packed, out))
+        damaged("a block of a compressed file cannot be unpacked");
+    return out;
+}
+
 } // namespace
 
 std::vector<std::byte> unpackDecmpfs(std::uint32_t type, std::span<const std::byte> packed, std::size_t size) {
@@ -60,9 +82,15 @@ std::vector<std::byte> unpackDecmpfs(std::uint32_t type, std::span<const std::by
     case 3:
     case 4:
         return unpackZlib(packed, size);
+    case 7:
+    case 8:
+        return unpackLzvn(packed, size);
     case 9:
     case 10:
         return unpackPlain(packed, size);
+    case 11:
+    case 12:
+        return unpackLzfse(packed, size);
     default:
         throw ImageError(ImageError::Kind::kUnsupported,
                          "a file is compressed in a way this program does not know (type " + std::to_string(type) +

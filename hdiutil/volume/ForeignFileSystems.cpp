@@ -1,7 +1,7 @@
 #include "hdiutil/volume/ForeignFileSystems.h"
 
 #include "hdiutil/image/ImageError.h"
-#include "hdiutil/volume/BigEndian.h"
+#include "hdiutil/volume/Numbers.h"
 
 #include <array>
 #include <bit>

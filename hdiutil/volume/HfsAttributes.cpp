@@ -1,8 +1,8 @@
 #include "hdiutil/volume/HfsAttributes.h"
 
 #include "hdiutil/image/ImageError.h"
-#include "hdiutil/volume/BigEndian.h"
 #include "hdiutil/volume/HfsBTree.h"
+#include "hdiutil/volume/Numbers.h"
 
 #include <algorithm>
 #include <string_view>

@@ -1,8 +1,8 @@
 #include "hdiutil/volume/HfsBTree.h"
 
 #include "hdiutil/image/ImageError.h"
-#include "hdiutil/volume/BigEndian.h"
 #include "hdiutil/volume/HfsFormat.h"
+#include "hdiutil/volume/Numbers.h"
 
 #include <array>
 #include <bit>

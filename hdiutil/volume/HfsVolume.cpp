@@ -2,8 +2,8 @@
 
 #include "hdiutil/image/ImageError.h"
 #include "hdiutil/partition/PartitionMap.h"
-#include "hdiutil/volume/BigEndian.h"
 #include "hdiutil/volume/Decmpfs.h"
+#include "hdiutil/volume/Numbers.h"
 
 #include <sys/stat.h>
 

@@ -1,3 +1,4 @@
+#include "hdiutil/volume/ApfsVolume.h"
 #include "hdiutil/volume/ForeignFileSystems.h"
 #include "hdiutil/volume/HfsVolume.h"
 #include "hdiutil/volume/Volume.h"
@@ -10,6 +11,9 @@ std::vector<std::unique_ptr<Volume>> openVolumes(const ByteSourcePtr& partition)
         volumes.push_back(std::move(volume));
         return volumes;
     }
+    volumes = ApfsVolume::openAll(partition);
+    if (!volumes.empty())
+        return volumes;
     refuseForeignFileSystem(*partition);
     return volumes;
 }

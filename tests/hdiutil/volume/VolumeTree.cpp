@@ -124,7 +124,7 @@ std::string run(const std::string& commandLine) {
     return output;
 }
 
-Tree readWith7z(const std::string& image, const std::string& workFolder) {
+Tree readWith7z(const std::string& image, const std::string& workFolder, bool hasVolumeFolder) {
     run("7zz x -y -sns- -o" + shellWord(workFolder) + " " + shellWord(image) + " >/dev/null");
     std::istringstream listing(run("7zz l -slt -sns- " + shellWord(image)));
     Tree tree;
@@ -132,8 +132,9 @@ Tree readWith7z(const std::string& image, const std::string& workFolder) {
     for (std::string line; std::getline(listing, line);) {
         if (line.starts_with("Path = "))
             path = line.substr(7);
-        const std::size_t slash = path.find('/');
-        if (!line.starts_with("Mode = ") || slash == std::string::npos || isPrivate(path.substr(slash + 1)))
+        const std::size_t slash = hasVolumeFolder ? path.find('/') : std::string::npos;
+        if (!line.starts_with("Mode = ") || (hasVolumeFolder && slash == std::string::npos) ||
+            isPrivate(path.substr(slash + 1)))
             continue;
         TreeItem item{NodeKind::kFile, parseMode(line.substr(7)), {}, {}};
         if (line[7] == 'd')

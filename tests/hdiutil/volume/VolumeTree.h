@@ -36,7 +36,8 @@ Tree readFolder(const std::string& folder);
 // Runs a command line; its standard output. Fails the test when its status is not 0.
 std::string run(const std::string& commandLine);
 
-// What 7-Zip reads in a raw HFS+ volume or in an image with one, without the format's own files.
-Tree readWith7z(const std::string& image, const std::string& workFolder);
+// What 7-Zip reads in a raw volume or in an image with one, without the format's own files. It puts all files of an
+// HFS+ volume into a folder named like the volume, and those of an APFS volume not.
+Tree readWith7z(const std::string& image, const std::string& workFolder, bool hasVolumeFolder = true);
 
 } // namespace hdi::test

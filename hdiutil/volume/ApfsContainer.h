@@ -1,0 +1,41 @@
+#pragma once
+
+#include "hdiutil/image/ByteSource.h"
+#include "hdiutil/volume/ApfsLibrary.h"
+
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace hdi {
+
+// An APFS container opened by libfsapfs over a ByteSource. The library keeps state in every object it hands out and
+// knows no threads, so all its volumes share the one mutex here; whoever calls into the library holds it.
+class ApfsContainer {
+public:
+    // Null when `partition` holds no container. Throws ImageError.
+    static std::shared_ptr<ApfsContainer> open(const ByteSourcePtr& partition);
+
+    std::mutex& mutex() const { return mutex_; }
+    libfsapfs_container_t* get() const { return container_.get(); }
+
+    // Throws what the ByteSource threw beneath the library; else ImageError (kDamaged) with the library's words, which
+    // it frees. Call with the mutex held.
+    [[noreturn]] void fail(const char* what, libfsapfs_error_t* error) const;
+    // The same unless `result` says that the call went well.
+    void check(int result, const char* what, libfsapfs_error_t* error) const {
+        if (result != 1)
+            fail(what, error);
+    }
+
+private:
+    ApfsContainer() = default;
+
+    mutable std::mutex mutex_;
+    std::shared_ptr<std::exception_ptr> sourceError_; // what the last read beneath the library threw
+    apfs::IoHandle io_;                               // outlives the container
+    apfs::Container container_;
+};
+
+} // namespace hdi
