@@ -37,9 +37,16 @@ Json numberValue(double number) {
     return number;
 }
 
+// `level` counts the containers around the value.
 Json jsonValue(const QVariant& value, int level);
 
+void checkLevel(int level) {
+    if (level > kDeepestNesting)
+        throw Unrepresentable("The dictionary nests too deeply.");
+}
+
 Json listValue(const QVariantList& list, int level) {
+    checkLevel(level);
     Json result = Json::array();
     for (const QVariant& item : list)
         result.push_back(jsonValue(item, level));
@@ -47,6 +54,7 @@ Json listValue(const QVariantList& list, int level) {
 }
 
 Json dictionaryValue(const QVariantMap& dictionary, int level) {
+    checkLevel(level);
     Json result = Json::object();
     for (auto entry = dictionary.cbegin(); entry != dictionary.cend(); ++entry)
         result[utf8(entry.key())] = jsonValue(entry.value(), level);
@@ -54,8 +62,6 @@ Json dictionaryValue(const QVariantMap& dictionary, int level) {
 }
 
 Json jsonValue(const QVariant& value, int level) {
-    if (level == kDeepestNesting)
-        throw Unrepresentable("The dictionary nests too deeply.");
     switch (value.typeId()) {
     case QMetaType::QString:
         return utf8(value.toString());
@@ -91,7 +97,7 @@ Json jsonValue(const QVariant& value, int level) {
 
 QString jsonStringWithPrettyPrint(const QVariantMap& dictionary, bool prettyPrint) {
     try {
-        return QString::fromStdString(dictionaryValue(dictionary, 0).dump(prettyPrint ? 2 : -1));
+        return QString::fromStdString(dictionaryValue(dictionary, 1).dump(prettyPrint ? 2 : -1));
     } catch (const Unrepresentable& error) {
         platform::consoleLog(QStringLiteral("zk_jsonStringWithPrettyPrint: error: ") + QString::fromUtf8(error.what()));
         return QStringLiteral("{}");
