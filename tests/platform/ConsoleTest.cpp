@@ -1,0 +1,107 @@
+#include "platform/Console.h"
+
+#include "tests/support/TestEnvironment.h"
+
+#include <QRegularExpression>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <ctime>
+
+namespace {
+
+std::string errorOutputOf(const std::function<void()>& body) {
+    testing::internal::CaptureStderr();
+    body();
+    return testing::internal::GetCapturedStderr();
+}
+
+// Standard error as a pipe, each write a packet of its own (pipe(2), O_DIRECT).
+class PacketPipe {
+public:
+    PacketPipe() : saved_(::dup(STDERR_FILENO)) {
+        EXPECT_EQ(::pipe2(ends_.data(), O_DIRECT | O_CLOEXEC), 0);
+        ::dup2(ends_[1], STDERR_FILENO);
+    }
+    ~PacketPipe() {
+        restore();
+        ::close(ends_[1]);
+    }
+    PacketPipe(const PacketPipe&) = delete;
+    PacketPipe& operator=(const PacketPipe&) = delete;
+
+    void restore() {
+        if (saved_ >= 0) {
+            ::dup2(saved_, STDERR_FILENO);
+            ::close(saved_);
+            saved_ = -1;
+        }
+    }
+    std::string nextPacket() {
+        std::array<char, 4096> buffer{};
+        const ssize_t count = ::read(ends_[0], buffer.data(), buffer.size());
+        return {buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
+    }
+    void closeReader() { ::close(ends_[0]); }
+
+private:
+    int saved_;
+    std::array<int, 2> ends_{};
+};
+
+} // namespace
+
+TEST(Console, WritesTimeProcessAndTextExactly) {
+    const std::string line = errorOutputOf([] { platform::consoleLog(QStringLiteral("tëxt %@")); });
+    const QRegularExpression shape(QStringLiteral("\\A\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} "
+                                                  "QNInstaller\\[%1\\] tëxt %@\\n\\z")
+                                       .arg(::getpid()));
+    EXPECT_TRUE(shape.match(QString::fromStdString(line)).hasMatch()) << line;
+}
+
+TEST(Console, UsesTheZoneThatHoldsNow) {
+    test::setEnvironment("TZ", "XYZ-14");
+    platform::consoleLog(QStringLiteral("first"));
+    test::setEnvironment("TZ", "XYZ+10");
+    const std::string line = errorOutputOf([] { platform::consoleLog(QStringLiteral("second")); });
+    const std::time_t now = std::time(nullptr) - 10 * 3600;
+    std::tm expected{};
+    ::gmtime_r(&now, &expected);
+    std::array<char, 32> hour{};
+    std::strftime(hour.data(), hour.size(), "%Y-%m-%d %H:", &expected);
+    // Within the same hour unless it just ended.
+    if (expected.tm_min > 0 || expected.tm_sec > 5) {
+        EXPECT_EQ(line.substr(0, 14), hour.data());
+    }
+}
+
+TEST(Console, KeepsLineEndsInsideTheText) {
+    const std::string text = errorOutputOf([] { platform::consoleLog(QStringLiteral("a\r\nb\n")); });
+    EXPECT_TRUE(QString::fromStdString(text).endsWith(QStringLiteral("] a\r\nb\n\n"))) << text;
+}
+
+TEST(Console, WritesEachMessageInOneWrite) {
+    PacketPipe pipe;
+    platform::consoleLog(QStringLiteral("one\ntwo"));
+    platform::consoleLog(QStringLiteral("three"));
+    pipe.restore();
+    EXPECT_TRUE(QString::fromStdString(pipe.nextPacket()).endsWith(QStringLiteral("] one\ntwo\n")));
+    EXPECT_TRUE(QString::fromStdString(pipe.nextPacket()).endsWith(QStringLiteral("] three\n")));
+}
+
+TEST(Console, OutlivesAReaderThatHasGone) {
+    PacketPipe pipe;
+    pipe.closeReader();
+    platform::consoleLog(QStringLiteral("nobody reads this"));
+    pipe.restore();
+    SUCCEED(); // the process still runs
+}
+
+TEST(Console, TakesTheMessagesOfTheToolkit) {
+    platform::captureQtMessages();
+    const QStringList lines = test::consoleLinesOf([] { qWarning("a %s", "warning"); });
+    EXPECT_EQ(lines, QStringList(QStringLiteral("Qt: a warning")));
+}

@@ -1,0 +1,43 @@
+#include "platform/Machine.h"
+
+#include "platform/linux/MachineFacts.h"
+#include "tests/support/TestEnvironment.h"
+
+#include <gtest/gtest.h>
+#include <sys/utsname.h>
+
+namespace {
+
+utsname kernelNames() {
+    utsname names{};
+    EXPECT_EQ(::uname(&names), 0);
+    return names;
+}
+
+} // namespace
+
+TEST(OperatingSystemVersion, ComesFromTheReleaseFile) {
+    test::putSystemFile(QStringLiteral("/etc/os-release"), "PRETTY_NAME=\"x\"\nVERSION_ID=\"12\"\n");
+    EXPECT_EQ(platform::operatingSystemVersion(), (std::array<int, 3>{12, 0, 0}));
+    test::putSystemFile(QStringLiteral("/etc/os-release"), "VERSION_ID=22.04.3\n");
+    EXPECT_EQ(platform::operatingSystemVersion(), (std::array<int, 3>{22, 4, 3}));
+}
+
+TEST(OperatingSystemVersion, ComesFromTheKernelWhenTheReleaseFileTellsNone) {
+    test::putSystemFile(QStringLiteral("/etc/os-release"), "NAME=rolling\n");
+    const auto kernel = platform::versionNumbers(QString::fromLocal8Bit(kernelNames().release));
+    ASSERT_TRUE(kernel);
+    EXPECT_GT((*kernel)[0], 0);
+    EXPECT_EQ(platform::operatingSystemVersion(), *kernel);
+    test::putSystemFile(QStringLiteral("/etc/os-release"), "VERSION_ID=sid\n");
+    EXPECT_EQ(platform::operatingSystemVersion(), *kernel);
+}
+
+TEST(LocalArchitecture, IsThatOfTheKernel) {
+    EXPECT_EQ(platform::localArchitectureDescription(),
+              platform::architectureDescription(QString::fromLocal8Bit(kernelNames().machine)));
+}
+
+TEST(MainScreen, HasNoSizeWithoutADisplay) {
+    EXPECT_EQ(platform::mainScreenSize(), QSizeF(0, 0));
+}

@@ -1,0 +1,292 @@
+#include "platform/Task.h"
+
+#include "platform/base/NotificationCenter.h"
+#include "platform/base/NotificationNames.h"
+#include "platform/base/PlatformException.h"
+#include "tests/support/TestEnvironment.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QTimer>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+namespace {
+
+struct Run {
+    QByteArray output;
+    int status = -1;
+};
+
+std::shared_ptr<Task> shellTask(const QString& script, const std::shared_ptr<Pipe>& pipe = nullptr) {
+    auto task = std::make_shared<Task>();
+    task->setLaunchPath(QStringLiteral("/bin/sh"));
+    task->setArguments({QStringLiteral("-c"), script});
+    task->setStandardOutput(pipe);
+    return task;
+}
+
+Run run(const QString& script) {
+    const auto pipe = std::make_shared<Pipe>();
+    const auto task = shellTask(script, pipe);
+    task->launch();
+    task->waitUntilExit();
+    return {pipe->fileHandleForReading()->readDataToEndOfFile(), task->terminationStatus()};
+}
+
+QString reasonOfLaunching(const std::optional<QString>& path) {
+    Task task;
+    task.setLaunchPath(path);
+    try {
+        task.launch();
+    } catch (const PlatformException& exception) {
+        EXPECT_EQ(exception.name(), QStringLiteral("NSInvalidArgumentException"));
+        return exception.reason();
+    }
+    return QStringLiteral("launched");
+}
+
+QString putFile(const QByteArray& contents, QFile::Permissions permissions) {
+    const QString path = test::folder() + QStringLiteral("/program");
+    test::writeFile(path, contents);
+    QFile::setPermissions(path, permissions);
+    return path;
+}
+
+// Holds a script at `read` until a line is written to it.
+QString makeGate() {
+    const QString gate = test::folder() + QStringLiteral("/gate");
+    EXPECT_EQ(::mkfifo(QFile::encodeName(gate).constData(), 0600), 0);
+    return gate;
+}
+
+const QString kNotAccessible = QStringLiteral("launch path not accessible");
+constexpr auto kExecutable = QFile::ReadOwner | QFile::ExeOwner;
+
+} // namespace
+
+TEST(Task, PassesArgumentsVerbatim) {
+    const auto pipe = std::make_shared<Pipe>();
+    const auto task = std::make_shared<Task>();
+    task->setLaunchPath(QStringLiteral("/usr/bin/printf"));
+    task->setArguments({QStringLiteral("<%s>\n"), QStringLiteral("a b"), QString(), QStringLiteral("$HOME *'\"ü")});
+    task->setStandardOutput(pipe);
+    task->launch();
+    EXPECT_EQ(pipe->fileHandleForReading()->readDataToEndOfFile(), "<a b>\n<>\n<$HOME *'\"ü>\n");
+    task->waitUntilExit();
+    EXPECT_EQ(task->terminationStatus(), 0);
+}
+
+TEST(Task, TellsTheExitCodeOrTheSignal) {
+    EXPECT_EQ(run(QStringLiteral("exit 0")).status, 0);
+    EXPECT_EQ(run(QStringLiteral("exit 37")).status, 37);
+    EXPECT_EQ(run(QStringLiteral("kill -TERM $$")).status, SIGTERM);
+    EXPECT_EQ(run(QStringLiteral("kill -KILL $$")).status, SIGKILL);
+}
+
+TEST(Task, CanBeWaitedForTwice) {
+    const auto task = shellTask(QStringLiteral("exit 5"));
+    task->launch();
+    task->waitUntilExit();
+    task->waitUntilExit();
+    EXPECT_EQ(task->terminationStatus(), 5);
+}
+
+TEST(Task, MapsItsLaunchPath) {
+    test::putSystemTool(QStringLiteral("/usr/bin/hdiutil"), "#!/bin/sh\necho \"tool $1\"\n");
+    const auto pipe = std::make_shared<Pipe>();
+    const auto task = std::make_shared<Task>();
+    task->setLaunchPath(QStringLiteral("/usr/bin/hdiutil"));
+    task->setArguments({QStringLiteral("/usr/bin/hdiutil")}); // arguments stay plain
+    task->setStandardOutput(pipe);
+    task->launch();
+    task->waitUntilExit();
+    EXPECT_EQ(pipe->fileHandleForReading()->readDataToEndOfFile(), "tool /usr/bin/hdiutil\n");
+}
+
+TEST(Task, LetsOnlyTheThreeStandardDescriptorsThrough) {
+    const int open = ::open("/dev/null", O_RDONLY); // without close-on-exec
+    const int high = ::fcntl(open, F_DUPFD, 200);
+    ASSERT_GE(high, 200);
+    const Pipe other;
+    EXPECT_EQ(run(QStringLiteral("for n in /proc/self/fd/*; do echo ${n##*/}; done; :")).output, "0\n1\n2\n3\n")
+        << "number 3 is the shell's own, on the folder that it lists";
+    ::close(open);
+    ::close(high);
+}
+
+TEST(Task, GivesTheChildDefaultSignalsAndAGroupOfItsOwn) {
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGTERM, SIG_IGN);
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGINT);
+    sigaddset(&blocked, SIGHUP);
+    ASSERT_EQ(::pthread_sigmask(SIG_BLOCK, &blocked, nullptr), 0);
+    EXPECT_EQ(run(QStringLiteral("kill -PIPE $$")).status, SIGPIPE);
+    EXPECT_EQ(run(QStringLiteral("kill -TERM $$")).status, SIGTERM);
+    EXPECT_EQ(run(QStringLiteral("kill -INT $$")).status, SIGINT);
+    EXPECT_EQ(run(QStringLiteral("kill -HUP $$")).status, SIGHUP);
+    const QByteArray group = run(QStringLiteral("echo $$; cut -d ' ' -f 5 /proc/$$/stat")).output;
+    const QByteArrayList lines = group.split('\n');
+    EXPECT_EQ(lines.value(0), lines.value(1));
+}
+
+TEST(Task, InheritsEnvironmentFolderStandardInputAndStandardError) {
+    test::setEnvironment("QN_TEST_VALUE", "inherited");
+    const QByteArray folder = QFile::encodeName(QString::fromStdString(std::filesystem::current_path().string()));
+    EXPECT_EQ(run(QStringLiteral("echo $QN_TEST_VALUE; pwd -P")).output, "inherited\n" + folder + '\n');
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(run(QStringLiteral("echo seen >&2")).output, "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "seen\n");
+}
+
+TEST(Task, RaisesWithoutALaunchPath) {
+    EXPECT_EQ(reasonOfLaunching(std::nullopt), QStringLiteral("must provide a launch path"));
+}
+
+TEST(Task, RaisesForAMissingFileAFolderAndAFileThatIsNoProgram) {
+    EXPECT_EQ(reasonOfLaunching(QStringLiteral("/no/such/program")), kNotAccessible);
+    EXPECT_EQ(reasonOfLaunching(QString()), kNotAccessible);
+    EXPECT_EQ(reasonOfLaunching(QStringLiteral("/usr/bin")), kNotAccessible);
+    EXPECT_EQ(reasonOfLaunching(putFile("#!/bin/sh\n", QFile::ReadOwner)), kNotAccessible);
+}
+
+TEST(Task, RaisesForAnExecutableOfAnotherSystem) {
+    // The first bytes of a 64-bit Mach-O file for x86-64.
+    const QByteArray machO = QByteArray("\xCF\xFA\xED\xFE\x07\x00\x00\x01\x03\x00\x00\x00\x02\x00\x00\x00", 16);
+    EXPECT_EQ(reasonOfLaunching(putFile(machO + QByteArray(4096, '\0'), kExecutable)), kNotAccessible);
+}
+
+TEST(Task, SearchesNoPath) {
+    EXPECT_EQ(reasonOfLaunching(QStringLiteral("sh")), kNotAccessible);
+}
+
+TEST(Pipe, ReachesItsEndWhenTheChildHasEnded) {
+    EXPECT_EQ(run(QStringLiteral("printf 'a\\000b\\n'")).output, QByteArray("a\0b\n", 4));
+    EXPECT_EQ(run(QStringLiteral(":")).output, "");
+}
+
+TEST(Pipe, HoldsWhatTheChildWroteUntilItIsRead) {
+    EXPECT_EQ(run(QStringLiteral("head -c 65536 /dev/zero")).output, QByteArray(65536, '\0'));
+}
+
+TEST(Pipe, EndsAlsoWhenTheLaunchRaisedAndThePipeIsGone) {
+    std::shared_ptr<ReadingFileHandle> reading;
+    {
+        const auto pipe = std::make_shared<Pipe>();
+        reading = pipe->fileHandleForReading();
+        Task task;
+        task.setLaunchPath(QStringLiteral("/no/such/program"));
+        task.setStandardOutput(pipe);
+        EXPECT_THROW(task.launch(), PlatformException);
+    }
+    EXPECT_EQ(reading->readDataToEndOfFile(), "");
+}
+
+TEST(BackgroundReading, DeliversOneChunkForEachCallOnTheMainThread) {
+    const auto pipe = std::make_shared<Pipe>();
+    const QString gate = makeGate();
+    const auto task = shellTask(QStringLiteral("printf one; read -r line < '%1'; printf two").arg(gate), pipe);
+    const auto handle = pipe->fileHandleForReading();
+    QByteArrayList chunks;
+    const auto mainThread = std::this_thread::get_id();
+    NotificationCenter::defaultCenter().addObserver(
+        kFileHandleReadCompletion,
+        [&](const Notification& notification) {
+            EXPECT_EQ(std::this_thread::get_id(), mainThread);
+            EXPECT_EQ(std::get<const void*>(notification.object), handle.get());
+            chunks += notification.userInfo.value(kFileHandleNotificationDataItem).toByteArray();
+        },
+        handle.get());
+    task->launch();
+    handle->readInBackgroundAndNotify();
+    EXPECT_TRUE(test::waitFor([&chunks] { return chunks.size() == 1; }));
+    test::writeFile(gate, "go\n");
+    task->waitUntilExit();
+    handle->readInBackgroundAndNotify();
+    EXPECT_TRUE(test::waitFor([&chunks] { return chunks.size() == 2; }));
+    handle->readInBackgroundAndNotify();
+    EXPECT_TRUE(test::waitFor([&chunks] { return chunks.size() == 3; }));
+    EXPECT_EQ(chunks, QByteArrayList({"one", "two", ""}));
+}
+
+TEST(BackgroundReading, AtTheEndOfFileLetsOtherEventsThrough) {
+    const auto pipe = std::make_shared<Pipe>();
+    const auto task = shellTask(QStringLiteral(":"), pipe);
+    const auto handle = pipe->fileHandleForReading();
+    int chunks = 0;
+    bool stop = false;
+    NotificationCenter::defaultCenter().addObserver(
+        kFileHandleReadCompletion,
+        [&](const Notification& notification) {
+            EXPECT_EQ(notification.userInfo.value(kFileHandleNotificationDataItem).toByteArray(), "");
+            ++chunks;
+            if (!stop) {
+                handle->readInBackgroundAndNotify(); // re-armed for ever, as the protocol's handler does
+            }
+        },
+        handle.get());
+    task->launch();
+    task->waitUntilExit();
+    int ticks = 0;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&ticks] { ++ticks; });
+    timer.start(1);
+    handle->readInBackgroundAndNotify();
+    EXPECT_TRUE(test::waitFor([&] { return ticks >= 20 && chunks >= 20; }));
+    stop = true;
+    const int seen = chunks;
+    EXPECT_TRUE(test::waitFor([&] { return chunks > seen; }));
+}
+
+TEST(TerminationNotification, ComesOnceWithTheTaskAndWithoutUserInfo) {
+    const auto task = shellTask(QStringLiteral("exit 4"));
+    int count = 0;
+    NotificationCenter::defaultCenter().addObserver(
+        kTaskDidTerminate,
+        [&](const Notification& notification) {
+            ++count;
+            EXPECT_TRUE(notification.userInfo.isEmpty());
+            EXPECT_EQ(task->terminationStatus(), 4);
+        },
+        task.get());
+    task->launch();
+    task->notifyOnTermination();
+    EXPECT_TRUE(test::waitFor([&count] { return count == 1; }));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(count, 1);
+}
+
+TEST(TerminationNotification, ComesAlsoWhenTheChildHadEndedBefore) {
+    const auto task = shellTask(QStringLiteral("exit 0"));
+    bool told = false;
+    NotificationCenter::defaultCenter().addObserver(
+        kTaskDidTerminate, [&told](const Notification&) { told = true; }, task.get());
+    task->launch();
+    task->waitUntilExit();
+    task->notifyOnTermination();
+    EXPECT_FALSE(told) << "never from within the call";
+    EXPECT_TRUE(test::waitFor([&told] { return told; }));
+}
+
+TEST(Task, LeavesAChildThatStillRunsAloneAndCollectsItLater) {
+    const QString gate = makeGate();
+    const QString done = test::folder() + QStringLiteral("/done");
+    {
+        const auto task = shellTask(QStringLiteral("read -r line < '%1'; echo $line > '%2'").arg(gate, done));
+        task->launch();
+    }
+    test::writeFile(gate, "go\n");
+    EXPECT_TRUE(test::waitFor([] { return ::waitpid(-1, nullptr, WNOHANG) < 0 && errno == ECHILD; }));
+    EXPECT_EQ(test::readFile(done), "go\n");
+}
