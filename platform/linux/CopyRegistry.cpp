@@ -113,7 +113,7 @@ std::optional<Registry> openRegistry(const QString& identifier) {
         folder ? Registry::open(*folder + u'/' + QString(identifier).replace(u'/', u'_') + QStringLiteral(".copies"))
                : std::nullopt;
     if (!registry) {
-        consoleLog(QStringLiteral("Other copies cannot be found: there is no private runtime folder."));
+        consoleLog(QStringLiteral("Other copies cannot be found: the list in the runtime folder cannot be opened."));
     }
     return registry;
 }
