@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace hdi {
+
+// A file that appears under its name only when it is complete; until then it has another one beside it. Goes away again
+// unless commit() was called. Throws ImageError kIo.
+class NewFile {
+public:
+    explicit NewFile(std::string path);
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+    ~NewFile();
+
+    void append(std::span<const std::byte> bytes);
+    std::uint64_t size() const { return size_; }
+    // With the rights that a new file of this process has.
+    void commit();
+
+private:
+    [[noreturn]] void fail(int error) const;
+
+    std::string path_;
+    std::string temporary_;
+    int descriptor_ = -1;
+    std::uint64_t size_ = 0;
+};
+
+} // namespace hdi
