@@ -37,7 +37,9 @@ struct TransferLimits {
     std::chrono::milliseconds idle = std::chrono::seconds(60);    // without a byte, connecting included
     std::chrono::milliseconds whole = std::chrono::hours(24 * 7); // from start to end
     long redirects = 16;
-    long receiveBuffer = 512 * 1024; // bytes
+    long receiveBuffer = 512L * 1024; // bytes
+    qsizetype data =
+        qsizetype{256} * 1024 * 1024; // bytes of an answer that a data task keeps in memory; more is an error
 };
 
 namespace UrlSession {

@@ -2,6 +2,8 @@
 
 QString TransportError::localizedDescription() const {
     switch (code) {
+    case kUnknown:
+        return QStringLiteral("unknown error");
     case kCancelled:
         return QStringLiteral("cancelled");
     case kTimedOut:
@@ -26,6 +28,8 @@ QString TransportError::localizedDescription() const {
         return QStringLiteral("The requested URL is a directory.");
     case kNoPermissionToRead:
         return QStringLiteral("You do not have permission to access the requested resource.");
+    case kDataLengthExceedsMaximum:
+        return QStringLiteral("resource exceeds maximum size");
     case kSecureConnectionFailed:
         return QStringLiteral("An SSL error has occurred and a secure connection to the server cannot be made.");
     case kUntrustedCertificate:

@@ -7,6 +7,7 @@
 // The codes are those of the platform's NSURLErrorDomain, as published in <Foundation/NSURLError.h>.
 struct TransportError {
     enum Code {
+        kUnknown = -1,
         kCancelled = -999,
         kTimedOut = -1001,
         kUnsupportedAddress = -1002,
@@ -19,6 +20,7 @@ struct TransportError {
         kFileDoesNotExist = -1100,
         kFileIsDirectory = -1101,
         kNoPermissionToRead = -1102,
+        kDataLengthExceedsMaximum = -1103,
         kSecureConnectionFailed = -1200,
         kUntrustedCertificate = -1202,
         kCannotCreateFile = -3000,
