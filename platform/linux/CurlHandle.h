@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/UrlSession.h"
+
+#include <curl/curl.h>
+
+#include <memory>
+
+// A libcurl transfer handle, and how this program sets it up.
+
+struct CurlHandleFree {
+    void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
+    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+};
+using CurlHandle = std::unique_ptr<CURL, CurlHandleFree>;
+using CurlList = std::unique_ptr<curl_slist, CurlHandleFree>;
+
+// Prepares the library when it is first needed, which the program's start does not pay for. Any thread. Null when there
+// is no memory.
+CurlHandle makeCurlHandle();
+
+// Header lines of a request, in order, and without the Expect header that libcurl would add to a large body. A line end
+// inside a value would make a second header of it and is left out.
+CurlList headerLines(const UrlRequest& request);
+
+// Everything that is the same for all hops: protocols, HTTP version, buffer, encodings, certificates, User-Agent.
+// Proxies come from the environment, as the library has it. The lists must live as long as the handle is used.
+void setCommonOptions(CURL* handle, const TransferLimits& limits, const CurlList& headers);
+
+// The address and the method of one hop; the body goes along with a POST only, and must outlive the hop.
+void setHop(CURL* handle, const QString& address, const QString& method, const QByteArray& body);

@@ -1,0 +1,140 @@
+#include "platform/UrlSession.h"
+
+#include "platform/base/MainQueue.h"
+#include "platform/base/PlatformException.h"
+#include "platform/base/UncaughtException.h"
+#include "platform/linux/DownloadProgress.h"
+#include "platform/linux/FileTransfer.h"
+#include "platform/linux/HttpTransfer.h"
+#include "platform/linux/PartialDownload.h"
+
+#include <pthread.h>
+
+#include <csignal>
+#include <system_error>
+#include <thread>
+
+namespace {
+
+void blockBrokenPipeSignal() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+// Nobody waits for the thread: the process ends while transfers run.
+void startThread(std::function<void()> body) {
+    try {
+        std::thread([body = std::move(body)] {
+            blockBrokenPipeSignal();
+            platform::reportingUncaughtExceptions(body);
+        }).detach();
+    } catch (const std::system_error& error) {
+        throw PlatformException(QStringLiteral("NSGenericException"),
+                                QStringLiteral("a thread could not be started: ") + QString::fromUtf8(error.what()));
+    }
+}
+
+TransferResult transfer(const UrlRequest& request, const TransferLimits& limits, const BodySink& sink) {
+    const std::optional<Address>& address = request.address;
+    if (!address)
+        return TransportError{TransportError::kUnsupportedAddress, {}};
+    const QString scheme = address->scheme.value_or(QString()).toLower();
+    if (scheme == QStringLiteral("file"))
+        return transferFile(address->text, limits.receiveBuffer, sink);
+    const bool isHttp = scheme == QStringLiteral("http") || scheme == QStringLiteral("https");
+    if (!isHttp || address->host.value_or(QString()).isEmpty())
+        return TransportError{TransportError::kUnsupportedAddress, address->text};
+    return HttpTransfer(request, limits, sink).run();
+}
+
+void runDataTask(const UrlRequest& request, const UrlSession::DataCompletion& completion,
+                 const TransferLimits& limits) {
+    QByteArray data("");
+    const BodySink sink = [&](std::string_view bytes, std::int64_t) -> std::optional<TransportError::Code> {
+        if (static_cast<qsizetype>(bytes.size()) > limits.data - data.size())
+            return TransportError::kDataLengthExceedsMaximum;
+        data.append(bytes.data(), static_cast<qsizetype>(bytes.size()));
+        return std::nullopt;
+    };
+    const TransferResult result = transfer(request, limits, sink);
+    if (const auto* const error = std::get_if<TransportError>(&result))
+        completion(std::nullopt, std::nullopt, *error);
+    else
+        completion(data, std::get<UrlResponse>(result), std::nullopt);
+}
+
+// The transfer into `file`; an error also when the system loses bytes at closing.
+TransferResult fillFile(const UrlRequest& request, const TransferLimits& limits, PartialDownload& file,
+                        DownloadProgress& progress) {
+    const BodySink sink = [&](std::string_view bytes, std::int64_t expected) -> std::optional<TransportError::Code> {
+        if (!file.write(bytes))
+            return TransportError::kCannotWriteFile;
+        progress.add(static_cast<std::int64_t>(bytes.size()), expected);
+        return std::nullopt;
+    };
+    TransferResult result = transfer(request, limits, sink);
+    if (!file.close() && std::holds_alternative<UrlResponse>(result))
+        return TransportError{TransportError::kCannotWriteFile, request.address->text};
+    return result;
+}
+
+void finishOnMainThread(const UrlSession::DownloadCallbacks& callbacks, const UrlResponse& response,
+                        std::shared_ptr<PartialDownload> file) {
+    MainQueue::async([callbacks, response, file = std::move(file)]() mutable {
+        if (callbacks.didFinishDownloading)
+            callbacks.didFinishDownloading(response, file->path());
+        file.reset(); // deletes the file if it is still there
+    });
+}
+
+void completeOnMainThread(const UrlSession::DownloadCallbacks& callbacks, std::optional<TransportError> error) {
+    MainQueue::async([callbacks, error = std::move(error)] {
+        if (callbacks.didComplete)
+            callbacks.didComplete(error);
+    });
+}
+
+void runDownloadTask(const UrlRequest& request, const UrlSession::DownloadCallbacks& callbacks,
+                     const TransferLimits& limits) {
+    std::shared_ptr<PartialDownload> file = PartialDownload::create();
+    if (!file) {
+        const QString address = request.address ? request.address->text : QString();
+        completeOnMainThread(callbacks, TransportError{TransportError::kCannotCreateFile, address});
+        return;
+    }
+    const auto progress = std::make_shared<DownloadProgress>(callbacks.didWriteData);
+    const TransferResult result = fillFile(request, limits, *file, *progress);
+    if (const auto* const error = std::get_if<TransportError>(&result)) {
+        file.reset();
+        completeOnMainThread(callbacks, *error);
+        return;
+    }
+    finishOnMainThread(callbacks, std::get<UrlResponse>(result), std::move(file));
+    completeOnMainThread(callbacks, std::nullopt);
+}
+
+} // namespace
+
+namespace UrlSession {
+
+void dataTask(UrlRequest request, DataCompletion completion, const TransferLimits& limits) {
+    startThread([request = std::move(request), completion = std::move(completion), limits] {
+        runDataTask(request, completion, limits);
+    });
+}
+
+void downloadTask(std::optional<Address> address, DownloadCallbacks callbacks, const TransferLimits& limits) {
+    UrlRequest request;
+    request.address = std::move(address);
+    startThread([request = std::move(request), callbacks = std::move(callbacks), limits] {
+        runDownloadTask(request, callbacks, limits);
+    });
+}
+
+void removePartialDownloads() {
+    PartialDownload::removeAll();
+}
+
+} // namespace UrlSession
