@@ -97,8 +97,12 @@ bool Connection::fill() {
 
 std::optional<Request> Connection::readRequest() {
     std::size_t end = std::string::npos;
+    // What does not begin with a method may never end: a TLS greeting, for one.
+    const auto isNoRequest = [&] {
+        return unread_.size() > kLargestHead || (!unread_.empty() && (unread_[0] < 'A' || unread_[0] > 'Z'));
+    };
     while ((end = unread_.find("\r\n\r\n")) == std::string::npos)
-        if (unread_.size() > kLargestHead || !fill())
+        if (isNoRequest() || !fill())
             return std::nullopt;
     auto request = parseHead(std::string_view(unread_).substr(0, end + 4));
     unread_.erase(0, end + 4);

@@ -190,6 +190,33 @@ RefusingPort::~RefusingPort() {
     close(socket_);
 }
 
+BusyPort::BusyPort() {
+    const auto bound = bindToFreePort();
+    socket_ = bound.socket;
+    port_ = bound.port;
+    ::listen(socket_, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port_);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    constexpr int kMoreThanTheQueueHolds = 4;
+    for (int i = 0; i < kMoreThanTheQueueHolds; ++i) {
+        waiting_.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        // The first ones connect, the others keep trying; neither matters.
+        static_cast<void>(connect(waiting_.back(), reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    }
+}
+
+BusyPort::~BusyPort() {
+    for (const int waiting : waiting_)
+        close(waiting);
+    close(socket_);
+}
+
+std::string BusyPort::address(std::string_view path) const {
+    return addressOf("http", port_, path);
+}
+
 std::string RefusingPort::address(std::string_view path) const {
     return addressOf("http", port_, path);
 }

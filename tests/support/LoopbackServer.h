@@ -107,4 +107,21 @@ private:
     std::uint16_t port_ = 0;
 };
 
+// A port of 127.0.0.1 that lets whoever connects wait: nobody accepts, and its queue is full.
+class BusyPort {
+public:
+    BusyPort();
+    ~BusyPort();
+    BusyPort(const BusyPort&) = delete;
+    BusyPort& operator=(const BusyPort&) = delete;
+
+    std::uint16_t port() const { return port_; }
+    std::string address(std::string_view path = "/") const;
+
+private:
+    int socket_ = -1;
+    std::uint16_t port_ = 0;
+    std::vector<int> waiting_;
+};
+
 } // namespace loopback
