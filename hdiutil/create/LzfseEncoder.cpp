@@ -176,6 +176,9 @@ Stream encodeMatches(const Block& block, std::span<const std::uint32_t> distance
     unsigned lengthState = 0;
     unsigned distanceState = 0;
     ForwardBits out;
+    // Readers that load whole words expect so many zeros before the first number; some refuse a stream without.
+    out.push(0, 32);
+    out.push(0, 32);
     for (std::size_t i = block.matches.size(); i > 0; --i) {
         const lzfse::Match& match = block.matches[i - 1];
         pushNumber(far, lzfse::kDistances, distances[i - 1], distanceState, out);
@@ -256,14 +259,6 @@ Stream encodeBlock(const Block& block) {
     return out;
 }
 
-void appendPlain(Stream& out, Bytes raw) {
-    const std::size_t at = out.size();
-    out.resize(at + 8);
-    storeLittle<std::uint32_t>(out, at, lzfse::kPlain);
-    storeLittle<std::uint32_t>(out, at + 4, static_cast<std::uint32_t>(raw.size()));
-    append(out, raw);
-}
-
 // As many of the first matches as fit one block.
 Block nextBlock(std::span<const lzfse::Match> matches, Bytes raw) {
     Block block;
@@ -289,12 +284,9 @@ std::vector<std::byte> encodeLzfse(Bytes raw) {
     Stream out;
     while (!left.empty()) {
         const Block block = nextBlock(left, raw);
-        const Stream encoded = encodeBlock(block);
-        if (encoded.size() < block.rawBytes) {
-            append(out, encoded);
-        } else {
-            appendPlain(out, raw.first(block.rawBytes));
-        }
+        // Noise becomes longer by a hundredth at most. As a plain block it would not, but some readers lose their place
+        // behind such blocks.
+        append(out, encodeBlock(block));
         raw = raw.subspan(block.rawBytes);
         left = left.subspan(block.matches.size());
     }
