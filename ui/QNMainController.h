@@ -8,6 +8,8 @@
 //   disk image             install/QNMainControllerDiskImage.cpp
 //   installer's output     install/QNMainControllerOutput.cpp
 //   screens                ui/QNMainControllerScreens.cpp
+//   their texts            ui/QNMainControllerTexts.cpp
+//   view and outlets       ui/QNMainControllerView.cpp
 
 #include "logging/LogContext.h"
 #include "platform/base/TransportError.h"
@@ -15,6 +17,7 @@
 #include "ui/StyledText.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QVariantMap>
 
@@ -41,6 +44,7 @@ class QNSpinner;
 class ReadingFileHandle;
 class Task;
 class TextField;
+class QWidget;
 class View;
 
 // Which buttons an error panel shows. A type for each, so that (retry, contact support) and (close, contact support)
@@ -68,7 +72,7 @@ public:
     explicit QNMainController(const QString& interfaceName, MainMenu* mainMenu = nullptr);
     ~QNMainController() override;
 
-    View* view() const { return view_.get(); }
+    View* view() const;
     // Hidden: the view's window is off the screen, and the display knows, when this returns. Shown: the window is back,
     // centred and in front. Before the view is in a window only the view itself is marked.
     void setViewHidden(bool hidden);
@@ -246,7 +250,7 @@ private:
 
     // --- Screens ---
 
-    void loadOutlets();
+    void loadOutlets(QWidget& root);
     void connectActions();
     void showErrorPanel();
     void showRecord(const StyledText& message, const QString& title, const std::optional<Image>& icon, Retry retry,
@@ -286,5 +290,5 @@ private:
     TextField* messageThree_ = nullptr;
     View* networkStatus_ = nullptr;
     TextField* noNetworkInfo_ = nullptr;
-    std::unique_ptr<View> view_; // last: the outlets lie in it
+    QPointer<View> view_; // owned here until it is put into a window
 };

@@ -7,10 +7,10 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 class QAction;
 class QNMainController;
-class QPixmap;
 class View;
 
 // A top-level window around a content view, with the platform's vocabulary for its looks. The content view keeps the
@@ -58,9 +58,8 @@ public:
 
     // In the middle of the screen, a little above it from top to bottom.
     void center();
-    // In front of the windows of all programs, without a wish for the keyboard when another one has it.
+    // In front of the windows of all programs, asking for the keyboard: the window is to be used without a mouse, too.
     void orderFrontRegardless();
-    // In front, and asking for the keyboard.
     void makeKeyAndOrderFront();
     // Takes the window off the screen; the display has been told when this returns, whatever blocks afterwards.
     void orderOut();
@@ -76,17 +75,19 @@ Q_SIGNALS:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
-    bool event(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
+    void compositorChanged();
+    // Puts the content view and the margin around it where they belong; the content stays where it is on the screen.
+    void arrange();
     void applyShape();
     int shadowMargin() const;
+    std::vector<QRect> shapeInPixels() const;
 
     View* contentView_ = nullptr;
     int styleMask_ = kTitled;
@@ -95,8 +96,8 @@ private:
     bool opaque_ = true;
     bool shadow_ = false;
     int level_ = kNormalLevel;
-    std::unique_ptr<QPixmap> shadowPicture_;
-    std::optional<QPoint> dragOffset_;
+    int margin_ = 0;                   // as the window is arranged now
+    std::optional<QPoint> dragOffset_; // of the mouse, while the window is moved by hand
 };
 
 // The application's menu. On screens without a menu bar it is never seen; its shortcuts work in the window all the
@@ -107,10 +108,11 @@ class MainMenu : public QObject {
 public:
     MainMenu(QAction* quit, QObject* parent);
 
-    // The quit action goes to the delegate's tapQuit; none: nothing happens.
+    // A request goes to the delegate's tapQuit; without one nothing happens.
     void setDelegate(QNMainController* delegate);
     QNMainController* delegate() const;
     QAction* quitAction() const { return quit_; }
+    void tapQuit() const;
 
 private:
     QAction* quit_;

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "ui/Image.h"
+#include "ui/Layer.h"
+#include "ui/StyledText.h"
+
+#include <QPushButton>
+
+#include <optional>
+
+// A button that shows a styled title or a picture on a layer. By keyboard: Tab, Return and Space. A click with the
+// mouse leaves the keyboard where it is.
+//
+// Main thread.
+class Button : public QPushButton {
+    Q_OBJECT
+    Q_PROPERTY(QString title READ title WRITE setTitle)
+    Q_PROPERTY(QString imageName READ imageName WRITE setImageName)
+
+public:
+    explicit Button(QWidget* parent = nullptr);
+
+    QString title() const { return attributedTitle_.string(); }
+    // Plain text, in the default font and black. Also the name for assistive technology.
+    void setTitle(const QString& title);
+    const StyledText& attributedTitle() const { return attributedTitle_; }
+    void setAttributedTitle(const StyledText& title);
+
+    const Layer& layer() const { return layer_; }
+    void setLayer(const Layer& layer);
+
+    // The name of a picture of the bundle, shown in place of a title.
+    QString imageName() const { return image_ ? image_->name() : QString(); }
+    void setImageName(const QString& name);
+
+    // The title with the space that a button keeps around it.
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    // Takes on sizeHint().
+    void sizeToFit();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    bool focusNextPrevChild(bool next) override;
+
+private:
+    StyledText attributedTitle_;
+    Layer layer_;
+    std::optional<Image> image_;
+};

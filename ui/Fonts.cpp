@@ -1,0 +1,44 @@
+#include "ui/Fonts.h"
+
+#include <QGuiApplication>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace {
+
+constexpr double kDefaultSize = 12.0;
+
+std::pair<QStringList, QFont::Weight> familiesAndWeight(const QString& name) {
+    static const QString product = QStringLiteral("CommonSans");
+    QString compact = name;
+    compact.remove(QLatin1Char(' '));
+    if (compact != product && !compact.startsWith(product + QLatin1Char('-')))
+        return {{name, QStringLiteral("sans-serif")}, QFont::Normal};
+    const QString style = compact.mid(product.size() + 1);
+    const QFont::Weight weight = style == QLatin1String("Light")    ? QFont::Light
+                                 : style == QLatin1String("Medium") ? QFont::Medium
+                                 : style == QLatin1String("Bold")   ? QFont::Bold
+                                                                    : QFont::Normal;
+    return {{QStringLiteral("Inter"), QStringLiteral("Noto Sans Hebrew"), QStringLiteral("Noto Sans"),
+             QStringLiteral("sans-serif")},
+            weight};
+}
+
+} // namespace
+
+QFont fontFor(const FontChoice& choice) {
+    const auto [families, weight] = familiesAndWeight(choice.name);
+    QFont font(families);
+    font.setWeight(weight);
+    font.setPixelSize(std::max(1, static_cast<int>(std::lround(choice.size))));
+    font.setStyleHint(QFont::SansSerif);
+    // Outlines as designed: glyph widths then grow with the scale and lines break alike at every scale.
+    font.setHintingPreference(QFont::PreferNoHinting);
+    return font;
+}
+
+FontChoice defaultFont() {
+    return {QGuiApplication::font().family(), kDefaultSize};
+}

@@ -1,0 +1,110 @@
+#include "ui/InterfaceFile.h"
+
+#include "platform/Bundle.h"
+#include "platform/base/FileManager.h"
+#include "platform/base/PlatformException.h"
+#include "ui/Accessible.h"
+#include "ui/HyperlinkTextField.h"
+#include "ui/ImageView.h"
+#include "ui/QNButton.h"
+#include "ui/QNClickableImageView.h"
+#include "ui/QNClickableTextField.h"
+#include "ui/QNSpinner.h"
+#include "ui/QNTextFieldWithLinks.h"
+#include "ui/Window.h"
+
+#include <QBuffer>
+#include <QHash>
+#include <QUiLoader>
+
+namespace {
+
+using Maker = QWidget* (*)(QWidget*);
+
+template <typename Class>
+QWidget* make(QWidget* parent) {
+    return new Class(parent);
+}
+
+const QHash<QString, Maker>& makers() {
+    static const QHash<QString, Maker> known{
+        {QStringLiteral("Button"), make<Button>},
+        {QStringLiteral("HyperlinkTextField"), make<HyperlinkTextField>},
+        {QStringLiteral("ImageView"), make<ImageView>},
+        {QStringLiteral("QNButton"), make<QNButton>},
+        {QStringLiteral("QNClickableImageView"), make<QNClickableImageView>},
+        {QStringLiteral("QNClickableTextField"), make<QNClickableTextField>},
+        {QStringLiteral("QNHoverButton"), make<QNHoverButton>},
+        {QStringLiteral("QNSpinner"), make<QNSpinner>},
+        {QStringLiteral("QNTextFieldWithLinks"), make<QNTextFieldWithLinks>},
+        {QStringLiteral("QWidget"), make<QWidget>},
+        {QStringLiteral("TextField"), make<TextField>},
+        {QStringLiteral("View"), make<View>},
+        {QStringLiteral("Window"), make<Window>},
+    };
+    return known;
+}
+
+class Loader : public QUiLoader {
+public:
+    QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) override {
+        const Maker maker = makers().value(className);
+        if (maker == nullptr) {
+            if (unknownClass_.isEmpty())
+                unknownClass_ = className;
+            return nullptr;
+        }
+        QWidget* widget = maker(parent);
+        widget->setObjectName(name);
+        return widget;
+    }
+
+    // The first class that is not on the list. Told afterwards: an exception must not cross the library.
+    const QString& unknownClass() const { return unknownClass_; }
+
+private:
+    QString unknownClass_;
+};
+
+PlatformException unusable(const QString& name, const QString& why) {
+    return PlatformException::invalidArgument(QStringLiteral("Interface file \"%1\": %2").arg(name, why));
+}
+
+} // namespace
+
+std::unique_ptr<QWidget> loadInterfaceFile(const QString& name) {
+    installAccessibleFactory();
+    const std::optional<QString> path = Bundle::mainBundle().pathForResource(name, QStringLiteral("ui"));
+    std::optional<QByteArray> bytes = path ? FileManager::contents(*path) : std::nullopt;
+    if (!bytes)
+        throw unusable(name, QStringLiteral("not in the bundle, or not readable"));
+    QBuffer buffer(&*bytes);
+    buffer.open(QIODevice::ReadOnly);
+    Loader loader;
+    std::unique_ptr<QWidget> root(loader.load(&buffer));
+    if (!loader.unknownClass().isEmpty())
+        throw unusable(name, QStringLiteral("unknown class ") + loader.unknownClass());
+    if (!root)
+        throw unusable(name, loader.errorString());
+    return root;
+}
+
+QObject& requiredObject(QWidget& root, const char* name) {
+    const QString wanted = QLatin1String(name);
+    QObjectList found = root.findChildren<QObject*>(wanted);
+    if (root.objectName() == wanted)
+        found.prepend(&root);
+    if (found.size() == 1)
+        return *found.first();
+    throw PlatformException::invalidArgument(
+        QStringLiteral("Interface of \"%1\": %2 objects named \"%3\" in place of one")
+            .arg(root.objectName())
+            .arg(found.size())
+            .arg(wanted));
+}
+
+void throwWrongClass(const QObject& object, const char* expected) {
+    throw PlatformException::invalidArgument(
+        QStringLiteral("Interface object \"%1\" is of class %2 in place of %3")
+            .arg(object.objectName(), QLatin1String(object.metaObject()->className()), QLatin1String(expected)));
+}

@@ -1,0 +1,150 @@
+#include "ui/QNErrorController.h"
+
+#include "platform/base/NotificationCenter.h"
+#include "platform/base/NotificationNames.h"
+#include "ui/Button.h"
+#include "ui/HyperlinkTextField.h"
+#include "ui/ImageView.h"
+#include "ui/InterfaceFile.h"
+#include "ui/QNErrorObject.h"
+#include "ui/Styling.h"
+#include "ui/View.h"
+
+#include <QShortcut>
+
+namespace {
+
+constexpr double kButtonRadius = 25.0;
+const QString kCommonSans = QStringLiteral("Common Sans");
+
+ButtonLook darkButton(const QString& titleKey) {
+    return {titleKey, hexColor("#FFFFFF"), {kCommonSans, 14.0}, hexColor("#000000"), kButtonRadius};
+}
+
+} // namespace
+
+QNErrorController::QNErrorController(const QString& interfaceName) {
+    std::unique_ptr<QWidget> root = loadInterfaceFile(interfaceName);
+    errorMessage_ = outlet<HyperlinkTextField>(*root, "errorMessage");
+    infoText_ = outlet<HyperlinkTextField>(*root, "infoText");
+    errorTitle_ = outlet<TextField>(*root, "errorTitle");
+    errorIcon_ = outlet<ImageView>(*root, "errorIcon");
+    retryButton_ = outlet<Button>(*root, "retryButton");
+    closeButton_ = outlet<Button>(*root, "closeButton");
+    contactSupportButton_ = outlet<Button>(*root, "contactSupportButton");
+    view_ = outlet<View>(*root, "view");
+    if (view_ != root.get())
+        throwWrongClass(*root, View::staticMetaObject.className());
+    static_cast<void>(root.release());
+    connectActions();
+    awakeFromNib();
+}
+
+QNErrorController::~QNErrorController() {
+    delete view_.data();
+}
+
+View* QNErrorController::view() const {
+    return view_;
+}
+
+void QNErrorController::connectActions() {
+    connect(retryButton_, &QAbstractButton::clicked, this, &QNErrorController::onRetryClick);
+    connect(contactSupportButton_, &QAbstractButton::clicked, this, &QNErrorController::onContactSupportClick);
+    connect(closeButton_, &QAbstractButton::clicked, this, &QNErrorController::onCLoseClick);
+    auto* const escape = new QShortcut(QKeySequence(Qt::Key_Escape), view_.data());
+    connect(escape, &QShortcut::activated, this, [this] {
+        if (closeButton_->isVisible())
+            closeButton_->click();
+    });
+}
+
+void QNErrorController::awakeFromNib() {
+    Layer layer = view_->layer();
+    layer.backgroundColor = settingColor(QStringLiteral("BG_COLOR"));
+    view_->setLayer(layer);
+    setupTitle();
+    setupMessage();
+    setupSubTitle();
+    setupContactSupport();
+    setupCloseButton();
+    setupRetryButton();
+}
+
+void QNErrorController::setupTitle() {
+    styleLabel(*errorTitle_, hexColor("#1A1A1A"), {QStringLiteral("CommonSans-Bold"), 32.0});
+}
+
+void QNErrorController::setupMessage() {
+    styleLabel(*errorMessage_, hexColor("#595959"), {kCommonSans, 16.0});
+}
+
+void QNErrorController::setupSubTitle() {
+    styleLabel(*infoText_, hexColor("#595959"), {kCommonSans, 14.0});
+}
+
+void QNErrorController::setupContactSupport() {
+    styleButton(*contactSupportButton_, {QStringLiteral("QNContactSupport"),
+                                         hexColor("#FF0000"),
+                                         {kCommonSans, 14.0},
+                                         hexColor("#FFF0F0"),
+                                         kButtonRadius});
+    retryButton_->setVisible(false);
+    contactSupportButton_->setVisible(true);
+    closeButton_->setVisible(true);
+}
+
+void QNErrorController::setupCloseButton() {
+    styleButton(*closeButton_, darkButton(QStringLiteral("MessageClose")));
+    retryButton_->setVisible(false);
+    contactSupportButton_->setVisible(false);
+    closeButton_->setVisible(true);
+    customActionOnClose_ = 0;
+}
+
+void QNErrorController::setupRetryButton() {
+    styleButton(*retryButton_, darkButton(QStringLiteral("MessageRetry")));
+    retryButton_->setVisible(true);
+    contactSupportButton_->setVisible(false);
+}
+
+void QNErrorController::setCloseButtonLabel(const QString&) {
+    styleButton(*closeButton_, darkButton(QStringLiteral("MessageDownloadButtonText")));
+    customActionOnClose_ = 1;
+}
+
+void QNErrorController::setCloseButtonLink(const std::optional<QString>& link) {
+    customActionLink_ = link;
+}
+
+void QNErrorController::setErrorObject(const QNErrorObject& object) {
+    errorIcon_->setImage(object.icon);
+    errorIcon_->setAccessibleName(object.title.value_or(QString()));
+    errorTitle_->setText(object.title.value_or(QString()));
+    errorMessage_->setText(object.message.value_or(StyledText()));
+    infoText_->setText(object.info.value_or(StyledText()));
+    retryButton_->setVisible(object.withRetry != 0);
+    closeButton_->setVisible(object.withClose != 0);
+    contactSupportButton_->setVisible(object.withContactSupport != 0);
+    infoText_->setVisible(object.info.has_value());
+}
+
+void QNErrorController::onRetryClick() {
+    NotificationCenter::defaultCenter().post(kStartInstallation);
+}
+
+void QNErrorController::onContactSupportClick() {
+    NotificationCenter::defaultCenter().post(kShowContactSupportButton);
+}
+
+void QNErrorController::onCLoseClick() {
+    if (customActionOnClose_ == 0) {
+        NotificationCenter::defaultCenter().post(kQuitInstallation);
+        return;
+    }
+    // Without a link the object is an empty dictionary: quitting goes on without opening anything.
+    QVariantMap object;
+    if (customActionLink_)
+        object.insert(QStringLiteral("link"), *customActionLink_);
+    NotificationCenter::defaultCenter().post(kQuitInstallation, object);
+}

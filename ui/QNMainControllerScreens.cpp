@@ -1,0 +1,152 @@
+#include "ui/QNMainController.h"
+
+#include "config/QNConfig.h"
+#include "logging/QNLogger.h"
+#include "platform/Bundle.h"
+#include "platform/base/NotificationCenter.h"
+#include "ui/Button.h"
+#include "ui/HyperlinkTextField.h"
+#include "ui/QNAlertController.h"
+#include "ui/QNErrorController.h"
+#include "ui/QNErrorObject.h"
+#include "ui/QNSpinner.h"
+#include "ui/Styling.h"
+#include "ui/View.h"
+#include "ui/Window.h"
+
+#include <QApplication>
+#include <QVBoxLayout>
+
+void QNMainController::setupSpinner() {
+    spinner_ = std::make_unique<QNSpinner>();
+}
+
+void QNMainController::setupLayer() {
+    Layer layer = view_->layer();
+    layer.backgroundColor = settingColor(QStringLiteral("BG_COLOR"));
+    layer.borderWidth = 0.0;
+    view_->setLayer(layer);
+}
+
+void QNMainController::setupMainMenu() {
+    if (mainMenu_ != nullptr)
+        mainMenu_->setDelegate(this);
+}
+
+void QNMainController::setupConnectingLabel() {
+    connectingLabel_->setText(localizedString(QStringLiteral("MessageConnecting")));
+    styleLabel(*connectingLabel_, hexColor("#1A1A1A"), {QStringLiteral("Common Sans"), 32.0});
+    for (QNSpinner* const spinner : spinnerView_->findChildren<QNSpinner*>())
+        spinner->setAccessibleName(connectingLabel_->string());
+}
+
+void QNMainController::setupUI() {
+    closeButton_->setVisible(true);
+    errorView_->setVisible(false);
+    spinnerView_->setVisible(true);
+    progressStatus_->setVisible(false);
+    errorController_ = std::make_unique<QNErrorController>(QStringLiteral("QNErrorController"));
+    auto* const fill = new QVBoxLayout(errorView_);
+    fill->setContentsMargins(0, 0, 0, 0);
+    fill->addWidget(errorController_->view());
+    // The keyboard reaches what the panel says first and the window's own control last.
+    QWidget::setTabOrder(errorController_->infoText(), closeButton_);
+    startInstallation();
+}
+
+void QNMainController::hidePageView() {
+    pageView_->setVisible(false);
+}
+
+void QNMainController::hideAlert(const Notification&) {
+    if (!alert_)
+        return;
+    alert_->close();
+    // One of its buttons may be what asked for this: it goes when that click is over.
+    QMetaObject::invokeMethod(
+        qApp, [kept = std::move(alert_)] { static_cast<void>(kept); }, Qt::QueuedConnection);
+    alert_.reset();
+}
+
+void QNMainController::showErrorPanel() {
+    closeButton_->setVisible(true);
+    installView_->setVisible(false);
+    spinnerView_->setVisible(false);
+    hidePageView();
+    errorView_->setVisible(true);
+}
+
+void QNMainController::showGenericDownloadScreen() {
+    QNLogger::debug(QStringLiteral("Show generic download screen."),
+                    logContext("-[QNMainController showGenericDownloadScreen]"));
+    showErrorPanel();
+    showInfoAlertWithMessage(setupGenericDownloadUI(), localizedString(QStringLiteral("MessageGetLatestVersion")),
+                             imageNamed(QStringLiteral("dl")), Retry{false}, Close{true}, ContactSupport{true},
+                             setupVisitOnlineSiteLabelUI(),
+                             localizedString(QStringLiteral("MessageDownloadButtonText")),
+                             config_ ? config_->actionUrl() : std::nullopt);
+}
+
+void QNMainController::showGenericError() {
+    QNLogger::debug(QStringLiteral("Show generic error screen."), logContext("-[QNMainController showGenericError]"));
+    showErrorPanel();
+    showInfoAlertWithMessage(setupContactSupportLabelsUI(),
+                             localizedString(QStringLiteral("MessageInstallationFailed")),
+                             imageNamed(QStringLiteral("install_failed_block_img")), Retry{false}, Close{true},
+                             ContactSupport{true}, setupVisitOnlineSiteLabelUI());
+}
+
+void QNMainController::showInfoAlertWithMessage(const StyledText& message, const QString& title,
+                                                const std::optional<Image>& icon,
+                                                const std::optional<StyledText>& subTitle) {
+    showInfoAlertWithMessage(message, title, icon, Retry{false}, Close{false}, ContactSupport{false}, subTitle);
+}
+
+void QNMainController::showInfoAlertWithMessage(const StyledText& message, const QString& title,
+                                                const std::optional<Image>& icon, Close close,
+                                                ContactSupport contactSupport,
+                                                const std::optional<StyledText>& subTitle) {
+    closeWithoutCheck_ = true;
+    showInfoAlertWithMessage(message, title, icon, Retry{false}, close, contactSupport, subTitle);
+}
+
+void QNMainController::showInfoAlertWithMessage(const StyledText& message, const QString& title,
+                                                const std::optional<Image>& icon, Retry retry,
+                                                ContactSupport contactSupport,
+                                                const std::optional<StyledText>& subTitle) {
+    showInfoAlertWithMessage(message, title, icon, retry, Close{false}, contactSupport, subTitle);
+}
+
+void QNMainController::showInfoAlertWithMessage(const StyledText& message, const QString& title,
+                                                const std::optional<Image>& icon, Retry retry, Close close,
+                                                ContactSupport contactSupport,
+                                                const std::optional<StyledText>& subTitle) {
+    showErrorPanel();
+    showRecord(message, title, icon, retry, close, contactSupport, subTitle);
+}
+
+void QNMainController::showInfoAlertWithMessage(const StyledText& message, const QString& title,
+                                                const std::optional<Image>& icon, Retry retry, Close close,
+                                                ContactSupport contactSupport,
+                                                const std::optional<StyledText>& subTitle,
+                                                const QString& closeButtonLabel,
+                                                const std::optional<QString>& closeButtonLink) {
+    showErrorPanel();
+    errorController_->setCloseButtonLabel(closeButtonLabel);
+    errorController_->setCloseButtonLink(closeButtonLink);
+    showRecord(message, title, icon, retry, close, contactSupport, subTitle);
+}
+
+void QNMainController::showRecord(const StyledText& message, const QString& title, const std::optional<Image>& icon,
+                                  Retry retry, Close close, ContactSupport contactSupport,
+                                  const std::optional<StyledText>& subTitle) {
+    QNErrorObject record;
+    record.title = title;
+    record.message = message;
+    record.icon = icon;
+    record.withRetry = retry.value ? 1 : 0;
+    record.withClose = close.value ? 1 : 0;
+    record.withContactSupport = contactSupport.value ? 1 : 0;
+    record.info = subTitle;
+    errorController_->setErrorObject(record);
+}

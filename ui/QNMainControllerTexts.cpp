@@ -1,0 +1,125 @@
+#include "ui/QNMainController.h"
+
+#include "config/QNConfig.h"
+#include "config/QNConfigProvider.h"
+#include "platform/Bundle.h"
+#include "platform/base/Address.h"
+#include "platform/base/Format.h"
+#include "ui/Styling.h"
+
+#include <QGuiApplication>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextFragment>
+
+namespace {
+
+constexpr double kSmall = 14.0;
+constexpr double kLarge = 16.0;
+const QString kCommonSans = QStringLiteral("Common Sans");
+const Color kClear{0.0, 0.0, 0.0, 0.0};
+
+QString text(const char* key) {
+    return localizedString(QLatin1String(key));
+}
+
+// The base set comes first and is overwritten over the whole run: neither its font nor its colour is ever seen.
+StyledText plainRun(const QString& string, double size) {
+    TextAttributes base;
+    base.alignment = Qt::AlignHCenter;
+    base.color = hexColor("#1A1A1A");
+    base.font = FontChoice{QStringLiteral("CommonSans-Light"), size};
+    StyledText run(string, base);
+    TextAttributes shown;
+    shown.color = hexColor("#767676");
+    shown.font = FontChoice{kCommonSans, size};
+    run.addAttributes(shown);
+    return run;
+}
+
+// Without a usable address there is nothing to click: the words stand there like the others.
+StyledText linkRun(const QString& string, const std::optional<QString>& address, double size) {
+    if (!address || !Address::parse(*address))
+        return plainRun(string, size);
+    TextAttributes attributes;
+    attributes.link = *address;
+    attributes.underlineColor = kClear;
+    attributes.color = hexColor("#000000");
+    attributes.font = FontChoice{kCommonSans, size};
+    attributes.alignment = Qt::AlignHCenter;
+    attributes.cursor = Qt::PointingHandCursor;
+    attributes.underlineStyle = 0;
+    return StyledText(string, attributes);
+}
+
+// Carries no attributes of its own.
+StyledText separator() {
+    return StyledText(QStringLiteral(" "));
+}
+
+std::optional<QString> setting(const char* key) {
+    return QNConfigProvider::getStringFromPlist(QLatin1String(key));
+}
+
+StyledText joined(const std::vector<StyledText>& runs) {
+    StyledText whole;
+    for (const StyledText& run : runs)
+        whole.append(run);
+    return whole;
+}
+
+TextAttributes attributesOf(const QTextCharFormat& format) {
+    const QFont font = format.font();
+    TextAttributes attributes;
+    const double size = font.pixelSize() > 0 ? font.pixelSize() : font.pointSizeF();
+    attributes.font = FontChoice{font.family(), size};
+    if (format.hasProperty(QTextFormat::ForegroundBrush)) {
+        const QColor color = format.foreground().color();
+        attributes.color = Color{static_cast<double>(color.redF()), static_cast<double>(color.greenF()),
+                                 static_cast<double>(color.blueF()), static_cast<double>(color.alphaF())};
+    }
+    if (format.isAnchor() && !format.anchorHref().isEmpty())
+        attributes.link = format.anchorHref();
+    if (format.fontUnderline())
+        attributes.underlineStyle = 1;
+    return attributes;
+}
+
+} // namespace
+
+StyledText QNMainController::setupGenericDownloadUI() const {
+    const std::optional<QString> link = config_ ? config_->actionUrl() : std::nullopt;
+    return joined({plainRun(format("%@", text("MessageDownloadText1")), kSmall),
+                   linkRun(text("MessageDownloadText2Link"), link, kSmall),
+                   plainRun(text("MessageDownloadText3"), kSmall)});
+}
+
+StyledText QNMainController::setupVisitOnlineSiteLabelUI() const {
+    return joined({plainRun(format("%@", text("ContactSupportText")), kSmall), separator(),
+                   linkRun(text("ContactSupportText1"), setting("visitOnlineHelpSiteUrl"), kSmall)});
+}
+
+StyledText QNMainController::setupContactSupportLabelsUI() const {
+    return joined(
+        {plainRun(format("%@", text("MessageInstallationFailedDescription")), kLarge), separator(),
+         linkRun(text("MessageInstallationFailedDescription1"), setting("downloadAndInstallLatestVersionUrl"), kLarge),
+         separator(), plainRun(text("MessageInstallationFailedDescription2"), kLarge), separator(),
+         linkRun(text("MessageInstallationFailedClickHere"), setting("clickHereUrl"), kLarge), separator(),
+         plainRun(text("MessageInstallationFailedDescription3"), kLarge)});
+}
+
+StyledText QNMainController::stringFromHTML(const QString& html, const std::optional<FontChoice>& font) const {
+    // Size 0 stands for the system font's own size.
+    const FontChoice used = font.value_or(FontChoice{QGuiApplication::font().family(), defaultFont().size});
+    QTextDocument document;
+    document.setHtml(format("<span style=\"font-family:'%@'; font-size:%dpx;\">%@</span>", used.name,
+                            static_cast<int>(used.size), html));
+    StyledText result;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        if (block.blockNumber() > 0)
+            result.append(StyledText(QStringLiteral("\n")));
+        for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment)
+            result.append(StyledText(fragment.fragment().text(), attributesOf(fragment.fragment().charFormat())));
+    }
+    return result;
+}

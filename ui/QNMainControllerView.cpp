@@ -1,0 +1,100 @@
+#include "ui/QNMainController.h"
+
+#include "platform/Bundle.h"
+#include "ui/HyperlinkTextField.h"
+#include "ui/ImageView.h"
+#include "ui/InterfaceFile.h"
+#include "ui/QNAlertController.h"
+#include "ui/QNButton.h"
+#include "ui/QNClickableTextField.h"
+#include "ui/QNErrorController.h"
+#include "ui/QNSpinner.h"
+#include "ui/View.h"
+#include "ui/Window.h"
+
+QNMainController::QNMainController(const QString& interfaceName, MainMenu* mainMenu) : mainMenu_(mainMenu) {
+    std::unique_ptr<QWidget> root = loadInterfaceFile(interfaceName);
+    loadOutlets(*root);
+    if (view_ != root.get())
+        throwWrongClass(*root, View::staticMetaObject.className());
+    static_cast<void>(root.release());
+    connectActions();
+    try {
+        awakeFromNib();
+    } catch (...) {
+        delete view_.data();
+        throw;
+    }
+}
+
+QNMainController::~QNMainController() {
+    if (mainMenu_ != nullptr && mainMenu_->delegate() == this)
+        mainMenu_->setDelegate(nullptr);
+    delete view_.data();
+}
+
+void QNMainController::loadOutlets(QWidget& root) {
+    view_ = outlet<View>(root, "view");
+    closeButton_ = outlet<Button>(root, "closeButton");
+    installView_ = outlet<View>(root, "installView");
+    pageView_ = outlet<View>(root, "pageView");
+    installButton_ = outlet<QNButton>(root, "installButton");
+    errorView_ = outlet<View>(root, "errorView");
+    checkButton_ = outlet<QNHoverButton>(root, "checkButton");
+    checkTextField_ = outlet<TextField>(root, "checkTextField");
+    agreementTextField_ = outlet<HyperlinkTextField>(root, "agreementTextField");
+    spinnerView_ = outlet<View>(root, "spinnerView");
+    connectingLabel_ = outlet<TextField>(root, "connectingLabel");
+    subTitle_ = outlet<TextField>(root, "subTitle");
+    licenseAgreementLabel_ = outlet<QNClickableTextField>(root, "licenseAgreementLabel");
+    andLabel_ = outlet<TextField>(root, "andLabel");
+    ppLabel_ = outlet<QNClickableTextField>(root, "ppLabel");
+    pipIcon_ = outlet<ImageView>(root, "pipIcon");
+    pipWhiteSpace_ = outlet<View>(root, "pipWhiteSpace");
+    progressStatus_ = outlet<TextField>(root, "progressStatus");
+    launchButton_ = outlet<QNButton>(root, "launchButton");
+    messageOne_ = outlet<TextField>(root, "messageOne");
+    messageTwo_ = outlet<TextField>(root, "messageTwo");
+    messageThree_ = outlet<TextField>(root, "messageThree");
+    networkStatus_ = outlet<View>(root, "networkStatus");
+    noNetworkInfo_ = outlet<TextField>(root, "noNetworkInfo");
+}
+
+void QNMainController::connectActions() {
+    connect(closeButton_, &QAbstractButton::clicked, this, &QNMainController::onCloseTap);
+    // It shows a cross and no words.
+    closeButton_->setAccessibleName(localizedString(QStringLiteral("MenuQuit")));
+}
+
+View* QNMainController::view() const {
+    return view_;
+}
+
+void QNMainController::setViewHidden(bool hidden) {
+    view_->setVisible(!hidden);
+    auto* const window = qobject_cast<Window*>(view_->window());
+    if (window == nullptr)
+        return;
+    if (hidden) {
+        window->orderOut();
+    } else if (!window->isVisible()) {
+        window->center();
+        window->orderFrontRegardless();
+    }
+}
+
+bool QNMainController::isViewHidden() const {
+    return view_->isHidden();
+}
+
+void QNMainController::setErrorController(std::unique_ptr<QNErrorController> controller) {
+    errorController_ = std::move(controller);
+}
+
+void QNMainController::setSpinner(std::unique_ptr<QNSpinner> spinner) {
+    spinner_ = std::move(spinner);
+}
+
+void QNMainController::setAlert(std::shared_ptr<QNAlertController> alert) {
+    alert_ = std::move(alert);
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "ui/Layer.h"
+
+#include <QWidget>
+
+// A rectangle of the window that has a layer and holds other views. Main thread.
+class View : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit View(QWidget* parent = nullptr);
+
+    const Layer& layer() const { return layer_; }
+    void setLayer(const Layer& layer);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    Layer layer_;
+};

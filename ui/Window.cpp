@@ -1,0 +1,211 @@
+#include "ui/Window.h"
+
+#include "platform/WindowSystem.h"
+#include "ui/FocusRing.h"
+#include "ui/Shadow.h"
+#include "ui/View.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QMouseEvent>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <QRegion>
+#include <QScreen>
+#include <QTransform>
+#include <QWindow>
+
+#include <cmath>
+
+namespace {
+
+// Of the free height, the part above a centred window.
+constexpr double kAboveCentre = 0.42;
+
+// Asked once, then told of each change: the question goes to the display and back.
+bool& compositorRunning() {
+    static bool running = platform::compositorIsRunning();
+    return running;
+}
+
+} // namespace
+
+Window::Window(QWidget* parent) : QWidget(parent, Qt::Window) {
+    // The layout never mirrors, whatever the language.
+    setLayoutDirection(Qt::LeftToRight);
+    new FocusRing(this);
+    // The window itself has the keyboard until Tab asks for a control: none is marked that nobody chose.
+    setFocus();
+    static const bool watching = [] {
+        platform::watchCompositor([] {
+            compositorRunning() = platform::compositorIsRunning();
+            for (QWidget* widget : QApplication::topLevelWidgets()) {
+                if (auto* window = qobject_cast<Window*>(widget))
+                    window->compositorChanged();
+            }
+        });
+        return true;
+    }();
+    static_cast<void>(watching);
+}
+
+Window::~Window() = default;
+
+void Window::setContentView(View* view) {
+    contentView_ = view;
+    view->setParent(this);
+    arrange();
+}
+
+void Window::addSubview(QWidget* view) {
+    view->setParent(contentView_);
+    view->move(0, 0);
+    if (!view->testAttribute(Qt::WA_WState_ExplicitShowHide))
+        view->show();
+}
+
+void Window::setStyleMask(int mask) {
+    styleMask_ = mask;
+    setWindowFlag(Qt::FramelessWindowHint, mask == kBorderless);
+}
+
+void Window::setBackgroundColor(const Color& color) {
+    background_ = color;
+    update();
+}
+
+void Window::setOpaque(bool opaque) {
+    opaque_ = opaque;
+    setAttribute(Qt::WA_TranslucentBackground, !opaque);
+    arrange();
+}
+
+void Window::setHasShadow(bool shadow) {
+    shadow_ = shadow;
+    arrange();
+}
+
+void Window::setCornerRadius(double radius) {
+    Layer layer = contentView_->layer();
+    layer.cornerRadius = radius;
+    contentView_->setLayer(layer);
+    applyShape();
+}
+
+void Window::setLevel(int level) {
+    level_ = level;
+    setWindowFlag(Qt::WindowStaysOnTopHint, level >= kFloatingLevel);
+}
+
+bool Window::showsShadow() const {
+    return shadow_ && !opaque_ && styleMask_ == kBorderless && compositorRunning();
+}
+
+int Window::shadowMargin() const {
+    return showsShadow() ? Shadow::kMargin : 0;
+}
+
+void Window::arrange() {
+    if (contentView_ == nullptr)
+        return;
+    const int margin = shadowMargin();
+    const QPoint content = pos() + QPoint(margin_, margin_);
+    margin_ = margin;
+    contentView_->move(margin, margin);
+    setFixedSize(contentView_->size() + QSize(2 * margin, 2 * margin));
+    move(content - QPoint(margin, margin));
+    applyShape();
+    update();
+}
+
+void Window::compositorChanged() {
+    arrange();
+}
+
+std::vector<QRect> Window::shapeInPixels() const {
+    const double scale = devicePixelRatioF();
+    const QRectF body(contentView_->geometry());
+    const QPainterPath outline = contentView_->layer().outline(QRectF(QPointF(), body.size() * scale));
+    const QRegion region(outline.toFillPolygon().toPolygon());
+    const QPoint origin = (body.topLeft() * scale).toPoint();
+    const QRegion placed = region.translated(origin);
+    return {placed.begin(), placed.end()};
+}
+
+void Window::applyShape() {
+    if (contentView_ == nullptr || windowHandle() == nullptr)
+        return;
+    const bool cut = !opaque_ && styleMask_ == kBorderless && !compositorRunning();
+    platform::setWindowShape(*windowHandle(), cut ? shapeInPixels() : std::vector<QRect>());
+    // Clicks on the shadow go to what lies below it.
+    platform::setWindowInputShape(*windowHandle(), margin_ > 0 ? shapeInPixels() : std::vector<QRect>());
+}
+
+void Window::center() {
+    const QRect area = screen()->geometry();
+    const QSize content = contentView_ != nullptr ? contentView_->size() : size();
+    const QPoint corner(area.x() + (area.width() - content.width()) / 2,
+                        area.y() + static_cast<int>(std::lround((area.height() - content.height()) * kAboveCentre)));
+    move(corner - QPoint(margin_, margin_));
+}
+
+void Window::orderFrontRegardless() {
+    show();
+    raise();
+    activateWindow();
+}
+
+void Window::makeKeyAndOrderFront() {
+    orderFrontRegardless();
+}
+
+void Window::orderOut() {
+    hide();
+    platform::flushDisplay();
+}
+
+void Window::closeWindow() {
+    orderOut();
+}
+
+void Window::closeEvent(QCloseEvent* event) {
+    event->ignore();
+    Q_EMIT closeRequested();
+}
+
+void Window::mousePressEvent(QMouseEvent* event) {
+    if (!movable_ || event->button() != Qt::LeftButton)
+        return;
+    // Where no window manager moves it, it is moved by hand.
+    if (!windowHandle()->startSystemMove())
+        dragOffset_ = event->globalPosition().toPoint() - pos();
+}
+
+void Window::mouseMoveEvent(QMouseEvent* event) {
+    if (dragOffset_)
+        move(event->globalPosition().toPoint() - *dragOffset_);
+}
+
+void Window::mouseReleaseEvent(QMouseEvent*) {
+    dragOffset_.reset();
+}
+
+void Window::showEvent(QShowEvent*) {
+    applyShape();
+}
+
+void Window::paintEvent(QPaintEvent* event) {
+    QPainter painter(this);
+    if (opaque_ || !compositorRunning()) {
+        // Clear would come out black: white shows through wherever the content leaves a gap.
+        const bool clear = background_.alpha < 1.0;
+        painter.fillRect(rect(), clear ? QColor(Qt::white) : paintColor(background_));
+        return;
+    }
+    const bool besideContent = contentView_ != nullptr && !contentView_->geometry().contains(event->rect());
+    if (margin_ > 0 && besideContent)
+        Shadow::paint(painter, QRectF(contentView_->geometry()), contentView_->layer().cornerRadius);
+    if (background_.alpha > 0.0)
+        painter.fillRect(rect(), paintColor(background_));
+}
