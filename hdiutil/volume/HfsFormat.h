@@ -39,6 +39,7 @@ inline constexpr std::size_t kFileRecordBytes = 248;
 inline constexpr std::size_t kMaxNameUnits = 255;
 
 inline constexpr std::uint16_t kThreadExistsFlag = 0x0002;
+inline constexpr std::uint16_t kFolderCountFlag = 0x0010;
 inline constexpr std::uint16_t kLinkChainFlag = 0x0020;
 inline constexpr std::uint8_t kCompressedOwnerFlag = 0x20;
 
