@@ -133,7 +133,7 @@ private:
         if (!around.isObject)
             around.list.append(std::move(value));
         else if (!around.object.contains(around.key))
-            around.object.insert(around.key, std::move(value));
+            around.object.insert(around.key, value);
         return true;
     }
 

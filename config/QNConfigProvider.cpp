@@ -87,7 +87,7 @@ QString QNConfigProvider::getPortalType() {
     auto& slot = portalTypeSlot();
     if (const auto kept = slot.value())
         return *kept;
-    const QString type = getStringFromPlist(QStringLiteral("QNPortalType")).value_or(QStringLiteral("qn"));
+    QString type = getStringFromPlist(QStringLiteral("QNPortalType")).value_or(QStringLiteral("qn"));
     slot.store(type);
     return type;
 }
@@ -107,7 +107,7 @@ std::optional<QString> QNConfigProvider::getEnvSpecificBinaryName() {
 }
 
 QString QNConfigProvider::getAction(const QString& action) {
-    const QString address = actionAddress(action);
+    QString address = actionAddress(action);
     platform::consoleLog(format("%@", address));
     return address;
 }

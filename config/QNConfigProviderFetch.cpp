@@ -23,7 +23,7 @@ std::optional<QString> addressOfThisRun() {
     const QStringList& arguments = processArguments();
     consoleLog(format("ARGS: %@", arguments));
     const auto overriding = ConfigRequest::overridingAddress(arguments);
-    const auto address = overriding ? overriding : configured;
+    auto address = overriding ? overriding : configured;
     consoleLog(format("URL: %@", address));
     return address;
 }

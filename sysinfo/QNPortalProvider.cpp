@@ -25,7 +25,7 @@ QString identifierOfThisUser() {
 } // namespace
 
 std::optional<QString> QNPortalProvider::getCi() {
-    if (const auto kept = identifierSlot().value())
+    if (auto kept = identifierSlot().value())
         return kept;
     if (!Identifier::isBeingDerived())
         createCi();

@@ -37,7 +37,7 @@ QString QNSystemInfo::getOSVersion() {
 
 std::optional<QString> QNSystemInfo::getScreenResolution() {
     auto& slot = probeSlots().screenResolution;
-    if (const auto kept = slot.value())
+    if (auto kept = slot.value())
         return kept;
     guardingProbe("NSScreen Error: %@", "+[QNSystemInfo getScreenResolution]",
                   [&] { slot.store(ProbeOutput::sizeText(platform::mainScreenSize())); });
@@ -46,7 +46,7 @@ std::optional<QString> QNSystemInfo::getScreenResolution() {
 
 std::optional<QString> QNSystemInfo::getCPUName() {
     auto& slot = probeSlots().cpuName;
-    if (const auto kept = slot.value())
+    if (auto kept = slot.value())
         return kept;
     guardingProbe("CPU error: %@", "+[QNSystemInfo getCPUName]", [&] {
         const auto profile = QNTask::runTaskWithPath(QStringLiteral("/usr/sbin/system_profiler"),
@@ -63,7 +63,7 @@ QString QNSystemInfo::getCPUType() {
 
 std::optional<QString> QNSystemInfo::getMacAddress() {
     auto& slot = probeSlots().macAddress;
-    if (const auto kept = slot.value())
+    if (auto kept = slot.value())
         return kept;
     guardingProbe("MAC Address error: %@", "+[QNSystemInfo getMacAddress]", [&] {
         const auto interfaces = QNTask::runTaskWithPath(QStringLiteral("/sbin/ifconfig"), {QStringLiteral("-a")});
