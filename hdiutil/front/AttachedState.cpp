@@ -74,15 +74,18 @@ bool AttachedState::acquire(bool wait) {
     if (mkdir(folder_.c_str(), 0700) != 0 && errno != EEXIST) {
         throw FrontError("cannot create \"" + folder_ + "\" - " + errorText(errno));
     }
-    const std::string path = folder_ + "/lock";
-    lock_.reset(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    const UniqueFd folder(::open(folder_.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat facts {};
+    const bool ours = folder && fstat(folder.get(), &facts) == 0 && facts.st_uid == geteuid() &&
+                      (facts.st_mode & 022) == 0;
+    lock_.reset(ours ? openat(folder.get(), "lock", O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600) : -1);
     if (!lock_ && errno == ENOENT) {
-        return false; // removed by its last user just now
+        return false; // the last user of the folder removed it just now
     }
-    if (!lock_ || !isPrivateFolder(folder_, geteuid())) {
+    if (!lock_) {
         throw FrontError("the state folder \"" + folder_ + "\" is not a folder of yours");
     }
-    return flockRetrying(lock_.get(), wait ? LOCK_EX : LOCK_EX | LOCK_NB) == 0 && isStillNamed(lock_.get(), path);
+    return flockRetrying(lock_.get(), wait ? LOCK_EX : LOCK_EX | LOCK_NB) == 0 && isStillNamed(lock_.get(), folder_ + "/lock");
 }
 
 AttachedState::~AttachedState() {

@@ -176,7 +176,9 @@ void FuseServer::damaged() {
 
 bool isFuseUsable() {
     const UniqueFd device(::open("/dev/fuse", O_RDWR | O_CLOEXEC));
-    return device && (geteuid() == 0 || hasHelper());
+    struct stat facts {};
+    const bool isDevice = device && fstat(device.get(), &facts) == 0 && S_ISCHR(facts.st_mode);
+    return isDevice && (geteuid() == 0 || hasHelper());
 }
 
 void widenReadAhead(const std::string& folder) {

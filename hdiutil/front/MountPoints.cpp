@@ -3,9 +3,11 @@
 #include "hdiutil/front/FileTree.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/front/MountControl.h"
+#include "hdiutil/front/UniqueFd.h"
 #include "hdiutil/front/VolumeName.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,8 +19,12 @@ namespace fs = std::filesystem;
 
 // A mount whose server was killed answers ENOTCONN to everything; nobody's record tells of it any more.
 void clearDeadMount(const std::string& path) {
-    struct stat facts {};
-    if (lstat(path.c_str(), &facts) != 0 && errno == ENOTCONN && isMounted(path)) {
+    if (!isMounted(path)) {
+        return;
+    }
+    // The kernel still knows the folder's attributes; only opening it asks the server.
+    const UniqueFd folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder && (errno == ENOTCONN || errno == ECONNABORTED)) {
         unmountFuse(path, UnmountWay::kDetached);
         rmdir(path.c_str());
     }

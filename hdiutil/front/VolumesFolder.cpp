@@ -10,8 +10,6 @@
 namespace hdi {
 namespace {
 
-constexpr mode_t kOthersMayWrite = 022;
-
 bool isAbsolute(const char* path) {
     return path != nullptr && path[0] == '/';
 }
@@ -30,12 +28,6 @@ std::string withoutTrailingSlashes(std::string path) {
 }
 
 } // namespace
-
-bool isPrivateFolder(const std::string& path, uid_t user) {
-    struct stat facts {};
-    return lstat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode) && facts.st_uid == user &&
-           (facts.st_mode & kOthersMayWrite) == 0;
-}
 
 VolumesFolderChoice chooseVolumesFolder(const char* systemRoot, const char* runtimeFolder, uid_t user) {
     if (isAbsolute(systemRoot)) {

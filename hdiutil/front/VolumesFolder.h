@@ -34,7 +34,4 @@ VolumesFolderChoice chooseVolumesFolder(const char* systemRoot, const char* runt
 // The folder for extracted volumes: $TMPDIR when it is absolute, else /tmp.
 std::string temporaryFolder();
 
-// True for a folder, not a link, that belongs to `user` and is writable by nobody else.
-bool isPrivateFolder(const std::string& path, uid_t user);
-
 } // namespace hdi

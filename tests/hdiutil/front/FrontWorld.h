@@ -1,0 +1,70 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace hdi::test {
+
+struct Outcome {
+    int status = -1; // 128 + signal for a killed program
+    std::string out;
+    std::string err;
+    bool sawEnd = false; // of both pipes, within the limit
+};
+
+using Words = std::vector<std::string>;
+
+// Runs a program and reads both of its outputs to their end, at most `limit`.
+Outcome runProgram(const Words& words, std::chrono::seconds limit = std::chrono::seconds(60));
+
+// Looks again until it holds or the limit is over; the last answer.
+bool holdsWithin(std::chrono::milliseconds limit, const std::function<bool()>& condition);
+
+bool isRoot();
+
+// The command line that runs `words` where FUSE is not to be had: in a mount namespace of its own whose /dev/fuse is a
+// plain file. What is extracted there shows everywhere.
+Words withoutFuse(const Words& words);
+
+std::string shellWord(const std::string& text);
+
+// Each case has a QN_SYSTEM_ROOT and a TMPDIR of its own; at its end everything is detached, and nothing may be left.
+class FrontWorld : public testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    static std::string image(const std::string& name) { return std::string(TEST_IMAGES) + "/" + name; }
+    std::string base() const { return base_; }
+    std::string volumes() const { return base_ + "/root/Volumes"; }
+    std::string temporary() const { return base_ + "/tmp"; }
+
+    static Words command(const Words& words);
+    static Outcome hdiutil(const Words& words) { return runProgram(command(words)); }
+    static Outcome hdiutilWithoutFuse(const Words& words) { return runProgram(withoutFuse(command(words))); }
+    // A copy in the case's own folder, so that two cases never attach the same file.
+    std::string copyOf(const std::string& name, const std::string& as = "");
+    // What is in the volumes and the temporary folder, hidden entries included.
+    Words leftovers() const;
+
+private:
+    std::string base_;
+};
+
+// The same with both ways of attaching.
+enum class Way { kFuse, kExtracted };
+class BothWays : public FrontWorld, public testing::WithParamInterface<Way> {
+protected:
+    static Outcome mount(const Words& words) {
+        return GetParam() == Way::kFuse ? hdiutil(words) : hdiutilWithoutFuse(words);
+    }
+};
+std::string nameOf(Way way);
+std::string nameOfWay(const testing::TestParamInfo<Way>& instance);
+void PrintTo(Way way, std::ostream* out);
+
+} // namespace hdi::test
