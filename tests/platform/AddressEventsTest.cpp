@@ -1,0 +1,183 @@
+#include "platform/AddressEvents.h"
+
+#include "platform/base/MainQueue.h"
+#include "platform/linux/SessionBus.h"
+#include "tests/platform/ChildProcess.h"
+#include "tests/platform/ProgramBundle.h"
+#include "tests/support/TestEnvironment.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QFile>
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+const QString kIdentifier = QStringLiteral("com.ex-ample.events");
+
+// A real bus of the case's own, and this process as the running copy.
+class AddressEvents : public testing::Test {
+protected:
+    void SetUp() override { test::setInfo(QStringLiteral("CFBundleIdentifier"), kIdentifier); }
+
+    void startBus() {
+        daemon_ = std::make_unique<ChildProcess>(
+            std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=1",
+                                     "--address=unix:path=" + (test::folder() + QStringLiteral("/bus")).toStdString()});
+        address_ = QString::fromStdString(daemon_->readLine());
+        test::setEnvironment("DBUS_SESSION_BUS_ADDRESS", address_.toUtf8());
+    }
+
+    void listenForAddresses() {
+        platform::setOpenAddressHandler([this](const QString& address) {
+            EXPECT_TRUE(MainQueue::isMainThread());
+            received_ += address;
+        });
+    }
+
+    QDBusConnection connection() { return QDBusConnection::connectToBus(address_, QStringLiteral("test")); }
+
+    bool hasPlaceOnBus() {
+        return test::waitFor(
+            [this] { return connection().interface()->isServiceRegistered(QStringLiteral("com.ex-ample.events")); });
+    }
+
+    // As the desktop does for an address; the status of that process.
+    int openByDesktop(const QString& address) {
+        ChildProcess forwarder(
+            {putIntoBundle(FORWARD_PROGRAM, QStringLiteral("Forward"), kIdentifier), address.toStdString()});
+        return forwarder.finish();
+    }
+
+    QDBusMessage callApplication(const QString& method, const QVariantList& arguments) {
+        QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("com.ex-ample.events"),
+                                                           QStringLiteral("/com/ex_ample/events"),
+                                                           QStringLiteral("org.freedesktop.Application"), method);
+        call.setArguments(arguments);
+        const QDBusPendingCall reply = connection().asyncCall(call);
+        EXPECT_TRUE(test::waitFor([&reply] { return reply.isFinished(); }));
+        return reply.reply();
+    }
+
+    std::unique_ptr<ChildProcess> daemon_;
+    QString address_;
+    QStringList received_;
+};
+
+// A socket that takes connections and never answers.
+class SilentBus {
+public:
+    SilentBus() : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        const QByteArray path = QFile::encodeName(test::folder() + QStringLiteral("/silent"));
+        sockaddr_un name{};
+        name.sun_family = AF_UNIX;
+        std::strncpy(name.sun_path, path.constData(), sizeof name.sun_path - 1);
+        EXPECT_EQ(::bind(socket_, reinterpret_cast<const sockaddr*>(&name), sizeof name), 0);
+        EXPECT_EQ(::listen(socket_, 8), 0);
+        test::setEnvironment("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
+    }
+    ~SilentBus() { ::close(socket_); }
+    SilentBus(const SilentBus&) = delete;
+    SilentBus& operator=(const SilentBus&) = delete;
+
+private:
+    int socket_;
+};
+
+std::chrono::milliseconds durationOf(const std::function<void()>& body) {
+    const auto start = Clock::now();
+    body();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+}
+
+const QString kAddress = QStringLiteral("qnd://crashInfo?a=%41&b=ü c");
+
+} // namespace
+
+TEST_F(AddressEvents, ReachTheRunningCopyWithTheirOriginalText) {
+    startBus();
+    listenForAddresses();
+    ASSERT_TRUE(hasPlaceOnBus());
+    EXPECT_EQ(openByDesktop(kAddress), 0);
+    EXPECT_TRUE(test::waitFor([this] { return !received_.isEmpty(); }));
+    EXPECT_EQ(received_, QStringList(kAddress));
+}
+
+TEST_F(AddressEvents, AreHandedOverWithoutWaitingForABusyCopy) {
+    startBus();
+    listenForAddresses();
+    ASSERT_TRUE(hasPlaceOnBus());
+    // This thread turns no loop while the other process runs.
+    EXPECT_LT(durationOf([this] { EXPECT_EQ(openByDesktop(kAddress), 0); }).count(), 900);
+    EXPECT_TRUE(received_.isEmpty());
+    EXPECT_TRUE(test::waitFor([this] { return received_.size() == 1; }));
+}
+
+TEST_F(AddressEvents, AreDroppedQuicklyWhenNoCopyRuns) {
+    startBus();
+    EXPECT_LT(durationOf([this] { EXPECT_EQ(openByDesktop(kAddress), 0); }).count(), 900);
+}
+
+TEST_F(AddressEvents, AreDroppedQuicklyWithoutABus) {
+    EXPECT_EQ(platform::sessionBusAddress(), std::nullopt);
+    EXPECT_LT(durationOf([this] {
+                  listenForAddresses();
+                  platform::forwardAddressToRunningCopy(kAddress);
+              }).count(),
+              100);
+    test::setEnvironment("DBUS_SESSION_BUS_ADDRESS", "unix:path=/no/such/socket");
+    EXPECT_LT(durationOf([] { platform::forwardAddressToRunningCopy(kAddress); }).count(), 900);
+}
+
+TEST_F(AddressEvents, HoldNobodyUpWhenTheBusIsSilent) {
+    const SilentBus bus;
+    EXPECT_LT(durationOf([this] { listenForAddresses(); }).count(), 100);
+    const auto forwarding = durationOf([] { platform::forwardAddressToRunningCopy(kAddress); });
+    EXPECT_GE(forwarding.count(), 900);
+    EXPECT_LT(forwarding.count(), 3000);
+    ::_exit(testing::Test::HasFailure() ? 1 : 0); // two threads still wait for the bus, as in the program at its end
+}
+
+TEST_F(AddressEvents, AreFoundAtTheSocketOfTheRuntimeFolderWhenNoAddressIsSet) {
+    const QString socket = test::folder() + QStringLiteral("/runtime/bus");
+    EXPECT_EQ(platform::sessionBusAddress(), std::nullopt);
+    test::writeFile(socket, "");
+    EXPECT_EQ(platform::sessionBusAddress(), QStringLiteral("unix:path=") + socket);
+}
+
+TEST_F(AddressEvents, ComeOneForEachAddressOfACall) {
+    startBus();
+    listenForAddresses();
+    ASSERT_TRUE(hasPlaceOnBus());
+    const QDBusMessage reply =
+        callApplication(QStringLiteral("Open"), {QStringList{QStringLiteral("a:1"), QStringLiteral("b:2")},
+                                                 QVariantMap{{QStringLiteral("desktop-startup-id"), QString()}}});
+    EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage);
+    EXPECT_TRUE(test::waitFor([this] { return received_.size() == 2; }));
+    EXPECT_EQ(received_, QStringList({QStringLiteral("a:1"), QStringLiteral("b:2")}));
+}
+
+TEST_F(AddressEvents, RefuseCallsThatTheInterfaceDoesNotKnow) {
+    startBus();
+    listenForAddresses();
+    ASSERT_TRUE(hasPlaceOnBus());
+    for (const QDBusMessage& reply :
+         {callApplication(QStringLiteral("Open"), {QStringLiteral("no list")}),
+          callApplication(QStringLiteral("Open"), {}), callApplication(QStringLiteral("Close"), {QVariantMap()})}) {
+        EXPECT_EQ(reply.type(), QDBusMessage::ErrorMessage);
+    }
+    EXPECT_EQ(callApplication(QStringLiteral("Activate"), {QVariantMap()}).type(), QDBusMessage::ReplyMessage);
+    EXPECT_TRUE(received_.isEmpty());
+}
