@@ -1,5 +1,7 @@
 #include "hdiutil/image/MacRoman.h"
 
+#include "hdiutil/image/Utf8.h"
+
 #include <array>
 
 namespace hdi {
@@ -20,23 +22,12 @@ constexpr std::array<char16_t, 128> kUpperHalf = {
     0x0131, 0x02c6, 0x02dc, 0x00af, 0x02d8, 0x02d9, 0x02da, 0x00b8, 0x02dd, 0x02db, 0x02c7,
 };
 
-void append(std::string& text, char16_t unit) {
-    const auto byte = [](unsigned value) { return static_cast<char>(value); };
-    if (unit < 0x80) {
-        text += byte(unit);
-    } else if (unit < 0x800) {
-        text += {byte(0xc0U | unit >> 6U), byte(0x80U | (unit & 0x3fU))};
-    } else {
-        text += {byte(0xe0U | unit >> 12U), byte(0x80U | (unit >> 6U & 0x3fU)), byte(0x80U | (unit & 0x3fU))};
-    }
-}
-
 } // namespace
 
 std::string utf8FromMacRoman(std::byte character) {
     const auto code = std::to_integer<unsigned>(character);
     std::string text;
-    append(text, code < 0x80 ? static_cast<char16_t>(code) : kUpperHalf.at(code - 0x80));
+    appendUtf8(text, code < 0x80 ? static_cast<char16_t>(code) : kUpperHalf.at(code - 0x80));
     return text;
 }
 

@@ -133,7 +133,7 @@ bool isHarmlessXml(std::span<const char> bytes) {
         }
         at = xml.find('<', close);
     }
-    return true;
+    return depth == 0;
 }
 
 Resources parseUdifPlist(std::span<const std::byte> bytes) {

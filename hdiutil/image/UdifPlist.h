@@ -24,8 +24,8 @@ using Resources = std::map<std::string, std::vector<Resource>>;
 inline constexpr std::size_t kMaxPlistBytes = std::size_t{16} * 1024 * 1024;
 inline constexpr int kMaxPlistDepth = 128;
 
-// Whether the library may see `xml`: not too deep (it frees trees by recursion), without entity declarations, and plain
-// enough that nothing in it can be read in two ways.
+// Whether the library may see `xml`: not too deep (it frees trees by recursion), complete, without entity declarations,
+// and plain enough that nothing in it can be read in two ways.
 bool isHarmlessXml(std::span<const char> xml);
 
 // Reads the property list of an image. Throws ImageError kDamaged when it is too large, not harmless, not well-formed,
