@@ -1,0 +1,59 @@
+#include "hdiutil/image/ParallelFor.h"
+
+#include "hdiutil/create/OrderedWork.h"
+#include "tests/hdiutil/image/TestBytes.h"
+
+#include <atomic>
+#include <gtest/gtest.h>
+
+namespace hdi::test {
+
+TEST(ParallelFor, DoesEachPieceOnce) {
+    std::vector<std::atomic<int>> done(1000);
+    std::size_t last = 0;
+    parallelFor(
+        done.size(), 4, [&](std::size_t i) { ++done[i]; }, [&](std::size_t count) { last = count; });
+    EXPECT_TRUE(std::all_of(done.begin(), done.end(), [](const auto& count) { return count == 1; }));
+    EXPECT_LE(last, 1000U);
+}
+
+TEST(ParallelFor, StopsAndThrowsAfterAnError) {
+    std::atomic<std::size_t> done = 0;
+    const auto action = [&](std::size_t i) {
+        if (i == 10) {
+            throw ImageError(ImageError::Kind::kDamaged, "bad piece");
+        }
+        ++done;
+    };
+    EXPECT_EQ(errorOf([&] { parallelFor(1000000, 2, action); }), ImageError::Kind::kDamaged);
+    EXPECT_LT(done, 1000000U);
+}
+
+TEST(ParallelFor, DoesNothingForNothing) {
+    EXPECT_EQ(errorOf([] { parallelFor(0, 4, [](std::size_t) { FAIL(); }); }), std::nullopt);
+}
+
+TEST(OrderedWork, HandsResultsOverInOrder) {
+    OrderedWork<std::size_t> work(500, 3, [](std::size_t i) { return i * i; });
+    for (std::size_t i = 0; i < 500; ++i) {
+        ASSERT_EQ(work.take(), i * i);
+    }
+}
+
+TEST(OrderedWork, HandsAnErrorOver) {
+    OrderedWork<int> work(
+        500, 3, [](std::size_t i) { return i == 100 ? throw ImageError(ImageError::Kind::kIo, "bad piece") : 1; });
+    const auto takeAll = [&work] {
+        for (int i = 0; i < 500; ++i) {
+            work.take();
+        }
+    };
+    EXPECT_EQ(errorOf(takeAll), ImageError::Kind::kIo);
+}
+
+TEST(OrderedWork, MayBeLeftBeforeItsEnd) {
+    OrderedWork<int> work(100000, 3, [](std::size_t) { return 1; });
+    EXPECT_EQ(work.take(), 1);
+}
+
+} // namespace hdi::test
