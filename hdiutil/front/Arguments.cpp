@@ -71,6 +71,7 @@ Handlers createHandlers() {
              createChoice("-format", &CreateOptions::format, {"UDRO", "UDZO", "UDBZ", "ULMO", "ULFO"})},
             {"-fs", createChoice("-fs", &CreateOptions::fileSystem, {"HFS+", "HFSX"})},
             {"-layout", createChoice("-layout", &CreateOptions::layout, {"NONE", "GPTSPUD", "SPUD"})},
+            {"-ov", [](Arguments& a, Words&) { a.create.replace = true; }},
             {"-quiet", flag(&Arguments::quiet, true)}};
 }
 
@@ -179,6 +180,7 @@ std::string helpText() {
            "      -format UDRO|UDZO|UDBZ|ULMO|ULFO   (UDZO)\n"
            "      -fs HFS+|HFSX                      (HFS+)\n"
            "      -layout NONE|GPTSPUD|SPUD          (GPTSPUD)\n"
+           "      -ov                                replace an image that is there\n"
            "  --help, --version\n"
            "\n"
            "Exit status: 0 done, 1 failed, 16 busy, 64 wrong usage.\n"

@@ -17,6 +17,7 @@ struct CreateOptions {
     std::string format = "UDZO";
     std::string fileSystem = "HFS+";
     std::string layout = "GPTSPUD";
+    bool replace = false;
 };
 
 // A command line that was understood.

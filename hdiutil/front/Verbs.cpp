@@ -2,6 +2,7 @@
 
 #include "hdiutil/front/Arguments.h"
 #include "hdiutil/front/Attach.h"
+#include "hdiutil/front/Create.h"
 #include "hdiutil/front/Detach.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/front/MountTable.h"
@@ -64,7 +65,7 @@ Output run(const Arguments& arguments) {
     case Verb::kVerify:
         return {"", verifyImage(arguments.operand)};
     case Verb::kCreate:
-        throw FrontError("create failed - not available");
+        return {createImage(arguments.create, arguments.operand), ""};
     case Verb::kHelp:
         return {helpText(), ""};
     case Verb::kVersion:

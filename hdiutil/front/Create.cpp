@@ -1,0 +1,55 @@
+#include "hdiutil/front/Create.h"
+
+#include "hdiutil/create/DiskLayout.h"
+#include "hdiutil/create/HfsVolumeWriter.h"
+#include "hdiutil/create/UdifWriter.h"
+#include "hdiutil/front/FrontError.h"
+#include "hdiutil/front/Progress.h"
+#include "hdiutil/image/ImageError.h"
+
+#include <cerrno>
+#include <filesystem>
+
+namespace hdi {
+namespace {
+
+namespace fs = std::filesystem;
+
+void requireFolder(const std::string& folder) {
+    std::error_code error;
+    const fs::file_status status = fs::status(folder, error);
+    if (!fs::is_directory(status)) {
+        const int reason = fs::exists(status) ? ENOTDIR : ENOENT;
+        throw FrontError("create failed - " + errorText(reason) + " (" + folder + ")");
+    }
+}
+
+void requireFree(const std::string& path, bool replace) {
+    std::error_code error;
+    const fs::file_status status = fs::symlink_status(path, error);
+    if (fs::exists(status) && (!replace || fs::is_directory(status))) {
+        throw FrontError("create failed - " + errorText(fs::is_directory(status) ? EISDIR : EEXIST));
+    }
+}
+
+} // namespace
+
+std::string createImage(const CreateOptions& options, const std::string& path) {
+    requireFolder(options.sourceFolder);
+    requireFree(path, options.replace);
+    const Progress progress("Creating");
+    try {
+        const HfsKind kind = options.fileSystem == "HFSX" ? HfsKind::kX : HfsKind::kPlus;
+        const NewDisk disk =
+            layOut(createHfsPlus(options.sourceFolder, options.volumeName, kind), diskLayout(options.layout).value());
+        WriteOptions writing;
+        writing.format = udifFormat(options.format).value();
+        writing.progress = &Progress::show;
+        writeUdif(*disk.disk, disk.ranges, path, writing);
+    } catch (const ImageError& error) {
+        throw FrontError(std::string("create failed - ") + error.what());
+    }
+    return "created: " + fs::absolute(path).lexically_normal().string() + "\n";
+}
+
+} // namespace hdi
