@@ -43,7 +43,7 @@ protected:
         write(app / "Resources/\xC3\xA9t\xC3\xA9 \xE2\x98\x83", "name", fs::perms(0444));
         write(app / "Resources/empty", "", fs::perms(0600));
         std::string big;
-        for (unsigned i = 0; big.size() < 9000000; ++i) {
+        for (unsigned i = 0; big.size() < 2500000; ++i) {
             big += std::to_string(i * 2654435761U) + (i % 3 == 0 ? std::string(20, 'x') : "\n");
         }
         write(app / "Resources/big", big, fs::perms(0644));
