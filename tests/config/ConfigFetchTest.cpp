@@ -1,21 +1,10 @@
-#include "config/QNConfig.h"
-#include "config/QNConfigProvider.h"
+#include "tests/config/ConfigFetchFixture.h"
 
-#include "platform/base/MainQueue.h"
-#include "platform/base/NotificationCenter.h"
-#include "platform/base/NotificationNames.h"
-#include "platform/base/ProcessArguments.h"
 #include "sysinfo/QNPortalProvider.h"
-#include "tests/support/LoopbackServer.h"
-#include "tests/support/QtPrinters.h"
-#include "tests/support/TestEnvironment.h"
 
 #include <QCoreApplication>
 
-#include <gmock/gmock.h>
-
-#include <atomic>
-#include <mutex>
+#include <chrono>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -23,94 +12,6 @@ using loopback::LoopbackServer;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
-
-namespace {
-
-const char* const kInstall = R"({"analyticsUrl":"https://h/collect","userAction":[{"action":"install","isActive":"1"}],
-                                 "software":[{"IsActive":"1","macUrl":"https://h/a.dmg"}]})";
-
-// What the callback got.
-struct Outcome {
-    int calls = 0;
-    bool onMainThread = false;
-    std::shared_ptr<QNConfig> model;
-    std::optional<TransportError> error;
-};
-
-// One text for each "CHANGE_ANALYTICS_URL".
-class AnalyticsAddresses {
-public:
-    AnalyticsAddresses() {
-        NotificationCenter::defaultCenter().addObserver(kChangeAnalyticsUrl, [this](const Notification& notification) {
-            const std::lock_guard lock(mutex_);
-            const auto* text = std::get_if<QString>(&notification.object);
-            seen_ += text ? *text : u"absent"_s;
-            onMainThread_ = MainQueue::isMainThread();
-        });
-    }
-    QStringList seen() const {
-        const std::lock_guard lock(mutex_);
-        return seen_;
-    }
-    bool onMainThread() const { return onMainThread_; }
-
-private:
-    mutable std::mutex mutex_;
-    QStringList seen_;
-    std::atomic<bool> onMainThread_ = false;
-};
-
-class ConfigFetch : public testing::Test {
-protected:
-    ConfigFetch() {
-        test::putSystemTool(u"/sbin/ifconfig"_s, "#!/bin/sh\necho '\tether a4:83:e7:12:34:56'\n");
-        test::putSystemFile(u"/etc/os-release"_s, "VERSION_ID=\"14.2.1\"\n");
-        test::setEnvironment("LANG", "de_AT.UTF-8");
-        test::setSetting(u"AnalyticsProductName"_s, u"SampleProduct"_s);
-        setArguments({});
-        configure(server.address("/config.json"));
-    }
-
-    static void setArguments(const QStringList& arguments) {
-        setProcessArguments(QStringList{u"/Program"_s} + arguments);
-    }
-    static void configure(const std::string& address) {
-        test::setSetting(u"PRODUCTION_URL"_s, QString::fromStdString(address));
-    }
-
-    // Runs one request to its callback, and the queue once more: a second call would be seen.
-    static Outcome fetch() {
-        Outcome outcome;
-        QNConfigProvider::loadConfigWithCompletion(
-            [&](std::shared_ptr<QNConfig> model, std::optional<TransportError> error) {
-                outcome = {outcome.calls + 1, MainQueue::isMainThread(), std::move(model), std::move(error)};
-            });
-        EXPECT_TRUE(test::waitFor([&] { return outcome.calls > 0; }));
-        bool turned = false;
-        MainQueue::async([&] { turned = true; });
-        EXPECT_TRUE(test::waitFor([&] { return turned; }));
-        EXPECT_EQ(outcome.calls, 1);
-        EXPECT_TRUE(outcome.onMainThread);
-        return outcome;
-    }
-    Outcome fetchAnswered(const std::string& body, int status = 200) {
-        server.expect("GET /config.json", loopback::replyWithStatus(status, body));
-        return fetch();
-    }
-
-    LoopbackServer server;
-    AnalyticsAddresses addresses;
-};
-
-// The level word of each entry.
-QStringList levels() {
-    QStringList words;
-    for (const QString& line : test::eventLog())
-        words += line.section(u"\"trace\": \""_s, 1).section(u'"', 0, 0);
-    return words;
-}
-
-} // namespace
 
 TEST_F(ConfigFetch, DeliversTheModelOnTheMainThread) {
     const Outcome outcome = fetchAnswered(kInstall);
@@ -197,12 +98,16 @@ TEST_F(ConfigFetch, ReturnsAtOnceAndCallsBackOnlyFromTheQueue) {
 }
 
 TEST_F(ConfigFetch, PostsTheAnalyticsAddressOnTheRequestsThreadBeforeTheCallback) {
-    QStringList order;
+    QStringList order; // written by the request's thread, then by this one
+    bool called = false;
     NotificationCenter::defaultCenter().addObserver(kChangeAnalyticsUrl,
                                                     [&](const Notification&) { order += u"post"_s; });
     server.expect("GET /config.json", loopback::replyWith(kInstall));
-    QNConfigProvider::loadConfigWithCompletion([&](const auto&, const auto&) { order += u"callback"_s; });
-    EXPECT_TRUE(test::waitFor([&] { return order.size() == 2; }));
+    QNConfigProvider::loadConfigWithCompletion([&](const auto&, const auto&) {
+        order += u"callback"_s;
+        called = true;
+    });
+    EXPECT_TRUE(test::waitFor([&] { return called; }));
     EXPECT_THAT(order, ElementsAre(u"post"_s, u"callback"_s));
     EXPECT_FALSE(addresses.onMainThread());
     EXPECT_THAT(addresses.seen(), ElementsAre(u"https://h/collect"_s));
@@ -236,91 +141,8 @@ TEST_F(ConfigFetch, LetsAnInstallationWithoutAnAddressThrough) {
     EXPECT_TRUE(fetchAnswered(R"({"userAction":[{"action":"install","isActive":"1"}]})").model);
 }
 
-class ParseFailure : public ConfigFetch, public testing::WithParamInterface<const char*> {};
-
-TEST_P(ParseFailure, LogsSuccessThenAnErrorThatEndsInNullAndDeliversNothing) {
-    Outcome outcome;
-    const QStringList console = test::consoleLinesOf([&] { outcome = fetchAnswered(GetParam()); });
-    EXPECT_FALSE(outcome.model);
-    EXPECT_FALSE(outcome.error);
-    EXPECT_THAT(test::eventLogMessages(), ElementsAre(u"Config successful"_s, u"Config parse error. Error: (null)"_s));
-    EXPECT_THAT(levels(), ElementsAre(u"DEBUG"_s, u"ERROR"_s));
-    EXPECT_TRUE(console.last().startsWith(u"Error is The document "_s)) << console.last().toStdString();
-    EXPECT_THAT(addresses.seen(), IsEmpty());
-}
-
-INSTANTIATE_TEST_SUITE_P(Bodies, ParseFailure,
-                         testing::Values("<html>no</html>", "", "{", "[1,2]", "5", "\"text\"", "null"));
-
-class WrongFormat : public ConfigFetch, public testing::WithParamInterface<const char*> {};
-
-TEST_P(WrongFormat, LogsTheAddressAndDeliversNothing) {
-    const std::string address = GetParam();
-    const Outcome outcome = fetchAnswered(R"({"analyticsUrl":"a","userAction":[{"action":"install","isActive":"1"}],
-        "software":[{"IsActive":"1","macUrl":")" +
-                                          address + R"("}]})");
-    EXPECT_FALSE(outcome.model);
-    EXPECT_FALSE(outcome.error);
-    EXPECT_THAT(test::eventLogMessages(),
-                ElementsAre(u"Config successful"_s, u"Config parse error. Invalid file format specified for Mac: "_s +
-                                                        QString::fromStdString(address)));
-    EXPECT_THAT(levels(), ElementsAre(u"DEBUG"_s, u"ERROR"_s));
-    EXPECT_THAT(addresses.seen(), IsEmpty());
-}
-
-INSTANTIATE_TEST_SUITE_P(Addresses, WrongFormat,
-                         testing::Values("https://h/a.pkg", "https://h/a", "https://h/a.dmg?x=1", ""));
-
 TEST_F(ConfigFetch, TakesADiskImageInUpperCase) {
     EXPECT_TRUE(fetchAnswered(R"({"userAction":[{"action":"install","isActive":"1"}],
                                   "software":[{"IsActive":"1","macUrl":"https://h/a.DMG"}]})")
                     .model);
 }
-
-TEST_F(ConfigFetch, ReportsARefusedConnectionAsADebugEntryAndDeliversTheError) {
-    const loopback::RefusingPort port;
-    configure(port.address("/c"));
-    const Outcome outcome = fetch();
-    EXPECT_FALSE(outcome.model);
-    ASSERT_TRUE(outcome.error);
-    EXPECT_EQ(outcome.error->code, TransportError::kCannotConnect);
-    const QString address = QString::fromStdString(port.address("/c"));
-    EXPECT_THAT(test::eventLogMessages(),
-                ElementsAre(u"Error loading config: "_s + address +
-                            u" Error: Error Domain=NSURLErrorDomain Code=-1004 \"Could not connect to the server.\" "
-                            "UserInfo={NSErrorFailingURLStringKey="_s +
-                            address + u", NSLocalizedDescription=Could not connect to the server.}"_s));
-    EXPECT_THAT(levels(), ElementsAre(u"DEBUG"_s));
-    EXPECT_THAT(addresses.seen(), IsEmpty());
-}
-
-TEST_F(ConfigFetch, ReportsAConnectionThatBreaksOffAsATransportError) {
-    auto reply = loopback::replyWith(kInstall);
-    reply.cutAfter = 120;
-    reply.ending = loopback::Ending::kClose;
-    server.expect("GET /config.json", reply);
-    const Outcome outcome = fetch();
-    EXPECT_FALSE(outcome.model);
-    ASSERT_TRUE(outcome.error);
-    EXPECT_EQ(outcome.error->code, TransportError::kConnectionLost);
-}
-
-class UnusableAddress : public ConfigFetch, public testing::WithParamInterface<std::optional<QString>> {};
-
-TEST_P(UnusableAddress, EndsAsAnUnsupportedAddressAndNeverAsACrash) {
-    test::setSetting(u"PRODUCTION_URL"_s, GetParam() ? QVariant(*GetParam()) : QVariant());
-    Outcome outcome;
-    const QStringList console = test::consoleLinesOf([&] { outcome = fetch(); });
-    EXPECT_FALSE(outcome.model);
-    ASSERT_TRUE(outcome.error);
-    EXPECT_EQ(outcome.error->code, TransportError::kUnsupportedAddress);
-    EXPECT_TRUE(console.contains(u"URL: "_s + GetParam().value_or(u"(null)"_s)));
-    ASSERT_EQ(test::eventLogMessages().size(), 1);
-    EXPECT_TRUE(test::eventLogMessages()[0].startsWith(u"Error loading config: "_s));
-    EXPECT_TRUE(test::eventLogMessages()[0].contains(u" Error: Error Domain=NSURLErrorDomain Code=-1002 "
-                                                     "\"unsupported URL\""_s))
-        << test::eventLogMessages()[0].toStdString();
-}
-
-INSTANTIATE_TEST_SUITE_P(Settings, UnusableAddress,
-                         testing::Values(std::nullopt, u""_s, u"http://h/a b"_s, u"other://h/x"_s, u"word"_s));

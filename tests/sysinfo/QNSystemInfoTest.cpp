@@ -9,7 +9,6 @@
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
