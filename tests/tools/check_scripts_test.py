@@ -1,0 +1,172 @@
+#!/usr/bin/env python3
+"""The rules' scripts on small trees: they say nothing for a good one, and name the line in a bad one."""
+
+import pathlib
+import subprocess
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+
+
+class Tree(unittest.TestCase):
+    script = ""
+
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory()
+        self.addCleanup(self.folder.cleanup)
+
+    def put(self, path, text):
+        file = pathlib.Path(self.folder.name) / path
+        file.parent.mkdir(parents=True, exist_ok=True)
+        file.write_text(text, encoding="utf-8")
+
+    def run_script(self, tree=None):
+        command = [ROOT / ".ci" / self.script, tree or self.folder.name]
+        done = subprocess.run(command, capture_output=True, text=True, check=False)
+        self.assertEqual(done.stderr, "")
+        return done.returncode, done.stdout.splitlines()
+
+    def expect_good(self):
+        self.assertEqual(self.run_script(), (0, []))
+
+    def expect_bad(self, *lines):
+        self.assertEqual(self.run_script(), (1, list(lines)))
+
+
+class CheckIncludes(Tree):
+    script = "check-includes"
+
+    def test_is_content_with_this_tree(self):
+        self.assertEqual(self.run_script(ROOT), (0, []))
+
+    def test_is_content_with_includes_from_above_to_below(self):
+        self.put("app/a.cpp", '#include "install/x.h"\n#include "ui/x.h"\n#include "platform/base/x.h"\n')
+        self.put("sysinfo/a.cpp", '#include "install/QNTask.h"\n#include "logging/x.h"\n#include <QString>\n')
+        self.put("platform/linux/a.cpp", '#include "platform/x.h"\n#include "moc_x.cpp"\n')
+        self.expect_good()
+
+    def test_names_an_include_from_below_to_above(self):
+        self.put("config/a.cpp", '#include "config/a.h"\n\n  #  include "install/QNTask.h"\n')
+        self.expect_bad("config/a.cpp:3: config/ may not include install/QNTask.h")
+
+    def test_lets_the_platform_include_nothing_but_itself(self):
+        self.put("platform/macos/a.mm", '#import "logging/QNLogger.h"\n')
+        self.put("platform/x.h", '#include "ui/Color.h"\n')
+        self.expect_bad(
+            "platform/macos/a.mm:1: platform/ may not include logging/QNLogger.h",
+            "platform/x.h:1: platform/ may not include ui/Color.h",
+        )
+
+    def test_keeps_what_everybody_may_include_free_of_our_headers(self):
+        self.put("ui/Color.h", '#pragma once\n#include "platform/x.h"\n')
+        self.expect_bad("ui/Color.h:2: ui/Color.h may include nothing of ours, since every folder may include it")
+
+    def test_keeps_the_toolkit_out_of_programs_that_must_start_quickly(self):
+        self.put("tools/standins/a.cpp", "#include <QString>\n")
+        self.put("hdiutil/image/a.h", "#include <QtCore/QFile>\n")
+        self.expect_bad(
+            "hdiutil/image/a.h:1: hdiutil/image/a.h belongs to a program without Qt",
+            "tools/standins/a.cpp:1: tools/standins/a.cpp belongs to a program without Qt",
+        )
+
+
+HEADER = """#pragma once
+// void commented(int);
+namespace platform {
+QString realPath(const QString& plain);
+/* void alsoCommented(); */
+void watch(std::function<void(int)> changed, const Limits& limits = {});
+} // namespace platform
+class Thing {
+public:
+    explicit Thing(int value) : value_(value) {}
+    Thing(const Thing&) = delete;
+    bool works() const;
+private:
+    static void help(int*, char letter = ')');
+    int value_ = compute(1);
+};
+"""
+
+SOURCE = """#include "platform/Service.h"
+namespace platform {
+namespace {
+void commented(int) {}
+} // namespace
+QString realPath(const QString& other) {
+    if (other.isEmpty()) { return other; }
+    return {};
+}
+void watch(std::function<void(int)>, const Limits&) {}
+} // namespace platform
+bool Thing::works() const { return "{" != nullptr; }
+void Thing::help(int* number, char) {}
+"""
+
+
+class CheckPlatformPairs(Tree):
+    script = "check-platform-pairs"
+
+    def put_service(self, linux=SOURCE, macos=SOURCE, header=HEADER):
+        self.put("platform/Service.h", header)
+        self.put("platform/linux/Service.cpp", linux)
+        self.put("platform/macos/Service.mm", macos)
+
+    def test_is_content_with_this_tree(self):
+        self.assertEqual(self.run_script(ROOT), (0, []))
+
+    def test_is_content_when_both_files_define_all_that_is_declared(self):
+        self.put_service()
+        self.expect_good()
+
+    def test_names_a_function_that_one_system_lacks(self):
+        self.put_service(macos=SOURCE.replace("bool Thing::works", "bool Thing::worked"))
+        self.expect_bad("platform/Service.h:12: Thing::works() is not defined in platform/macos/Service.mm")
+
+    def test_names_a_function_with_other_parameters(self):
+        self.put_service(linux=SOURCE.replace("realPath(const QString& other)", "realPath(QString other)"))
+        self.expect_bad(
+            "platform/Service.h:4: platform::realPath(const QString&) is not defined in platform/linux/Service.cpp"
+        )
+
+    def test_does_not_take_a_helper_for_the_declared_function(self):
+        helper = SOURCE.replace("void watch", "void watched").replace(
+            "void commented(int) {}", "void watch(std::function<void(int)>, const Limits&) {}"
+        )
+        self.put_service(linux=helper)
+        self.expect_bad(
+            "platform/Service.h:6: platform::watch(std::function<void(int)>, const Limits&) is not defined in "
+            "platform/linux/Service.cpp"
+        )
+
+    def test_does_not_take_a_declaration_for_a_definition(self):
+        self.put_service(macos=SOURCE.replace("bool Thing::works() const { return \"{\" != nullptr; }", ""))
+        self.expect_bad("platform/Service.h:12: Thing::works() is not defined in platform/macos/Service.mm")
+
+    def test_names_a_header_without_a_file_for_a_system(self):
+        self.put("platform/Alone.h", "void alone();\n")
+        self.put("platform/linux/Alone.cpp", "void alone() {}\n")
+        self.expect_bad("platform/Alone.h:1: platform/macos/Alone.mm is missing")
+
+    def test_reads_past_the_classes_of_objective_c(self):
+        macos = "@implementation Receiver {\n    int _x;\n}\n- (void)go {\n}\n@end\n" + SOURCE
+        self.put_service(macos=macos)
+        self.expect_good()
+
+    def test_leaves_headers_below_alone(self):
+        self.put("platform/base/Portable.h", "void portable();\n")
+        self.expect_good()
+
+    def test_names_a_question_for_the_system(self):
+        self.put("ui/a.cpp", "int a;\n#ifdef __APPLE__\n#endif\n")
+        self.put("app/a.cpp", "#if defined(Q_OS_LINUX)\n#elif defined(__linux__)\n#endif\n#ifdef QT_DEBUG\n#endif\n")
+        self.expect_bad(
+            "app/a.cpp:1: the system is chosen by CMake, not by the preprocessor",
+            "app/a.cpp:2: the system is chosen by CMake, not by the preprocessor",
+            "ui/a.cpp:2: the system is chosen by CMake, not by the preprocessor",
+        )
+
+
+if __name__ == "__main__":
+    unittest.main()
