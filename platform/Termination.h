@@ -13,7 +13,8 @@ void setWillTerminateHandler(std::function<void()> willTerminate);
 // A request during termination is parked (main thread: ends the process at once).
 [[noreturn]] void terminate();
 
-// What terminate() does in the end; a test puts its own in place, which must not return. Main thread.
+// What terminate() does in the end; a test puts its own in place, which must not return; nullptr brings the real end back.
+// Main thread.
 using TerminateFunction = void (*)();
 void setTerminateFunction(TerminateFunction function);
 

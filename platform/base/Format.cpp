@@ -36,9 +36,9 @@ QString quotedWhereNeeded(const QString& text) {
     return quoted + u'"';
 }
 
-QString describeNested(const QVariant& value, int depth);
+QString describeNested(const QVariant& value, qsizetype depth);
 
-QString describeDictionary(const QVariantMap& dictionary, int depth) {
+QString describeDictionary(const QVariantMap& dictionary, qsizetype depth) {
     const QString indent(4 * depth, u' ');
     QString text = QStringLiteral("{\n");
     for (auto entry = dictionary.cbegin(); entry != dictionary.cend(); ++entry)
@@ -48,7 +48,7 @@ QString describeDictionary(const QVariantMap& dictionary, int depth) {
 }
 
 template <typename List>
-QString describeList(const List& list, int depth) {
+QString describeList(const List& list, qsizetype depth) {
     const QString indent(4 * depth, u' ');
     QStringList items;
     for (const auto& item : list)
@@ -74,7 +74,7 @@ QString describeScalar(const QVariant& value) {
     }
 }
 
-QString describeNested(const QVariant& value, int depth) {
+QString describeNested(const QVariant& value, qsizetype depth) {
     switch (value.typeId()) {
     case QMetaType::QVariantMap:
         return describeDictionary(value.toMap(), depth);

@@ -64,7 +64,7 @@ void setWillTerminateHandler(std::function<void()> willTerminate) {
 }
 
 void setTerminateFunction(TerminateFunction function) {
-    termination().end = function;
+    termination().end = function ? function : endProcess;
 }
 
 void terminate() {

@@ -65,11 +65,12 @@ void setSurroundings(const fs::path& folder) {
 }
 
 int runInside(const fs::path& folder, int argc, char** argv) {
-    const std::string program = (folder / "Test.app/Contents/MacOS/QNInstaller").string();
+    std::string program = (folder / "Test.app/Contents/MacOS/QNInstaller").string();
     const pid_t child = ::fork();
     if (child == 0) {
         setSurroundings(folder);
         std::vector<char*> arguments(argv, argv + argc);
+        arguments[0] = program.data(); // where a death test finds the program again
         arguments.push_back(nullptr);
         ::execv(program.c_str(), arguments.data());
         std::_Exit(127);
