@@ -31,7 +31,7 @@ QString copyOfScript() {
     const std::optional<QString> folder = platform::temporaryDirectory();
     if (!folder)
         throw PlatformException::invalidArgument(u"there is no private temporary folder"_s);
-    const QString copy = *folder + u"/unmount.sh"_s;
+    QString copy = *folder + u"/unmount.sh"_s;
     if (const std::optional<FileManager::Error> error = FileManager::writeAtomically(*script, copy))
         throw PlatformException::invalidArgument(error->description);
     return copy;

@@ -1,0 +1,166 @@
+#include "app/AppDelegate.h"
+
+#include "app/exceptionHandler.h"
+#include "config/QNConfigProvider.h"
+#include "logging/LogContext.h"
+#include "logging/QNAnalyticSender.h"
+#include "logging/QNLogger.h"
+#include "platform/AddressEvents.h"
+#include "platform/Bundle.h"
+#include "platform/Folders.h"
+#include "platform/RunningApplications.h"
+#include "platform/base/FileManager.h"
+#include "platform/base/Format.h"
+#include "platform/base/NotificationCenter.h"
+#include "platform/base/NotificationNames.h"
+#include "platform/base/UncaughtException.h"
+#include "sysinfo/QNSystemInfo.h"
+#include "ui/QNMainController.h"
+#include "ui/View.h"
+#include "ui/Window.h"
+
+#include <QObject>
+
+#include <cstdlib>
+#include <mutex>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr double kWindowCornerRadius = 8.0;
+constexpr auto kClear = Color{0.0, 0.0, 0.0, 0.0};
+
+struct Analytics {
+    std::mutex mutex;
+    QStringList queue;
+    std::optional<QString> url;
+};
+
+Analytics& analytics() {
+    // Never destroyed: a request's thread may still post while the process ends.
+    static auto* const slots = new Analytics;
+    return *slots;
+}
+
+void appendToQueue(const QString& line) {
+    const std::lock_guard lock(analytics().mutex);
+    analytics().queue += line;
+}
+
+std::optional<QString> textOf(const NotificationObject& object) {
+    const auto* const text = std::get_if<QString>(&object);
+    return text ? std::optional(*text) : std::nullopt;
+}
+
+QVariant valueOrNothing(const std::optional<QString>& text) {
+    return text ? QVariant(*text) : QVariant();
+}
+
+void postCrashInfoDialog(bool withOverlay) {
+    NotificationCenter::defaultCenter().post(kShowCrashInfoDialog, QVariantMap{{u"withOverlay"_s, withOverlay}});
+}
+
+} // namespace
+
+QStringList analyticsQueue() {
+    const std::lock_guard lock(analytics().mutex);
+    return analytics().queue;
+}
+
+std::optional<QString> analyticsUrl() {
+    const std::lock_guard lock(analytics().mutex);
+    return analytics().url;
+}
+
+AppDelegate::AppDelegate(MainInterface interface)
+    : window_(std::move(interface.window)), mainMenu_(interface.mainMenu) {}
+
+AppDelegate::~AppDelegate() = default;
+
+void AppDelegate::setWindow(std::unique_ptr<Window> window) {
+    window_ = std::move(window);
+}
+
+void AppDelegate::setMainController(std::unique_ptr<QNMainController> controller) {
+    mainController_ = std::move(controller);
+}
+
+void AppDelegate::applicationWillFinishLaunching() {
+    const QString identifier = Bundle::mainBundle().bundleIdentifier().value_or(QString());
+    const auto running = RunningApplication::withBundleIdentifier(identifier);
+    if (running.size() < 2)
+        return;
+    // Index 1 is a fixed choice: the list is not searched for an entry other than our own.
+    if (!running[1].isActive())
+        running[1].activateAllWindows();
+    std::_Exit(0);
+}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    platform::setUncaughtExceptionHandler(exceptionHandler);
+    const LogContext context = logContext("-[AppDelegate applicationDidFinishLaunching:]");
+    const Bundle& bundle = Bundle::mainBundle();
+    const QString cache = format("%@/Library/Caches/%@", platform::homeDirectory(), bundle.bundleIdentifier());
+    QNLogger::debug(format("Removing app cache from %@ .", cache), context);
+    if (const std::optional<FileManager::Error> error = FileManager::removeItem(cache)) {
+        QNLogger::debug(format("Failed to remove app cache from %@ .", cache), context);
+        QNLogger::error(format("Error: %@", error->text()), context);
+    } else {
+        QNLogger::debug(format("Successfully removed app cache from %@ .", cache), context);
+    }
+    QNLogger::debug(format("%@ start.", QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s)), context);
+    {
+        const std::lock_guard lock(analytics().mutex);
+        analytics().queue.clear();
+    }
+    NotificationCenter& center = NotificationCenter::defaultCenter();
+    center.addObserver(kLogAnalytics, [this](const Notification& notification) { addAnalytics(notification); });
+    center.addObserver(kChangeAnalyticsUrl,
+                       [this](const Notification& notification) { changeAnalyticsUrl(notification); });
+    platform::setOpenAddressHandler([this](const QString& address) { getUrl(address); });
+    showWindow();
+}
+
+void AppDelegate::showWindow() {
+    window_->center();
+    mainController_ = std::make_unique<QNMainController>(u"QNMainController"_s, mainMenu_);
+    window_->addSubview(mainController_->view());
+    QObject::connect(window_.get(), &Window::closeRequested, mainController_.get(), &QNMainController::tapQuit);
+    window_->setStyleMask(Window::kBorderless);
+    window_->setMovableByWindowBackground(true);
+    window_->setBackgroundColor(kClear);
+    window_->setOpaque(false);
+    window_->setHasShadow(true);
+    window_->setCornerRadius(kWindowCornerRadius);
+    window_->orderFrontRegardless();
+}
+
+void AppDelegate::applicationWillTerminate() {
+    const QString message =
+        QNAnalyticSender::getMessage(u"End"_s, {{u"SR"_s, valueOrNothing(QNSystemInfo::getScreenResolution())},
+                                                {u"Proc"_s, valueOrNothing(QNSystemInfo::getCPUName())},
+                                                {u"ProcType"_s, QNSystemInfo::getCPUType()}});
+    appendToQueue(message);
+    QNLogger::logEvent(message, logContext("-[AppDelegate applicationWillTerminate:]"));
+    if (const std::optional<QString> url = analyticsUrl())
+        QNAnalyticSender::sendAll(analyticsQueue(), Address::parse(*url));
+}
+
+void AppDelegate::addAnalytics(const Notification& notification) {
+    if (const std::optional<QString> line = textOf(notification.object))
+        appendToQueue(*line);
+}
+
+void AppDelegate::changeAnalyticsUrl(const Notification& notification) {
+    const std::lock_guard lock(analytics().mutex);
+    analytics().url = textOf(notification.object);
+}
+
+void AppDelegate::getUrl(const QString& address) {
+    if (address == QNConfigProvider::getAction(u"crashInfo"_s))
+        postCrashInfoDialog(true);
+    else if (address == QNConfigProvider::getAction(u"innerCrashInfo"_s))
+        postCrashInfoDialog(false);
+}

@@ -1,0 +1,79 @@
+#include "app/AppDelegate.h"
+#include "app/Application.h"
+#include "platform/AddressEvents.h"
+#include "platform/Bundle.h"
+#include "platform/Console.h"
+#include "platform/Display.h"
+#include "platform/RealPath.h"
+#include "platform/Termination.h"
+#include "platform/base/Format.h"
+#include "platform/base/MainQueue.h"
+#include "platform/base/ProcessArguments.h"
+#include "platform/base/UncaughtException.h"
+#include "ui/PrivatePlugins.h"
+#include "ui/Window.h"
+
+#include <QStringList>
+
+#include <optional>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+int unusable(const char* message, const QString& detail) {
+    platform::consoleLog(format(message, detail));
+    return 1;
+}
+
+QStringList argumentList(int argc, char** argv) {
+    QStringList arguments;
+    for (int index = 0; index < argc; ++index)
+        arguments += QString::fromLocal8Bit(argv[index]);
+    return arguments;
+}
+
+int run(Application& application) {
+    MainInterface interface;
+    try {
+        interface = loadMainMenu();
+    } catch (const PlatformException& exception) {
+        return unusable("The interface file MainMenu.ui cannot be used: %@", exception.description());
+    }
+    // Lives until the process ends, which no destructor sees.
+    auto& delegate = *new AppDelegate(std::move(interface));
+    platform::setWillTerminateHandler([&delegate] { delegate.applicationWillTerminate(); });
+    platform::terminateOnSignals();
+    delegate.applicationWillFinishLaunching();
+    platform::reportingUncaughtExceptions([&delegate] { delegate.applicationDidFinishLaunching(); });
+    return application.exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const QStringList arguments = argumentList(argc, argv);
+    const Bundle& bundle = Bundle::mainBundle();
+    if (bundle.infoDictionary().isEmpty())
+        return unusable("The bundle at %@ has no readable Info.plist", bundle.path());
+    if (arguments.size() > 2 && arguments[1] == u"--open-url"_s) {
+        platform::forwardAddressToRunningCopy(arguments[2]);
+        return 0;
+    }
+    if (!platform::displayIsAvailable())
+        return unusable("There is no display to show a window on%@", QString());
+
+    platform::addOwnToolsToPath();
+    platform::installTerminateNet();
+    platform::captureQtMessages();
+    setProcessArguments(arguments);
+    // The arguments are the program's own; the toolkit must not take any of them for its options.
+    int toolkitArgc = 1;
+    std::optional<PrivatePlugins> plugins(std::in_place);
+    Application application(toolkitArgc, argv);
+    plugins.reset();
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    MainQueue::attachToMainThread();
+    return run(application);
+}

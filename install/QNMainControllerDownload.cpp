@@ -1,0 +1,77 @@
+#include "ui/QNMainController.h"
+
+#include "config/QNConfig.h"
+#include "install/DownloadingStartDate.h"
+#include "install/QNPreinstallCheck.h"
+#include "logging/LogContext.h"
+#include "logging/QNLogger.h"
+#include "platform/Bundle.h"
+#include "platform/Console.h"
+#include "platform/UrlSession.h"
+#include "platform/base/Format.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QVariantMap failure(const QString& url, const QString& reason) {
+    return {{u"RSLT"_s, u"FAIL"_s}, {u"URL"_s, url}, {u"RSN"_s, reason}};
+}
+
+} // namespace
+
+void QNMainController::startDownload() {
+    constexpr auto kFunction = "-[QNMainController beginInstallation]";
+    const QString url = config_->latestMacURL().value_or(QString());
+    QNLogger::debug(format("Download started: %@", url), logContext(kFunction));
+    setDownloadingStartDate(std::chrono::system_clock::now());
+    try {
+        UrlSession::downloadTask(
+            Address::parse(url),
+            {.didWriteData = [this](auto bytes, auto total,
+                                    auto expected) { URLSessionDownloadTaskDidWriteData(bytes, total, expected); },
+             .didFinishDownloading =
+                 [this](const UrlResponse& response, const QString& location) {
+                     URLSessionDownloadTaskDidFinishDownloadingToURL(response, location);
+                 },
+             .didComplete =
+                 [this](const std::optional<TransportError>& error) { URLSessionTaskDidCompleteWithError(error); }});
+    } catch (const PlatformException& exception) {
+        const QString reason = format("Download failed: %@ (error = %@)", url, exception);
+        QNLogger::error(reason, logContext(kFunction));
+        platform::consoleLog(format("Exception %@", exception));
+        sendEvent(u"Download"_s, failure(url, reason));
+        setViewHidden(false);
+        showGenericError();
+    }
+}
+
+void QNMainController::showNoInternet() {
+    setViewHidden(false);
+    showInfoAlertWithMessage(localizedString(u"MessagePleaseTryLater"_s),
+                             localizedString(u"MessageNoInternetConnection"_s), imageNamed(u"no_internet"_s),
+                             Retry{true}, Close{false}, ContactSupport{false}, StyledText(QString()));
+}
+
+void QNMainController::URLSessionDownloadTaskDidWriteData(std::int64_t, std::int64_t, std::int64_t) {
+    // The window shows no progress of the transfer; the platform wants the method all the same.
+}
+
+void QNMainController::URLSessionTaskDidCompleteWithError(const std::optional<TransportError>& error) {
+    constexpr auto kFunction = "-[QNMainController URLSession:task:didCompleteWithError:]";
+    const QString url = config_->latestMacURL().value_or(QString());
+    // What the error says does not count: a transfer failed for want of a connection exactly when there is none now.
+    if (!QNPreinstallCheck::hasInternetConnection()) {
+        QNLogger::showScreen(u"NoInternet"_s, logContext(kFunction));
+        showNoInternet();
+        sendEvent(u"Download"_s, failure(url, u"No internet connection"_s));
+        return;
+    }
+    if (!error)
+        return;
+    QNLogger::error(format("Download failed: %@ (error = %@)", url, *error), logContext(kFunction));
+    setViewHidden(false);
+    showGenericError();
+    sendEvent(u"Download"_s, failure(url, format("%@", *error)));
+    platform::consoleLog(format("Error: %@", *error));
+}
