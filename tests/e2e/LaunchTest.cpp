@@ -1,0 +1,141 @@
+#include "tests/e2e/InstallerRun.h"
+#include "tests/support/TestEnvironment.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+qsizetype lineCount(const InstallerRun& run) {
+    return test::readFile(run.logPath()).count("\r\n");
+}
+
+} // namespace
+
+TEST(Launch, OfASecondCopyEndsWithStatusZeroAndWritesNothing) {
+    InstallerRun run;
+    run.putSystemFile(u"/proc/net/route"_s, "");
+    run.start();
+    ASSERT_TRUE(run.waitForMessage(u"Show NoInternet screen"_s));
+    const qsizetype lines = lineCount(run);
+    EXPECT_EQ(run.startAnother({}), 0);
+    EXPECT_EQ(run.anotherConsole(), QString());
+    EXPECT_EQ(lineCount(run), lines);
+    run.askToEnd();
+    ASSERT_TRUE(run.waitForEnd());
+    EXPECT_EQ(lineCount(run), lines + 1); // the "End" event
+}
+
+TEST(Launch, TellsOfARemovedCache) {
+    InstallerRun run;
+    run.putSystemFile(u"/proc/net/route"_s, "");
+    const QString cache = run.folder() + u"/home/Library/Caches/com.example.e2e"_s;
+    test::writeFile(cache + u"/deep/file"_s, "x");
+    run.start();
+    ASSERT_TRUE(run.waitForMessage(u"Show NoInternet screen"_s));
+    EXPECT_FALSE(QFile::exists(cache));
+    EXPECT_TRUE(run.account().contains(
+        u"\"message\":\" Successfully removed app cache from FOLDER/home/Library/Caches/com.example.e2e .\""_s));
+}
+
+TEST(Launch, TakesTheConfigurationFromTheFirstArgumentWhenThatIsAnAddress) {
+    InstallerRun run;
+    run.portal().expect("GET /other.json", loopback::replyWith("{}"));
+    run.start({run.address(u"/other.json"_s), u"http://ignored/"_s});
+    ASSERT_TRUE(run.waitForMessage(u"Show generic error screen."_s));
+    const QString account = run.account();
+    EXPECT_TRUE(account.contains(u"| ARGS: (\n    \"FOLDER/Product.app/Contents/MacOS/QNInstaller\",\n    "
+                                 "\"http://PORTAL/other.json\",\n    \"http://ignored/\"\n)\n| URL: "
+                                 "http://PORTAL/other.json\n"_s))
+        << account.toStdString();
+}
+
+TEST(Launch, IgnoresAFirstArgumentThatIsNoAddress) {
+    InstallerRun run;
+    run.expectConfiguration("{}");
+    run.start({u"-style"_s, u"http://ignored/"_s});
+    ASSERT_TRUE(run.waitForMessage(u"Show generic error screen."_s));
+}
+
+TEST(Launch, WithoutADisplayEndsWithStatusOneAndOneConsoleLine) {
+    InstallerRun run;
+    run.setEnvironment(u"DISPLAY"_s, QString());
+    run.start();
+    ASSERT_TRUE(run.waitForEnd());
+    EXPECT_EQ(run.account(), u"--- event log\n--- console\n| There is no display to show a window on\n--- requests\n"
+                             "--- opened\n--- installer\n--- mounted at the end\n--- exit status\n1\n"_s);
+}
+
+TEST(Launch, OfABundleWithoutSettingsEndsWithStatusOneAndOneConsoleLine) {
+    InstallerRun run;
+    test::writeFile(run.folder() + u"/Product.app/Contents/Info.plist"_s, "no property list");
+    run.start();
+    ASSERT_TRUE(run.waitForEnd());
+    EXPECT_EQ(run.account(),
+              u"--- event log\n--- console\n| The bundle at FOLDER/Product.app has no readable Info.plist\n"
+              "--- requests\n--- opened\n--- installer\n--- mounted at the end\n--- exit status\n1\n"_s);
+}
+
+TEST(Launch, WithABrokenMainInterfaceFileEndsInTheCrashHandlerAndSendsNothing) {
+    InstallerRun run;
+    run.putSystemFile(u"/proc/net/route"_s, "");
+    test::writeFile(run.ownResources() + u"/Base.lproj/QNMainController.ui"_s, "<ui version=\"4.0\"></ui>");
+    run.start();
+    ASSERT_TRUE(run.waitForEnd());
+    const QString account = run.account();
+    EXPECT_TRUE(account.contains(u"| CRASH REASON: "_s)) << account.toStdString();
+    EXPECT_TRUE(account.contains(u"| CRASH USER_INFO: (null)\n"_s));
+    EXPECT_TRUE(account.contains(u"\"message\":\" Application crashed with [reason: "_s));
+    EXPECT_TRUE(account.contains(u"\"fn\": \"void exceptionHandler(const PlatformException &)\""_s));
+    EXPECT_TRUE(account.contains(u"\"EVT\":\"End\""_s));
+    EXPECT_TRUE(account.endsWith(u"--- exit status\n0\n"_s));
+}
+
+class EndingSignal : public testing::TestWithParam<int> {};
+
+TEST_P(EndingSignal, IsARequestForTheOrderlyEnd) {
+    InstallerRun run;
+    run.putSystemFile(u"/proc/net/route"_s, "");
+    run.start();
+    ASSERT_TRUE(run.waitForMessage(u"Show NoInternet screen"_s));
+    run.sendSignal(GetParam());
+    ASSERT_TRUE(run.waitForEnd());
+    EXPECT_TRUE(run.account().endsWith(u"--- exit status\n0\n"_s));
+    EXPECT_TRUE(run.account().contains(u"\"EVT\":\"End\""_s));
+}
+
+INSTANTIATE_TEST_SUITE_P(Launch, EndingSignal, testing::Values(SIGHUP, SIGINT, SIGTERM));
+
+TEST(Launch, OfTheAddressHandlerIsNoCopyAndEndsWithStatusZero) {
+    InstallerRun run;
+    run.start({u"--open-url"_s, u"qnd://crashInfo"_s});
+    ASSERT_TRUE(run.waitForEnd());
+    EXPECT_EQ(run.account(), u"--- event log\n--- console\n--- requests\n--- opened\n--- installer\n"
+                             "--- mounted at the end\n--- exit status\n0\n"_s);
+}
+
+TEST(Launch, OpensTheLogTwiceForEachEntry) {
+    InstallerRun run;
+    run.putSystemFile(u"/proc/net/route"_s, "");
+    run.traceOpens();
+    run.start();
+    ASSERT_TRUE(run.waitForMessage(u"Show NoInternet screen"_s));
+    run.askToEnd();
+    ASSERT_TRUE(run.waitForEnd());
+    const QByteArray trace = test::readFile(run.folder() + u"/opens"_s);
+    qsizetype opens = 0;
+    qsizetype creations = 0;
+    for (const QByteArray& line : trace.split('\n')) {
+        if (line.contains("/install.log\"") && line.contains("O_WRONLY")) {
+            ++opens;
+            creations += line.contains("O_CREAT") ? 1 : 0;
+        }
+    }
+    // The first entry finds no file: a third open, and one that makes the file.
+    EXPECT_EQ(creations, 1);
+    EXPECT_EQ(opens, 2 * lineCount(run) + 2) << trace.toStdString();
+}
