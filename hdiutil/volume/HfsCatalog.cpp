@@ -29,7 +29,8 @@ std::span<const Run> Catalog::resourceRuns(const Node& node) const {
 }
 
 std::span<const Entry> Catalog::entries(std::uint32_t folder) const {
-    const auto [begin, end] = std::ranges::equal_range(entries_, folder, {}, &Entry::parent);
+    const auto begin = std::ranges::lower_bound(entries_, folder, {}, &Entry::parent);
+    const auto end = std::ranges::upper_bound(entries_, folder, {}, &Entry::parent);
     return {begin, end};
 }
 

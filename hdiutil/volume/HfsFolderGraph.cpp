@@ -34,10 +34,11 @@ private:
     };
 
     void enter(std::uint32_t folder) {
-        const auto children = std::ranges::equal_range(entries_, folder, {}, &Entry::parent);
-        const auto begin = static_cast<std::size_t>(children.begin() - entries_.begin());
+        const auto first = std::ranges::lower_bound(entries_, folder, {}, &Entry::parent);
+        const auto last = std::ranges::upper_bound(entries_, folder, {}, &Entry::parent);
         paths_[folder] = kBeingWalked;
-        stack_.push_back({folder, begin, begin + children.size(), 1});
+        stack_.push_back({folder, static_cast<std::size_t>(first - entries_.begin()),
+                          static_cast<std::size_t>(last - entries_.begin()), 1});
     }
 
     void step() {
