@@ -47,10 +47,9 @@ std::optional<std::string> textOf(plist_t node) {
     if (node == nullptr || plist_get_node_type(node) != PLIST_STRING) {
         return std::nullopt;
     }
-    char* raw = nullptr;
-    plist_get_string_val(node, &raw);
-    const Characters text(raw, &std::free);
-    return text ? std::optional<std::string>(text.get()) : std::nullopt;
+    std::uint64_t length = 0;
+    const char* text = plist_get_string_ptr(node, &length);
+    return std::string(text, length);
 }
 
 std::vector<std::byte> dataOf(plist_t node) {
@@ -111,6 +110,10 @@ Resources resourcesByType(plist_t fork) {
 
 bool isHarmlessXml(std::span<const char> bytes) {
     const std::string_view xml(bytes.data(), bytes.size());
+    // A NUL inside a text, written as it is or by its number, makes the library abort.
+    if (xml.find('\0') != std::string_view::npos || xml.find("&#") != std::string_view::npos) {
+        return false;
+    }
     int depth = 0;
     std::size_t at = xml.find('<');
     while (at != std::string_view::npos) {

@@ -77,6 +77,12 @@ TEST(UdifPlist, RefusesEntitiesAndWhateverElseCouldBeReadInTwoWays) {
     EXPECT_FALSE(harmless("</plist>"));
 }
 
+TEST(UdifPlist, RefusesNulsInTexts) {
+    EXPECT_FALSE(harmless(std::string_view("<plist><string>a\0b</string></plist>", 36)));
+    EXPECT_FALSE(harmless("<plist><string>a&#0;b</string></plist>"));
+    EXPECT_FALSE(harmless("<plist><string>a&#x00;b</string></plist>"));
+}
+
 TEST(UdifPlist, RefusesEveryTruncation) {
     TestImage image;
     image.addTable(0, 1);
