@@ -146,7 +146,7 @@ Bytes HfsBuilder::makeCatalog() const {
         return a.parent != b.parent ? a.parent < b.parent : hfs::compareNames(a.name, b.name, binary) < 0;
     });
     HfsTreeWriter::Kind kind = HfsTreeWriter::catalogKind(binary);
-    kind.nodeSize = 4096;
+    kind.nodeSize = nodeSize_;
     HfsTreeWriter tree(kind);
     for (const Entry& entry : sorted)
         tree.add(catalogKey(entry.parent, entry.name), entry.data);
@@ -154,7 +154,9 @@ Bytes HfsBuilder::makeCatalog() const {
 }
 
 Bytes HfsBuilder::makeExtents() const {
-    HfsTreeWriter tree(HfsTreeWriter::extentsKind());
+    HfsTreeWriter::Kind kind = HfsTreeWriter::extentsKind();
+    kind.nodeSize = nodeSize_;
+    HfsTreeWriter tree(kind);
     for (const auto& [place, extents] : overflow_) {
         Bytes key(10);
         key[0] = std::byte{std::get<1>(place)};
@@ -166,7 +168,9 @@ Bytes HfsBuilder::makeExtents() const {
 }
 
 Bytes HfsBuilder::makeAttributes() const {
-    HfsTreeWriter tree(HfsTreeWriter::attributesKind());
+    HfsTreeWriter::Kind kind = HfsTreeWriter::attributesKind();
+    kind.nodeSize = nodeSize_ == 4096 ? 8192 : nodeSize_;
+    HfsTreeWriter tree(kind);
     for (const auto& [place, value] : attributes_) {
         Bytes key(12 + 2 * place.second.size());
         put32(key, 2, place.first);

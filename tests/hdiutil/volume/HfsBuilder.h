@@ -42,6 +42,8 @@ public:
     void fragment(std::uint32_t blocks) { fragment_ = blocks; }
     // The catalog file, too.
     void fragmentCatalog() { fragmentCatalog_ = true; }
+    // Nodes of a kilobyte in all trees, for volumes of a few kilobytes.
+    void useSmallNodes() { nodeSize_ = 1024; }
     std::uint32_t nextId() const { return nextId_; }
 
     Bytes build();
@@ -66,6 +68,7 @@ private:
     std::uint32_t nextId_ = 16;
     std::uint32_t fragment_ = 0;
     bool fragmentCatalog_ = false;
+    std::uint16_t nodeSize_ = 4096;
     Bytes volume_;
     std::vector<Entry> entries_;
     std::map<std::pair<std::uint32_t, std::u16string>, Bytes> attributes_;
