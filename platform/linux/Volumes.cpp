@@ -5,7 +5,6 @@
 #include "platform/linux/SystemFile.h"
 
 #include <QByteArray>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QString>
@@ -13,6 +12,8 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <vector>
 
 namespace platform {
@@ -45,13 +46,18 @@ struct ExtractedVolume {
     }
 };
 
-// A link to a folder in the volumes folder. A link whose folder is gone is no volume.
+// A link to a folder in the volumes folder. A link whose folder is gone is no volume. What is mounted there is not
+// touched: its program may not answer.
 std::vector<ExtractedVolume> extractedVolumesIn(const QString& folder) {
     std::vector<ExtractedVolume> volumes;
-    for (const QString& name : QDir(folder).entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name)) {
+    std::error_code error;
+    std::filesystem::directory_iterator entries(QFile::encodeName(folder).toStdString(), error);
+    for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
+        const auto& entry = *entries;
+        std::error_code ignored; // what cannot be looked at is no volume
         struct stat status {};
-        if (::lstat(QFile::encodeName(folder + u'/' + name).constData(), &status) == 0 && S_ISLNK(status.st_mode)) {
-            volumes.push_back({name, status.st_mtim, status.st_ino});
+        if (entry.is_symlink(ignored) && entry.is_directory(ignored) && ::lstat(entry.path().c_str(), &status) == 0) {
+            volumes.push_back({QFile::decodeName(entry.path().filename().c_str()), status.st_mtim, status.st_ino});
         }
     }
     std::sort(volumes.begin(), volumes.end());
