@@ -25,6 +25,7 @@ struct Queue {
     std::deque<std::function<void()>> work;
     Receiver* receiver = nullptr;
     std::thread::id mainThread;
+    bool isWoken = false; // an event is on its way
     bool running = false; // main thread only
 };
 
@@ -34,8 +35,10 @@ Queue& queue() {
     return *instance;
 }
 
-void wake(Receiver* receiver) {
-    QCoreApplication::postEvent(receiver, new QEvent(QEvent::User));
+// Under the lock, when there is work.
+void wake(Queue& own) {
+    if (own.receiver && !std::exchange(own.isWoken, true))
+        QCoreApplication::postEvent(own.receiver, new QEvent(QEvent::User));
 }
 
 std::function<void()> takeFirst(Queue& from) {
@@ -47,10 +50,24 @@ std::function<void()> takeFirst(Queue& from) {
     return first;
 }
 
+void endWork(Queue& own) {
+    own.running = false;
+    const std::lock_guard lock(own.mutex);
+    if (!own.work.empty())
+        wake(own);
+}
+
 bool Receiver::event(QEvent* event) {
-    if (event->type() != QEvent::User)
-        return QObject::event(event);
     Queue& own = queue();
+    // The event was posted under this lock. The toolkit's own locks order the two threads as well, but thread checkers
+    // do not see those.
+    std::unique_lock lock(own.mutex);
+    if (event->type() != QEvent::User) {
+        lock.unlock();
+        return QObject::event(event);
+    }
+    own.isWoken = false;
+    lock.unlock();
     if (own.running) // a nested loop turns inside running work: this piece waits for its end
         return true;
     own.running = true;
@@ -59,13 +76,10 @@ bool Receiver::event(QEvent* event) {
         if (work)
             platform::reportingUncaughtExceptions(work);
     } catch (...) {
-        own.running = false;
+        endWork(own);
         throw;
     }
-    own.running = false;
-    const std::lock_guard lock(own.mutex);
-    if (!own.work.empty())
-        wake(this);
+    endWork(own);
     return true;
 }
 
@@ -79,15 +93,14 @@ void attachToMainThread() {
     own.mainThread = std::this_thread::get_id();
     own.receiver = new Receiver;
     if (!own.work.empty())
-        wake(own.receiver);
+        wake(own);
 }
 
 void async(std::function<void()> work) {
     Queue& own = queue();
     const std::lock_guard lock(own.mutex);
     own.work.push_back(std::move(work));
-    if (own.receiver)
-        wake(own.receiver);
+    wake(own);
 }
 
 bool isMainThread() {
