@@ -216,10 +216,15 @@ TEST(UrlSessionDownload, FailsWhenTheFileCannotBeWritten) {
 
 TEST(UrlSessionDownload, LeavesNoPartialFileWhenTheProcessEnds) {
     LoopbackServer server;
-    server.expect("GET /a", {.generated = 4 * kMebibyte, .cutAfter = 2 * kMebibyte, .ending = Ending::kStall});
-    UrlSession::downloadTask(Address::parse(QString::fromStdString(server.address("/a"))), {});
-    ASSERT_TRUE(test::waitFor([] { return test::temporaryFiles().size() == 1; }));
-    ASSERT_TRUE(server.waitForRequests(1));
+    const loopback::Reply reply{.generated = 4 * kMebibyte, .cutAfter = 2 * kMebibyte, .ending = Ending::kStall};
+    server.expect("GET /a", reply);
+    const auto arriving = static_cast<std::int64_t>(2 * kMebibyte - loopback::headOf(reply).size());
+    std::int64_t arrived = 0;
+    UrlSession::DownloadCallbacks callbacks;
+    callbacks.didWriteData = [&](std::int64_t, std::int64_t total, std::int64_t) { arrived = total; };
+    UrlSession::downloadTask(Address::parse(QString::fromStdString(server.address("/a"))), callbacks);
+    ASSERT_TRUE(test::waitFor([&] { return arrived == arriving; }));
+    EXPECT_EQ(test::temporaryFiles().size(), 1);
     UrlSession::removePartialDownloads();
     EXPECT_THAT(test::temporaryFiles(), testing::IsEmpty());
 }
