@@ -1,3 +1,4 @@
+#include "config/QNConfigProvider.h"
 #include "platform/Bundle.h"
 #include "ui/InterfaceFile.h"
 #include "ui/QNMainController.h"
@@ -34,7 +35,7 @@ MainInterface loadMainMenu() {
     window->setContentView(contentView);
     MainInterface interface;
     interface.mainMenu = new MainMenu(quit, window);
-    QObject::connect(window, &Window::closeRequested, interface.mainMenu, &MainMenu::tapQuit);
+    window->setWindowTitle(QNConfigProvider::getStringFromPlist(QStringLiteral("kAPP_NAME")).value_or(QString()));
     static_cast<void>(root.release());
     interface.window.reset(window);
     return interface;

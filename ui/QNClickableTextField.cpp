@@ -6,15 +6,15 @@
 
 QNClickableTextField::QNClickableTextField(QWidget* parent) : TextField(parent) {}
 
-void QNClickableTextField::onClick(const QByteArray& method, QObject* target) {
+void QNClickableTextField::onClick(const QByteArray& method, std::shared_ptr<QObject> target) {
     clickHandler_ = method;
-    clickTarget_ = target;
+    clickTarget_ = std::move(target);
 }
 
 void QNClickableTextField::mousePressEvent(QMouseEvent* event) {
     event->accept();
     if (!clickHandler_.isEmpty() && clickTarget_)
-        QMetaObject::invokeMethod(clickTarget_.data(), clickHandler_.constData(), Qt::DirectConnection);
+        QMetaObject::invokeMethod(clickTarget_.get(), clickHandler_.constData(), Qt::DirectConnection);
 }
 
 bool QNClickableTextField::event(QEvent* event) {

@@ -4,7 +4,9 @@
 #include "ui/TrackingArea.h"
 
 #include <QByteArray>
-#include <QPointer>
+
+#include <memory>
+#include <optional>
 
 // A label that calls a method of another object when it is pressed, with the pointing hand over it. Takes no keyboard
 // focus and selects no text. Main thread.
@@ -14,11 +16,11 @@ class QNClickableTextField : public TextField {
 public:
     explicit QNClickableTextField(QWidget* parent = nullptr);
 
-    // `method` is the name of an invokable method of `target` that takes the target, or nothing. Absent ones: a press
-    // does nothing.
-    void onClick(const QByteArray& method, QObject* target);
+    // `method` is the name of an invokable method of `target` without arguments; the target is kept alive. With either one
+    // missing a press does nothing.
+    void onClick(const QByteArray& method, std::shared_ptr<QObject> target);
     const QByteArray& clickHandler() const { return clickHandler_; }
-    QObject* clickTarget() const { return clickTarget_; }
+    const std::shared_ptr<QObject>& clickTarget() const { return clickTarget_; }
 
     const std::optional<TrackingArea>& trackingArea() const { return trackingArea_; }
     // Replaces the area by one over the current bounds. Also called after each change of position or size.
@@ -33,5 +35,5 @@ protected:
 private:
     std::optional<TrackingArea> trackingArea_;
     QByteArray clickHandler_;
-    QPointer<QObject> clickTarget_;
+    std::shared_ptr<QObject> clickTarget_;
 };

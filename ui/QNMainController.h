@@ -277,6 +277,7 @@ private:
     std::uint64_t pageIndex_ = 0;
     std::shared_ptr<QNConfig> config_;
     std::shared_ptr<QNAlertController> alert_;
+    std::shared_ptr<QNAlertController> closedAlert_; // the last one
     TextField* subTitle_ = nullptr;
     QNClickableTextField* licenseAgreementLabel_ = nullptr;
     TextField* andLabel_ = nullptr;

@@ -14,7 +14,6 @@
 #include "ui/View.h"
 #include "ui/Window.h"
 
-#include <QApplication>
 #include <QVBoxLayout>
 
 void QNMainController::setupSpinner() {
@@ -62,10 +61,8 @@ void QNMainController::hideAlert(const Notification&) {
     if (!alert_)
         return;
     alert_->close();
-    // One of its buttons may be what asked for this: it goes when that click is over.
-    QMetaObject::invokeMethod(
-        qApp, [kept = std::move(alert_)] { static_cast<void>(kept); }, Qt::QueuedConnection);
-    alert_.reset();
+    // One of its buttons may be what asked for this, and is still at work.
+    closedAlert_ = std::move(alert_);
 }
 
 void QNMainController::showErrorPanel() {
