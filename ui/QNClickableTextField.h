@@ -16,8 +16,8 @@ class QNClickableTextField : public TextField {
 public:
     explicit QNClickableTextField(QWidget* parent = nullptr);
 
-    // `method` is the name of an invokable method of `target` without arguments; the target is kept alive. With either one
-    // missing a press does nothing.
+    // `method` is the name of an invokable method of `target` without arguments; the target is kept alive. With either
+    // one missing a press does nothing.
     void onClick(const QByteArray& method, std::shared_ptr<QObject> target);
     const QByteArray& clickHandler() const { return clickHandler_; }
     const std::shared_ptr<QObject>& clickTarget() const { return clickTarget_; }

@@ -49,7 +49,10 @@ void QNMainController::setupUI() {
     fill->setContentsMargins(0, 0, 0, 0);
     fill->addWidget(errorController_->view());
     // The keyboard reaches what the panel says first and the window's own control last.
+    // A field without links takes no focus, and one that takes none cannot be given a place.
+    errorController_->infoText()->setFocusPolicy(Qt::TabFocus);
     QWidget::setTabOrder(errorController_->infoText(), closeButton_);
+    errorController_->infoText()->setFocusPolicy(Qt::NoFocus);
     startInstallation();
 }
 

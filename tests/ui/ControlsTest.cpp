@@ -30,7 +30,8 @@ public:
     int count = 0;
 };
 
-template <typename Control> class HoverCursorTest : public UserInterfaceTest {
+template <typename Control>
+class HoverCursorTest : public UserInterfaceTest {
 protected:
     HoverCursorTest() {
         window.resize(300, 200);

@@ -25,8 +25,8 @@ struct ButtonLook {
 
 ButtonLook lookOf(const Button& button) {
     const TextAttributes& attributes = button.attributedTitle().attributesAt(0);
-    return {button.title(), attributes.color->hexColor(), *attributes.font,
-            button.layer().backgroundColor->hexColor(), button.layer().cornerRadius};
+    return {button.title(), attributes.color->hexColor(), *attributes.font, button.layer().backgroundColor->hexColor(),
+            button.layer().cornerRadius};
 }
 
 class QNErrorControllerTest : public UserInterfaceTest {
@@ -152,8 +152,8 @@ TEST_F(QNErrorControllerTest, PostsOneNotificationForEachButton) {
     test::click(*panel.retryButton());
     test::click(*panel.contactSupportButton());
     test::click(*panel.closeButton());
-    EXPECT_EQ(posted(), (QStringList{u"START_INSTALLATION"_s, u"SHOW_CONTACT_SUPPORT_BUTTON"_s,
-                                     u"QUIT_INSTALLATION"_s}));
+    EXPECT_EQ(posted(),
+              (QStringList{u"START_INSTALLATION"_s, u"SHOW_CONTACT_SUPPORT_BUTTON"_s, u"QUIT_INSTALLATION"_s}));
 }
 
 TEST_F(QNErrorControllerTest, IgnoresTheLabelThatItIsGivenForTheLinkButton) {

@@ -33,12 +33,12 @@ UserInterfaceTest::UserInterfaceTest() {
     QFile::setPermissions(test::folder() + u"/bin/xdg-open"_s, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
     test::setEnvironment("PATH", (test::folder() + u"/bin:"_s + qEnvironmentVariable("PATH")).toUtf8());
     platform::setTerminateFunction(doNotEnd);
-    for (const QString& name : {kStartInstallation, kQuitInstallation, kShowContactSupportButton, u"ANSWER_YES"_s,
-                                u"ANSWER_NO"_s}) {
+    for (const QString& name :
+         {kStartInstallation, kQuitInstallation, kShowContactSupportButton, u"ANSWER_YES"_s, u"ANSWER_NO"_s}) {
         NotificationCenter::defaultCenter().addObserver(name, [this](const Notification& notification) {
             const auto* const object = std::get_if<QVariantMap>(&notification.object);
-            posted_ += object ? notification.name + u' ' + jsonStringWithPrettyPrint(*object, false)
-                              : notification.name;
+            posted_ +=
+                object ? notification.name + u' ' + jsonStringWithPrettyPrint(*object, false) : notification.name;
         });
     }
 }

@@ -1,0 +1,121 @@
+#include "tests/support/TestEnvironment.h"
+#include "tests/ui/UserInterfaceTest.h"
+#include "ui/Button.h"
+#include "ui/FocusRing.h"
+#include "ui/HyperlinkTextField.h"
+#include "ui/QNErrorController.h"
+#include "ui/QNMainController.h"
+#include "ui/View.h"
+#include "ui/Window.h"
+
+#include <QApplication>
+#include <QWindow>
+
+#include <QtTest/QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class KeyboardTest : public UserInterfaceTest {
+protected:
+    QNErrorController& panel() { return *controller().errorController(); }
+
+    // Presses Tab until the focus comes back to where it first was; what had it, in order.
+    QStringList tabStops() {
+        QStringList stops;
+        for (int count = 0; count < 20; ++count) {
+            test::pressKey(window(), Qt::Key_Tab);
+            QWidget* const focus = QApplication::focusWidget();
+            QString name = focus == nullptr ? u"nothing"_s : focus->objectName();
+            if (focus != nullptr && panel().view()->isAncestorOf(focus) && qobject_cast<Button*>(focus) != nullptr)
+                name.prepend(u"panel "_s);
+            if (const auto* field = qobject_cast<HyperlinkTextField*>(focus))
+                name += u' ' + QString::number(field->focusedLink().value_or(99));
+            if (!stops.isEmpty() && name == stops.first())
+                break;
+            stops += name;
+        }
+        return stops;
+    }
+};
+
+} // namespace
+
+TEST_F(KeyboardTest, MarksNoControlBeforeTabIsPressed) {
+    Window& shown = shownWindow();
+    EXPECT_EQ(qobject_cast<Button*>(QApplication::focusWidget()), nullptr);
+    EXPECT_FALSE(shown.findChild<FocusRing*>()->isVisible());
+}
+
+TEST_F(KeyboardTest, GoesThroughLinksAndButtonsFromTopToBottomAndToTheWindowsControlLast) {
+    controller().showGenericError();
+    shownWindow();
+    EXPECT_EQ(tabStops(), (QStringList{u"errorMessage 0"_s, u"errorMessage 1"_s, u"panel closeButton"_s,
+                                       u"panel contactSupportButton"_s, u"infoText 0"_s, u"closeButton"_s}));
+}
+
+TEST_F(KeyboardTest, PressesAButtonByReturnAndBySpace) {
+    shownWindow();
+    panel().retryButton()->setFocus(Qt::TabFocusReason);
+    test::pressKey(window(), Qt::Key_Return);
+    EXPECT_EQ(posted(), QStringList{u"START_INSTALLATION"_s});
+    panel().retryButton()->setFocus(Qt::TabFocusReason);
+    test::pressKey(window(), Qt::Key_Space);
+    EXPECT_EQ(posted(), (QStringList{u"START_INSTALLATION"_s, u"START_INSTALLATION"_s}));
+}
+
+TEST_F(KeyboardTest, PressesThePanelsCloseButtonByEscapeWhereOneShows) {
+    controller().showGenericError();
+    shownWindow();
+    test::pressKey(window(), Qt::Key_Escape);
+    EXPECT_EQ(posted(), QStringList{u"QUIT_INSTALLATION"_s});
+}
+
+TEST_F(KeyboardTest, DoesNothingByEscapeWhereNoCloseButtonShows) {
+    Window& shown = shownWindow();
+    test::pressKey(window(), Qt::Key_Escape);
+    EXPECT_EQ(posted(), QStringList());
+    EXPECT_TRUE(shown.isVisible());
+}
+
+TEST_F(KeyboardTest, OpensALinkByReturn) {
+    test::setSetting(u"visitOnlineHelpSiteUrl"_s, u"https://h/help"_s);
+    controller().showGenericError();
+    shownWindow();
+    panel().infoText()->setFocus(Qt::TabFocusReason);
+    test::pressKey(window(), Qt::Key_Return);
+    EXPECT_EQ(openedAddresses(), QStringList{u"https://h/help"_s});
+}
+
+TEST_F(KeyboardTest, RingsTheButtonThatHasTheKeyboard) {
+    Window& shown = shownWindow();
+    Button* const retry = panel().retryButton();
+    retry->setFocus(Qt::TabFocusReason);
+    const auto* const ring = shown.findChild<FocusRing*>();
+    EXPECT_TRUE(ring->isVisible());
+    EXPECT_EQ(ring->surrounded(), retry);
+    const QRect target(retry->mapTo(&shown, QPoint()), retry->size());
+    EXPECT_EQ(ring->geometry(), target.adjusted(-4, -4, 4, 4));
+    const QImage picture = shown.grab().toImage();
+    const double scale = picture.devicePixelRatio();
+    const QPointF above(target.center().x(), target.top() - 3.0);
+    EXPECT_EQ(picture.pixelColor((above * scale).toPoint()).name(), u"#2563eb"_s);
+}
+
+TEST_F(KeyboardTest, LeavesNoButtonWithTheKeyboardWhenTheOneThatHadItVanishes) {
+    shownWindow();
+    panel().retryButton()->setFocus(Qt::TabFocusReason);
+    panel().retryButton()->hide();
+    EXPECT_EQ(qobject_cast<Button*>(QApplication::focusWidget()), nullptr);
+}
+
+TEST_F(KeyboardTest, QuitsByTheMenusShortcut) {
+    MainInterface interface = loadMainMenu();
+    interface.mainMenu->setDelegate(&controller());
+    interface.window->addSubview(controller().view());
+    interface.window->orderFrontRegardless();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(interface.window.get()));
+    QTest::keyClick(interface.window->windowHandle(), Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_EQ(posted(), QStringList{u"QUIT_INSTALLATION"_s});
+}

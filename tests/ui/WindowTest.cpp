@@ -1,0 +1,209 @@
+#include "ui/Window.h"
+
+#include "tests/support/TestEnvironment.h"
+#include "tests/ui/UserInterfaceTest.h"
+#include "ui/QNMainController.h"
+#include "ui/View.h"
+
+#include <QGuiApplication>
+#include <QProcess>
+#include <QScreen>
+#include <QWindow>
+
+#include <QtTest/QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// A compositor or a window manager of the X display, for the length of a case.
+class Helper {
+public:
+    explicit Helper(const QString& program) {
+        process_.start(program, QStringList());
+        started_ = process_.waitForStarted();
+    }
+    ~Helper() {
+        process_.terminate();
+        process_.waitForFinished();
+    }
+    Helper(const Helper&) = delete;
+    Helper& operator=(const Helper&) = delete;
+    bool started() const { return started_; }
+
+private:
+    QProcess process_;
+    bool started_ = false;
+};
+
+class WindowTest : public UserInterfaceTest {
+protected:
+    // The content view's rectangle on the screen, in pixels.
+    QRect content() {
+        const double scale = window().devicePixelRatioF();
+        const QPoint corner = window().pos() + window().contentView()->pos();
+        return {(QPointF(corner) * scale).toPoint(), (QSizeF(window().contentView()->size()) * scale).toSize()};
+    }
+    // The screen once it shows the window's white here, and nothing is being painted any more.
+    static QImage screenWithWhiteAt(const QPoint& point) {
+        EXPECT_TRUE(test::waitFor([&] { return test::screenPixels().pixelColor(point) == QColor(Qt::white); }));
+        return test::settledScreen();
+    }
+    static QColor at(const QImage& screen, const QPoint& point) { return screen.pixelColor(point); }
+    // A plain window of another colour below everything, in place of a desktop.
+    void showBackdrop() {
+        backdrop_.setGeometry(QGuiApplication::primaryScreen()->geometry());
+        QPalette palette;
+        palette.setColor(QPalette::Window, QColor(0, 128, 255));
+        backdrop_.setPalette(palette);
+        backdrop_.setWindowFlag(Qt::FramelessWindowHint);
+        backdrop_.show();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(&backdrop_));
+    }
+
+    QWidget backdrop_;
+};
+
+const QColor kBackdrop(0, 128, 255);
+
+} // namespace
+
+TEST_F(WindowTest, IsBorderlessAndCentredALittleAboveTheMiddle) {
+    Window& shown = shownWindow();
+    EXPECT_TRUE(shown.windowFlags().testFlag(Qt::FramelessWindowHint));
+    const QRect screen = shown.screen()->geometry();
+    const QRect body(shown.pos() + shown.contentView()->pos(), shown.contentView()->size());
+    EXPECT_EQ(body.left() - screen.left(), screen.right() - body.right());
+    EXPECT_LT(body.top() - screen.top(), screen.bottom() - body.bottom());
+    EXPECT_GT(body.top(), screen.height() / 10);
+}
+
+TEST_F(WindowTest, IsCutToItsRoundedShapeWithoutACompositor) {
+    showBackdrop();
+    EXPECT_FALSE(shownWindow().showsShadow());
+    const QRect body = content();
+    const QImage screen = screenWithWhiteAt(QPoint(body.center().x(), body.top() + 1));
+    // The corners show what is behind the window, the rest of the edge shows the window, and there is no shadow.
+    for (const QPoint& corner : {body.topLeft(), body.topRight(), body.bottomLeft(), body.bottomRight()})
+        EXPECT_EQ(at(screen, corner), kBackdrop);
+    EXPECT_EQ(at(screen, body.topLeft() + QPoint(8, 0)), QColor(Qt::white));
+    EXPECT_EQ(at(screen, body.topLeft() + QPoint(0, 8)), QColor(Qt::white));
+    EXPECT_EQ(at(screen, body.bottomRight() - QPoint(8, 0)), QColor(Qt::white));
+    EXPECT_EQ(at(screen, QPoint(body.center().x(), body.bottom() + 2)), kBackdrop);
+    EXPECT_EQ(at(screen, QPoint(body.left() - 2, body.center().y())), kBackdrop);
+}
+
+TEST_F(WindowTest, ShowsNoBlackPixelOnItsEdgeWithoutACompositor) {
+    showBackdrop();
+    shownWindow();
+    const QRect body = content();
+    const QImage screen = screenWithWhiteAt(QPoint(body.center().x(), body.top() + 1));
+    for (int x = body.left() - 3; x <= body.right() + 3; ++x) {
+        for (const int y :
+             {body.top() - 1, body.top(), body.top() + 1, body.bottom() - 1, body.bottom(), body.bottom() + 1})
+            EXPECT_GT(at(screen, QPoint(x, y)).blue(), 120) << x << ',' << y;
+    }
+}
+
+TEST_F(WindowTest, HasAShadowAndSmoothCornersWithACompositor) {
+    const Helper compositor(u"xcompmgr"_s);
+    ASSERT_TRUE(compositor.started());
+    showBackdrop();
+    Window& shown = shownWindow();
+    ASSERT_TRUE(test::waitFor([&] { return shown.showsShadow(); }));
+    const QRect body = content();
+    const QImage screen = screenWithWhiteAt(QPoint(body.center().x(), body.top() + 1));
+    const auto darkness = [&](const QPoint& point) { return kBackdrop.blue() - at(screen, point).blue(); };
+    EXPECT_EQ(at(screen, QPoint(body.center().x(), body.top() + 1)), QColor(Qt::white));
+    EXPECT_GT(darkness(QPoint(body.center().x(), body.bottom() + 3)), 20);
+    EXPECT_GT(darkness(QPoint(body.center().x(), body.bottom() + 3)),
+              darkness(QPoint(body.center().x(), body.bottom() + 20)));
+    EXPECT_EQ(darkness(QPoint(body.center().x(), body.bottom() + 60)), 0);
+    EXPECT_GT(darkness(body.bottomLeft()), 5) << "the corner shows the shadow, not the body";
+}
+
+TEST_F(WindowTest, FollowsACompositorThatComesAndGoesAndStaysInItsPlace) {
+    showBackdrop();
+    Window& shown = shownWindow();
+    ASSERT_FALSE(shown.showsShadow());
+    const QRect before = content();
+    {
+        const Helper compositor(u"xcompmgr"_s);
+        EXPECT_TRUE(test::waitFor([&] { return shown.showsShadow(); }));
+        EXPECT_EQ(content(), before);
+    }
+    EXPECT_TRUE(test::waitFor([&] { return !shown.showsShadow(); }));
+    EXPECT_EQ(content(), before);
+    const QImage screen = screenWithWhiteAt(QPoint(before.center().x(), before.top() + 1));
+    EXPECT_EQ(at(screen, before.topLeft()), kBackdrop);
+    EXPECT_EQ(at(screen, before.topLeft() + QPoint(8, 0)), QColor(Qt::white));
+}
+
+TEST_F(WindowTest, TakesNoClicksOnItsShadow) {
+    const Helper compositor(u"xcompmgr"_s);
+    showBackdrop();
+    Window& shown = shownWindow();
+    ASSERT_TRUE(test::waitFor([&] { return shown.showsShadow(); }));
+    test::settledScreen();
+    const QRect body = content();
+    QProcess::execute(u"xdotool"_s,
+                      {u"mousemove"_s, QString::number(body.left() - 10), QString::number(body.top() + 50)});
+    EXPECT_TRUE(test::waitFor([&] { return backdrop_.underMouse(); }));
+    QProcess::execute(u"xdotool"_s,
+                      {u"mousemove"_s, QString::number(body.left() + 10), QString::number(body.top() + 50)});
+    EXPECT_TRUE(test::waitFor([&] { return shown.underMouse(); }));
+}
+
+TEST_F(WindowTest, IsMovedByItsBackgroundWithoutAWindowManager) {
+    Window& shown = shownWindow();
+    test::settledScreen();
+    const QPoint start = content().topLeft();
+    const QPoint grip = start + QPoint(30, 20);
+    const auto drag = [](const QStringList& steps) { EXPECT_EQ(QProcess::execute(u"xdotool"_s, steps), 0); };
+    drag({u"mousemove"_s, QString::number(grip.x()), QString::number(grip.y()), u"mousedown"_s, u"1"_s});
+    ASSERT_TRUE(test::waitFor([] { return QGuiApplication::mouseButtons() == Qt::LeftButton; }));
+    drag({u"mousemove_relative"_s, u"--"_s, u"40"_s, u"-25"_s});
+    EXPECT_TRUE(test::waitFor([&] { return content().topLeft() == start + QPoint(40, -25); }));
+    drag({u"mouseup"_s, u"1"_s});
+    EXPECT_TRUE(test::waitFor([] { return QGuiApplication::mouseButtons() == Qt::NoButton; }));
+    EXPECT_TRUE(shown.isVisible());
+}
+
+TEST_F(WindowTest, IsMovedByItsBackgroundUnderAWindowManager) {
+    const Helper manager(u"openbox"_s);
+    ASSERT_TRUE(manager.started());
+    Window& shown = shownWindow();
+    test::settledScreen();
+    const QPoint start = content().topLeft();
+    const QPoint grip = start + QPoint(30, 20);
+    const auto drag = [](const QStringList& steps) { EXPECT_EQ(QProcess::execute(u"xdotool"_s, steps), 0); };
+    drag({u"mousemove"_s, QString::number(grip.x()), QString::number(grip.y()), u"mousedown"_s, u"1"_s});
+    EXPECT_TRUE(test::waitFor([&] {
+        drag({u"mousemove_relative"_s, u"--"_s, u"10"_s, u"5"_s});
+        return content().left() > start.x() + 20;
+    }));
+    drag({u"mouseup"_s, u"1"_s});
+    EXPECT_TRUE(shown.isVisible());
+}
+
+TEST_F(WindowTest, OnlyTellsOfAWindowManagersWishToCloseIt) {
+    Window& shown = shownWindow();
+    int asked = 0;
+    QObject::connect(&shown, &Window::closeRequested, &shown, [&asked] { ++asked; });
+    shown.close();
+    EXPECT_EQ(asked, 1);
+    EXPECT_TRUE(shown.isVisible());
+}
+
+TEST_F(WindowTest, IsOffTheScreenBeforeAnythingThatBlocksGoesOn) {
+    showBackdrop();
+    shownWindow();
+    test::settledScreen();
+    controller().setViewHidden(true);
+    // The loop does not turn from here on; another client of the display sees the window gone.
+    QProcess other;
+    other.start(u"xdotool"_s, {u"search"_s, u"--all"_s, u"--onlyvisible"_s, u"--pid"_s,
+                               QString::number(QCoreApplication::applicationPid()), u"--name"_s, u"^Sample$"_s});
+    ASSERT_TRUE(other.waitForFinished());
+    EXPECT_EQ(other.readAllStandardOutput(), QByteArray());
+}
