@@ -67,8 +67,7 @@ Handlers attachHandlers() {
 Handlers createHandlers() {
     return {{"-srcfolder", createText("-srcfolder", &CreateOptions::sourceFolder)},
             {"-volname", createText("-volname", &CreateOptions::volumeName)},
-            {"-format",
-             createChoice("-format", &CreateOptions::format, {"UDRO", "UDZO", "UDBZ", "ULMO", "ULFO"})},
+            {"-format", createChoice("-format", &CreateOptions::format, {"UDRO", "UDZO", "UDBZ", "ULMO", "ULFO"})},
             {"-fs", createChoice("-fs", &CreateOptions::fileSystem, {"HFS+", "HFSX"})},
             {"-layout", createChoice("-layout", &CreateOptions::layout, {"NONE", "GPTSPUD", "SPUD"})},
             {"-ov", [](Arguments& a, Words&) { a.create.replace = true; }},
@@ -96,10 +95,10 @@ Handlers handlersOf(Verb verb) {
 
 Verb verbNamed(const std::string& word) {
     static const std::map<std::string_view, Verb> kVerbs = {
-        {"attach", Verb::kAttach},     {"mount", Verb::kAttach},     {"detach", Verb::kDetach},
-        {"eject", Verb::kDetach},      {"unmount", Verb::kUnmount},  {"info", Verb::kInfo},
-        {"verify", Verb::kVerify},     {"create", Verb::kCreate},    {"imageinfo", Verb::kImageInfo},
-        {"--help", Verb::kHelp},       {"-h", Verb::kHelp},          {"help", Verb::kHelp},
+        {"attach", Verb::kAttach},     {"mount", Verb::kAttach},    {"detach", Verb::kDetach},
+        {"eject", Verb::kDetach},      {"unmount", Verb::kUnmount}, {"info", Verb::kInfo},
+        {"verify", Verb::kVerify},     {"create", Verb::kCreate},   {"imageinfo", Verb::kImageInfo},
+        {"--help", Verb::kHelp},       {"-h", Verb::kHelp},         {"help", Verb::kHelp},
         {"--version", Verb::kVersion}, {"version", Verb::kVersion}};
     const auto found = kVerbs.find(word);
     if (found == kVerbs.end()) {

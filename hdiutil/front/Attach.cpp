@@ -53,7 +53,8 @@ PreparedImage prepareImage(const AttachOptions& options) {
     try {
         prepared.messages = licenceText(*prepared.opened.image) + prepared.opened.warnings;
     } catch (const ImageError& error) { // a text that cannot be read does not make the files unusable
-        prepared.messages = std::string("hdiutil: warning: licence - ") + error.what() + "\n" + prepared.opened.warnings;
+        prepared.messages =
+            std::string("hdiutil: warning: licence - ") + error.what() + "\n" + prepared.opened.warnings;
     }
     return prepared;
 }

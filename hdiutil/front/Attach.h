@@ -13,7 +13,7 @@ namespace hdi {
 class AttachedState;
 
 struct AttachOptions {
-    std::string imagePath; // absolute
+    std::string imagePath;                 // absolute
     std::optional<std::string> mountPoint; // absolute
     bool verify = true;
 };

@@ -29,8 +29,9 @@ std::string unescaped(std::string_view text) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
         unsigned byte = 0;
-        const bool coded = text[i] == '%' && i + 2 < text.size() &&
-                           std::from_chars(text.data() + i + 1, text.data() + i + 3, byte, 16).ptr == text.data() + i + 3;
+        const bool coded =
+            text[i] == '%' && i + 2 < text.size() &&
+            std::from_chars(text.data() + i + 1, text.data() + i + 3, byte, 16).ptr == text.data() + i + 3;
         result += coded ? static_cast<char>(byte) : text[i];
         i += coded ? 2 : 0;
     }

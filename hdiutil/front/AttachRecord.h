@@ -23,11 +23,11 @@ struct ImageIdentity {
 
 // One line of the table.
 struct AttachedRow {
-    std::string device;    // "/dev/disk2s1"
-    std::string content;   // "Apple_HFS"
-    std::string shownPath; // "/Volumes/NAME", empty when nothing is mounted
-    std::string realPath;  // the folder or symlink that stands for it
-    std::string dataPath;  // the folder that was extracted to; empty with FUSE
+    std::string device;     // "/dev/disk2s1"
+    std::string content;    // "Apple_HFS"
+    std::string shownPath;  // "/Volumes/NAME", empty when nothing is mounted
+    std::string realPath;   // the folder or symlink that stands for it
+    std::string dataPath;   // the folder that was extracted to; empty with FUSE
     bool madeFolder = true; // detach removes it; false: it was there before and stays
 
     bool isMounted() const { return !realPath.empty(); }

@@ -76,8 +76,8 @@ bool AttachedState::acquire(bool wait) {
     }
     const UniqueFd folder(::open(folder_.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat facts {};
-    const bool ours = folder && fstat(folder.get(), &facts) == 0 && facts.st_uid == geteuid() &&
-                      (facts.st_mode & 022) == 0;
+    const bool ours =
+        folder && fstat(folder.get(), &facts) == 0 && facts.st_uid == geteuid() && (facts.st_mode & 022) == 0;
     lock_.reset(ours ? openat(folder.get(), "lock", O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600) : -1);
     if (!lock_ && errno == ENOENT) {
         return false; // the last user of the folder removed it just now
@@ -85,7 +85,8 @@ bool AttachedState::acquire(bool wait) {
     if (!lock_) {
         throw FrontError("the state folder \"" + folder_ + "\" is not a folder of yours");
     }
-    return flockRetrying(lock_.get(), wait ? LOCK_EX : LOCK_EX | LOCK_NB) == 0 && isStillNamed(lock_.get(), folder_ + "/lock");
+    return flockRetrying(lock_.get(), wait ? LOCK_EX : LOCK_EX | LOCK_NB) == 0 &&
+           isStillNamed(lock_.get(), folder_ + "/lock");
 }
 
 AttachedState::~AttachedState() {

@@ -28,8 +28,7 @@ std::optional<std::string> take(std::string_view& bytes) {
 bool takeRow(std::string_view& bytes, std::vector<AttachedRow>& rows) {
     AttachedRow row;
     std::string made;
-    for (std::string* field :
-         {&row.device, &row.content, &row.shownPath, &row.realPath, &row.dataPath, &made}) {
+    for (std::string* field : {&row.device, &row.content, &row.shownPath, &row.realPath, &row.dataPath, &made}) {
         std::optional<std::string> text = take(bytes);
         if (!text) {
             return false;

@@ -218,7 +218,8 @@ std::string detachImage(const DetachOptions& options) {
             return "\"" + options.target + "\" unmounted successfully.\n";
         }
         reapAndList(state);
-        throw FrontError((options.wholeDisk ? "detach" : "unmount") + std::string(" failed - No such file or directory"));
+        throw FrontError((options.wholeDisk ? "detach" : "unmount") +
+                         std::string(" failed - No such file or directory"));
     }
     const std::string disk = match->record.diskName();
     Detacher(state, std::move(*match), options).run();

@@ -8,7 +8,7 @@
 namespace hdi {
 
 struct DetachOptions {
-    std::string target; // /Volumes/NAME, the real folder, diskN, /dev/diskN, /dev/diskNsM
+    std::string target;    // /Volumes/NAME, the real folder, diskN, /dev/diskN, /dev/diskNsM
     bool wholeDisk = true; // false for `unmount`: only the volume
     bool force = false;
 };

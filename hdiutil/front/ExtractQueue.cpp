@@ -142,8 +142,8 @@ void ExtractQueue::copy(const Piece& piece, std::vector<std::byte>& buffer) cons
             throw FrontError("attach failed - interrupted");
         }
         const std::uint64_t offset = piece.offset + done;
-        const std::span part(buffer.data(), static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(),
-                                                                                             piece.length - done)));
+        const std::span part(buffer.data(),
+                             static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), piece.length - done)));
         if (volume_.read(piece.file->node, offset, part) != part.size()) {
             throw ImageError(ImageError::Kind::kDamaged, "a file is shorter than its size");
         }

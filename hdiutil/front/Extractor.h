@@ -10,9 +10,9 @@ namespace hdi {
 
 // Bounds of one extraction; the values are the shipped ones.
 struct ExtractLimits {
-    unsigned threads = 0;               // that read and write; 0: one per core
-    std::size_t depth = 200;            // folders inside each other; each holds a descriptor
-    std::uint64_t entries = 4'000'000;  // a folder that is linked from many places is written at each
+    unsigned threads = 0;              // that read and write; 0: one per core
+    std::size_t depth = 200;           // folders inside each other; each holds a descriptor
+    std::uint64_t entries = 4'000'000; // a folder that is linked from many places is written at each
 };
 
 // Writes all of a volume into an empty folder: files with their modes, times and hard links, symlinks as they are.

@@ -27,7 +27,8 @@ public:
     void getAttributes(fuse_req_t request, fuse_ino_t inode);
     void readLink(fuse_req_t request, fuse_ino_t inode);
     void openFolder(fuse_req_t request, fuse_ino_t inode, fuse_file_info* info);
-    void readFolder(fuse_req_t request, std::size_t size, off_t offset, const fuse_file_info& info, bool withAttributes);
+    void readFolder(fuse_req_t request, std::size_t size, off_t offset, const fuse_file_info& info,
+                    bool withAttributes);
     static void releaseFolder(fuse_req_t request, const fuse_file_info& info);
     void read(fuse_req_t request, fuse_ino_t inode, std::size_t size, off_t offset);
     void statFileSystem(fuse_req_t request);

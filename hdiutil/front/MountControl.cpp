@@ -37,9 +37,8 @@ void runHelper(const std::string& folder, UnmountWay way) {
 
 bool isMounted(const std::string& folder) {
     const std::vector<MountEntry> mounts = currentMounts();
-    return std::any_of(mounts.begin(), mounts.end(), [&](const MountEntry& entry) {
-        return entry.path == folder && entry.type == kOwnFileSystem;
-    });
+    return std::any_of(mounts.begin(), mounts.end(),
+                       [&](const MountEntry& entry) { return entry.path == folder && entry.type == kOwnFileSystem; });
 }
 
 int unmountFuse(const std::string& folder, UnmountWay way) {

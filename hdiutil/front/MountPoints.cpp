@@ -116,8 +116,8 @@ void MountPoints::makeWanted(AttachedRow& row, const std::string& name, const st
 
 // False when something of that name is there already.
 bool MountPoints::make(AttachedRow& row) const {
-    const int result = row.dataPath.empty() ? mkdir(row.realPath.c_str(), 0755)
-                                            : symlink(row.dataPath.c_str(), row.realPath.c_str());
+    const int result =
+        row.dataPath.empty() ? mkdir(row.realPath.c_str(), 0755) : symlink(row.dataPath.c_str(), row.realPath.c_str());
     if (result != 0 && errno != EEXIST) {
         throw FrontError("attach failed - " + errorText(errno) + " (" + row.realPath + ")");
     }

@@ -46,7 +46,8 @@ std::string tableText(const std::vector<AttachedRow>& rows) {
     constexpr std::size_t kContentWidth = 31;
     std::string text;
     for (const AttachedRow& row : rows) {
-        text += padded(row.device, kDeviceWidth) + "\t" + padded(row.content, kContentWidth) + "\t" + row.shownPath + "\n";
+        text +=
+            padded(row.device, kDeviceWidth) + "\t" + padded(row.content, kContentWidth) + "\t" + row.shownPath + "\n";
     }
     return text;
 }
@@ -63,8 +64,8 @@ std::vector<MountEntry> parseMountInfo(std::string_view text) {
         }
         const auto dash = std::find(fields.begin() + kFirstOptionalField, fields.end(), "-");
         if (dash != fields.end() && dash + 1 != fields.end()) {
-            entries.push_back({std::string(fields[kDeviceField]), withoutEscapes(fields[kPathField]),
-                               withoutEscapes(*(dash + 1))});
+            entries.push_back(
+                {std::string(fields[kDeviceField]), withoutEscapes(fields[kPathField]), withoutEscapes(*(dash + 1))});
         }
     }
     return entries;

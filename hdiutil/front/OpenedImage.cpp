@@ -38,8 +38,8 @@ public:
 
     void findAll() {
         const PartitionMap map = readPartitionMap(*disk_);
-        const bool listsWholeDisk = std::any_of(map.partitions.begin(), map.partitions.end(),
-                                                [](const Partition& p) { return p.number == 0; });
+        const bool listsWholeDisk =
+            std::any_of(map.partitions.begin(), map.partitions.end(), [](const Partition& p) { return p.number == 0; });
         if (!listsWholeDisk && !map.scheme.empty()) {
             opened_.slots.push_back({"", map.scheme, nullptr});
         }
@@ -65,7 +65,8 @@ private:
     void note(const Partition& partition, const ImageError& error) {
         // The platform puts an EFI partition that nothing can read into every disk it makes: not worth a line.
         if (partition.content != "EFI") {
-            opened_.warnings += "hdiutil: warning: partition " + std::to_string(partition.number) + " - " + error.what() + "\n";
+            opened_.warnings +=
+                "hdiutil: warning: partition " + std::to_string(partition.number) + " - " + error.what() + "\n";
         }
         const bool betterReason = !firstError_ || firstError_->kind() == ImageError::Kind::kUnsupported;
         if (betterReason) {

@@ -14,8 +14,8 @@ namespace hdi {
 
 // One line of the future table: a partition, or a further volume of one, with what is to be mounted.
 struct ImageSlot {
-    std::string suffix;  // of the device: "", "s1", "s2s3"
-    std::string content; // "Apple_HFS"
+    std::string suffix;             // of the device: "", "s1", "s2s3"
+    std::string content;            // "Apple_HFS"
     std::unique_ptr<Volume> volume; // absent when nothing is mounted
 };
 

@@ -43,8 +43,8 @@ std::string infoText(const std::vector<AttachRecord>& records) {
         text += "================================================\n";
         text += "image-path      : " + record.imagePath + "\n";
         text += "writeable       : FALSE\n";
-        text += std::string("method          : ") +
-                (record.method == AttachMethod::kFuse ? "fuse" : "extracted") + (record.complete ? "" : " (attaching)") + "\n";
+        text += std::string("method          : ") + (record.method == AttachMethod::kFuse ? "fuse" : "extracted") +
+                (record.complete ? "" : " (attaching)") + "\n";
         text += "process ID      : " + std::to_string(record.process.pid) + "\n";
         text += record.damage.empty() ? "" : "damage          : " + record.damage + "\n";
         text += tableText(record.rows);

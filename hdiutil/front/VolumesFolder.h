@@ -26,7 +26,7 @@ private:
 // What was chosen, before anything is created. Pure but for lstat of the runtime folder.
 struct VolumesFolderChoice {
     std::string path;
-    mode_t mode = 0700;       // to create it with
+    mode_t mode = 0700;        // to create it with
     bool mustBePrivate = true; // owner and mode are checked
 };
 VolumesFolderChoice chooseVolumesFolder(const char* systemRoot, const char* runtimeFolder, uid_t user);

@@ -47,9 +47,10 @@ TEST_P(Detach, EndsTheDaemon) {
 }
 
 TEST_P(Detach, TakesEveryNameOfTheVolume) {
-    for (const std::string& target : {std::string("/Volumes/Transmission"), std::string("/Volumes/Transmission/"), folder(),
-                                      folder() + "/", base() + "/root/../root/Volumes/Transmission", std::string("disk2"),
-                                      std::string("/dev/disk2"), std::string("disk2s1"), std::string("/dev/disk2s1")}) {
+    for (const std::string& target :
+         {std::string("/Volumes/Transmission"), std::string("/Volumes/Transmission/"), folder(), folder() + "/",
+          base() + "/root/../root/Volumes/Transmission", std::string("disk2"), std::string("/dev/disk2"),
+          std::string("disk2s1"), std::string("/dev/disk2s1")}) {
         const std::string path = base() + "/image.dmg";
         fs::copy_file(image("hfsplus-gpt-zlib-stub-app.dmg"), path, fs::copy_options::overwrite_existing);
         ASSERT_EQ(mount({"mount", path}).status, 0);
@@ -105,8 +106,8 @@ TEST_P(Detach, UnmountTakesOneVolumeByItsDevice) {
 }
 
 TEST_P(Detach, FailsForWhatIsNotAttached) {
-    for (const std::string& target : {std::string("/Volumes/Nothing"), std::string("disk7"), std::string("/dev/disk2s9"),
-                                      base(), std::string("/")}) {
+    for (const std::string& target : {std::string("/Volumes/Nothing"), std::string("disk7"),
+                                      std::string("/dev/disk2s9"), base(), std::string("/")}) {
         const Outcome outcome = hdiutil({"detach", target});
         EXPECT_EQ(outcome.status, 1) << target;
         EXPECT_EQ(outcome.err, "hdiutil: detach failed - No such file or directory\n");
@@ -137,7 +138,8 @@ TEST_P(Detach, MountsAnewAfterARestartUnderTheSameName) {
     }
     old.boot = "01234567-89ab-cdef-0123-456789abcdef";
     std::ofstream(recordPath(), std::ios::trunc) << serialize(old);
-    EXPECT_THAT(mount({"mount", base() + "/hfsplus-gpt-zlib-stub-app.dmg"}).out, HasSubstr("\t/Volumes/Transmission\n"));
+    EXPECT_THAT(mount({"mount", base() + "/hfsplus-gpt-zlib-stub-app.dmg"}).out,
+                HasSubstr("\t/Volumes/Transmission\n"));
     EXPECT_TRUE(fs::exists(folder() + "/Transmission.app"));
 }
 

@@ -123,8 +123,8 @@ Words withoutFuse(const Words& words) {
     const std::string file = std::string(std::getenv("TMPDIR")) + "/../no-fuse";
     const std::ofstream made(file);
     Words all = isRoot() ? Words{"unshare", "-m"} : Words{"unshare", "-Urm"};
-    const Words rest = {"--propagation", "slave", "sh", "-c",
-                        "mount --bind " + shellWord(file) + " /dev/fuse && exec \"$@\"", "sh"};
+    const Words rest = {
+        "--propagation", "slave", "sh", "-c", "mount --bind " + shellWord(file) + " /dev/fuse && exec \"$@\"", "sh"};
     all.insert(all.end(), rest.begin(), rest.end());
     all.insert(all.end(), words.begin(), words.end());
     return all;

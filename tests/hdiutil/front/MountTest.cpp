@@ -16,9 +16,10 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using namespace std::string_literals;
 
-constexpr const char* kLicenceTable = "/dev/disk2          \tApple_partition_scheme         \t\n"
-                                      "/dev/disk2s1        \tApple_partition_map            \t\n"
-                                      "/dev/disk2s2        \tApple_HFS                      \t/Volumes/Sparkle Test App\n";
+constexpr const char* kLicenceTable =
+    "/dev/disk2          \tApple_partition_scheme         \t\n"
+    "/dev/disk2s1        \tApple_partition_map            \t\n"
+    "/dev/disk2s2        \tApple_HFS                      \t/Volumes/Sparkle Test App\n";
 
 class Mount : public BothWays {};
 INSTANTIATE_TEST_SUITE_P(Both, Mount, testing::Values(Way::kFuse, Way::kExtracted), nameOfWay);
@@ -115,7 +116,8 @@ TEST_P(Mount, AttachesOneImageOnceWhenStartedFourTimesAtOnce) {
 
 TEST_P(Mount, UsesTheWantedMountPoint) {
     fs::create_directories(base() + "/my place");
-    const Outcome outcome = mount({"attach", "-mountpoint", base() + "/my place", copyOf("hfsplus-gpt-zlib-stub-app.dmg")});
+    const Outcome outcome =
+        mount({"attach", "-mountpoint", base() + "/my place", copyOf("hfsplus-gpt-zlib-stub-app.dmg")});
     EXPECT_THAT(outcome.out, HasSubstr("\t" + base() + "/my place\n"));
     EXPECT_TRUE(fs::exists(base() + "/my place/Transmission.app"));
     EXPECT_EQ(hdiutil({"detach", base() + "/my place"}).status, 0);

@@ -16,9 +16,7 @@ class UnmountScript : public FrontWorld {
 protected:
     static Outcome run(const std::string& volume) { return runProgram({"/bin/sh", UNMOUNT_SCRIPT, volume}); }
 
-    void mountApp() {
-        ASSERT_EQ(hdiutil({"mount", copyOf("hfsplus-gpt-zlib-stub-app.dmg")}).status, 0);
-    }
+    void mountApp() { ASSERT_EQ(hdiutil({"mount", copyOf("hfsplus-gpt-zlib-stub-app.dmg")}).status, 0); }
 
     // A tool that only notes how it was called.
     void makeTool(const std::string& path) const {

@@ -7,8 +7,8 @@
 #include <fstream>
 
 // The same life of an image in every situation that a user may be in: root or not, with /dev/fuse, without it, or with
-// one that may not be opened, and inside a user namespace. Each runs in a mount namespace of its own, where /dev/fuse is
-// a node or a file made for the purpose.
+// one that may not be opened, and inside a user namespace. Each runs in a mount namespace of its own, where /dev/fuse
+// is a node or a file made for the purpose.
 namespace hdi::test {
 namespace {
 
@@ -107,7 +107,9 @@ TEST_P(InWorld, AnswersBusyAndThenDetaches) {
                                 "exec 9<&-\n"
                                 "cd root/Volumes/Transmission/Transmission.app\n"
                                 "$H detach disk2 || echo status $?\n"
-                                "cd " + base() + "\n"
+                                "cd " +
+                                base() +
+                                "\n"
                                 "$H detach disk2\n");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "status 16\nstatus 16\n\"disk2\" ejected.\n");
@@ -120,7 +122,8 @@ TEST_P(InWorld, IsForcedToDetach) {
     const Outcome outcome = run("$H mount image.dmg >out/table\n"
                                 "cd root/Volumes/Transmission/Transmission.app\n"
                                 "$H detach -force disk2\n"
-                                "ls -A " + volumes() + " " + temporary() + "\n");
+                                "ls -A " +
+                                volumes() + " " + temporary() + "\n");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "\"disk2\" ejected.\n" + volumes() + ":\n\n" + temporary() + ":\n");
 }

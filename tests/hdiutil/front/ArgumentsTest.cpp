@@ -1,0 +1,104 @@
+#include "hdiutil/front/Arguments.h"
+
+#include <gmock/gmock.h>
+
+namespace hdi {
+namespace {
+
+using testing::HasSubstr;
+
+TEST(Arguments, AttachAndMountAreOne) {
+    for (const char* word : {"attach", "mount"}) {
+        const Arguments arguments = parseArguments({word, "image.dmg"});
+        EXPECT_EQ(arguments.verb, Verb::kAttach);
+        EXPECT_EQ(arguments.operand, "image.dmg");
+        EXPECT_TRUE(arguments.verify);
+        EXPECT_EQ(arguments.mountPoint, std::nullopt);
+    }
+}
+
+TEST(Arguments, OptionsMayStandOnBothSidesOfTheImage) {
+    const Arguments arguments = parseArguments(
+        {"attach", "-noverify", "-mountpoint", "/a b", "image.dmg", "-quiet", "-plist", "-readonly", "-nobrowse"});
+    EXPECT_EQ(arguments.operand, "image.dmg");
+    EXPECT_EQ(arguments.mountPoint, "/a b");
+    EXPECT_FALSE(arguments.verify);
+    EXPECT_TRUE(arguments.quiet);
+    EXPECT_TRUE(arguments.plist);
+}
+
+TEST(Arguments, DetachAndEjectAreOne) {
+    for (const char* word : {"detach", "eject"}) {
+        const Arguments arguments = parseArguments({word, "-force", "/Volumes/My Installer"});
+        EXPECT_EQ(arguments.verb, Verb::kDetach);
+        EXPECT_EQ(arguments.operand, "/Volumes/My Installer");
+        EXPECT_TRUE(arguments.force);
+    }
+    EXPECT_EQ(parseArguments({"unmount", "disk2s1"}).verb, Verb::kUnmount);
+}
+
+TEST(Arguments, CreateTakesAllItsOptions) {
+    const Arguments arguments = parseArguments({"create", "-srcfolder", "in", "-volname", "My Vol", "-format", "ULFO",
+                                                "-fs", "HFSX", "-layout", "SPUD", "out.dmg"});
+    EXPECT_EQ(arguments.verb, Verb::kCreate);
+    EXPECT_EQ(arguments.operand, "out.dmg");
+    EXPECT_EQ(arguments.create.sourceFolder, "in");
+    EXPECT_EQ(arguments.create.volumeName, "My Vol");
+    EXPECT_EQ(arguments.create.format, "ULFO");
+    EXPECT_EQ(arguments.create.fileSystem, "HFSX");
+    EXPECT_EQ(arguments.create.layout, "SPUD");
+}
+
+TEST(Arguments, CreateHasDefaults) {
+    const CreateOptions create = parseArguments({"create", "-srcfolder", "in", "-volname", "V", "out.dmg"}).create;
+    EXPECT_EQ(create.format, "UDZO");
+    EXPECT_EQ(create.fileSystem, "HFS+");
+    EXPECT_EQ(create.layout, "GPTSPUD");
+    EXPECT_FALSE(create.replace);
+}
+
+struct Mistake {
+    std::vector<std::string> words;
+    const char* message;
+};
+
+const Mistake kMistakes[] = {
+    {{}, "no verb given"},
+    {{"burn"}, "\"burn\" is not a verb"},
+    {{"mount"}, "mount: no image given"},
+    {{"mount", ""}, "mount: an argument is empty"},
+    {{"mount", "a", "b"}, "mount: \"b\" is one argument too many"},
+    {{"mount", "-verbose", "a"}, "mount: unknown option \"-verbose\""},
+    {{"mount", "a", "-mountpoint"}, "-mountpoint: needs a value"},
+    {{"detach"}, "detach: no device or mount point given"},
+    {{"detach", "-plist", "disk2"}, "detach: unknown option \"-plist\""},
+    {{"info", "a"}, "info: \"a\" is one argument too many"},
+    {{"create", "-volname", "v", "o"}, "create: -srcfolder is missing"},
+    {{"create", "-srcfolder", "s", "o"}, "create: -volname is missing"},
+    {{"create", "-srcfolder", "s", "-volname", "v"}, "create: no image given"},
+    {{"create", "-format", "UDTO"}, "-format: \"UDTO\" is not one of the known values"},
+    {{"create", "-fs", "APFS"}, "-fs: \"APFS\" is not one of the known values"},
+    {{"create", "-layout", "MBR"}, "-layout: \"MBR\" is not one of the known values"},
+};
+
+TEST(Arguments, EachMistakeIsNamed) {
+    for (const Mistake& mistake : kMistakes) {
+        try {
+            parseArguments(mistake.words);
+            FAIL() << mistake.message;
+        } catch (const UsageError& error) {
+            EXPECT_STREQ(error.what(), mistake.message);
+            EXPECT_EQ(error.status(), 64);
+        }
+    }
+}
+
+TEST(Arguments, HelpNamesEveryVerb) {
+    for (const char* verb :
+         {"attach", "mount", "detach", "eject", "unmount", "info", "imageinfo", "verify", "create"}) {
+        EXPECT_THAT(helpText(), HasSubstr(verb));
+    }
+}
+
+} // namespace
+} // namespace hdi
