@@ -137,7 +137,7 @@ TEST_P(InWorld, CleansUpAfterTheDaemonWasKilled) {
                                 "kill -9 $($H info | sed -n 's/^process ID *: //p')\n"
                                 "$H detach /Volumes/Transmission\n"
                                 "ls -A root/Volumes tmp\n"
-                                "grep -c fuse.hdiutil /proc/self/mountinfo || true\n");
+                                "grep -c \"$PWD.*fuse.hdiutil\" /proc/self/mountinfo || true\n");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "\"disk2\" ejected.\nroot/Volumes:\n\ntmp:\n0\n");
 }
