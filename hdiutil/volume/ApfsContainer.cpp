@@ -26,7 +26,7 @@ bool hasSignature(const ByteSource& partition) {
 std::shared_ptr<ApfsContainer> ApfsContainer::open(const ByteSourcePtr& partition) {
     if (!hasSignature(*partition))
         return nullptr;
-    const std::shared_ptr<ApfsContainer> opened(new ApfsContainer);
+    std::shared_ptr<ApfsContainer> opened(new ApfsContainer);
     opened->sourceError_ = std::make_shared<std::exception_ptr>();
     opened->io_ = apfs::makeIoHandle(partition, opened->sourceError_);
     libfsapfs_error_t* error = nullptr;

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t kOpenFiles = 32;
 constexpr std::string_view kCompressionName = "com.apple.decmpfs";
 constexpr std::string_view kResourceForkName = "com.apple.ResourceFork";
-constexpr std::uint64_t kMaxAttributeBytes = 64U * 1024;
+constexpr std::uint64_t kMaxAttributeBytes = 64ULL * 1024;
 
 [[noreturn]] void damaged(const char* what) {
     throw ImageError(ImageError::Kind::kDamaged, what);

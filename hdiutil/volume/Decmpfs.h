@@ -25,7 +25,7 @@ namespace hdi {
 // Pure functions. Facts: Apple's published decmpfs.h (header, magic, type 1), the tables in the documentation of
 // libfshfs and The Sleuth Kit (the other types), and files made by the platform.
 
-inline constexpr std::size_t kDecmpfsBlockBytes = 64U * 1024;
+inline constexpr std::size_t kDecmpfsBlockBytes = 64ULL * 1024;
 
 struct DecmpfsHeader {
     std::uint32_t type = 0;

@@ -50,6 +50,29 @@ void visitNode(std::span<const std::byte> node, std::uint64_t nodeOffset,
     }
 }
 
+// Notices a chain that goes in a circle, whatever its length, soon after it has come round once, and without keeping
+// its members: it remembers one of them, and a later one each time as many as before have passed.
+//
+// Facts: R. P. Brent, "An improved Monte Carlo factorization algorithm", 1980.
+class CircleGuard {
+public:
+    bool comesAgain(std::uint32_t member) {
+        if (member == remembered_)
+            return true;
+        if (++passed_ == limit_) {
+            remembered_ = member;
+            limit_ *= 2;
+            passed_ = 0;
+        }
+        return false;
+    }
+
+private:
+    std::uint32_t remembered_ = 0; // never a leaf
+    std::uint64_t passed_ = 0;
+    std::uint64_t limit_ = 1;
+};
+
 } // namespace
 
 TreeHeader readTreeHeader(const ByteSource& file) {
@@ -71,11 +94,12 @@ TreeHeader readTreeHeader(const ByteSource& file) {
 void walkLeaves(const ByteSource& file, const TreeHeader& header, const std::function<void(const LeafRecord&)>& visit) {
     const std::uint64_t nodeCount = file.size() / header.nodeSize;
     std::vector<std::byte> node(header.nodeSize);
+    CircleGuard guard;
     std::uint64_t visited = 0;
     for (std::uint32_t number = header.firstLeaf; number != 0; number = be32(node, 0)) {
-        if (number >= nodeCount || ++visited > nodeCount)
+        if (number >= nodeCount || guard.comesAgain(number))
             damaged("a B-tree's chain of leaves leads outside the file or into a circle");
-        if (visited * header.nodeSize > kMaxLeafBytes)
+        if (++visited * header.nodeSize > kMaxLeafBytes)
             throw ImageError(ImageError::Kind::kUnsupported, "the volume's catalog is larger than this program reads");
         const std::uint64_t offset = static_cast<std::uint64_t>(number) * header.nodeSize;
         file.read(offset, node);

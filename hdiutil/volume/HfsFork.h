@@ -24,7 +24,8 @@ class BlockSpace {
 public:
     BlockSpace(ByteSourcePtr volume, std::uint32_t blockSize, std::uint32_t totalBlocks);
 
-    std::uint32_t blockSize() const { return blockSize_; }
+    // In bytes: what the volume claims, but no more than there is.
+    std::uint64_t size() const { return size_; }
 
     // Fills `into` from `offset` of the file made of `runs`, which are in the file's order. Throws kDamaged when they
     // do not reach that far or lie outside the volume.

@@ -26,8 +26,11 @@ std::timespec toTime(std::uint32_t stored) {
     return {static_cast<std::time_t>(stored == 0 ? 0 : static_cast<std::int64_t>(stored) - hfs::kEpochOffset), 0};
 }
 
+// One of the volume's own files. Whatever its extents say, it is not larger than the volume.
 hfs::ForkSource openFork(const hfs::BlockSpace& space, const hfs::Fork& fork, const hfs::OverflowExtents& overflow,
                          std::uint32_t id) {
+    if (fork.logicalSize > space.size())
+        damaged("one of the volume's own files is larger than the volume");
     return {space, hfs::collectRuns(fork, overflow, id, 0), fork.logicalSize};
 }
 
