@@ -4,14 +4,34 @@
 
 #include <utility>
 
+namespace {
+
+constexpr std::int64_t kWorthACall = 512 * 1024;
+constexpr auto kLongWithoutACall = std::chrono::milliseconds(50);
+
+} // namespace
+
 void DownloadProgress::add(std::int64_t bytes, std::int64_t expected) {
     const std::lock_guard lock(mutex_);
     chunk_ += bytes;
     total_ += bytes;
     expected_ = expected;
-    if (std::exchange(pending_, true))
+    const auto now = std::chrono::steady_clock::now();
+    if (chunk_ < kWorthACall && now - lastPost_ < kLongWithoutACall)
         return;
-    MainQueue::async([self = shared_from_this()] { self->deliver(); });
+    lastPost_ = now;
+    post();
+}
+
+void DownloadProgress::flush() {
+    const std::lock_guard lock(mutex_);
+    if (chunk_ > 0)
+        post();
+}
+
+void DownloadProgress::post() {
+    if (!std::exchange(pending_, true))
+        MainQueue::async([self = shared_from_this()] { self->deliver(); });
 }
 
 void DownloadProgress::deliver() {

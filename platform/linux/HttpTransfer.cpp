@@ -5,6 +5,8 @@
 #include "platform/base/HttpRedirect.h"
 #include "platform/base/SuggestedFilename.h"
 
+#include <utility>
+
 HttpTransfer::HttpTransfer(const UrlRequest& request, const TransferLimits& limits, const BodySink& sink)
     : request_(request), limits_(limits), sink_(sink), address_(request.address->text), method_(request.method),
       handle_(makeCurlHandle()), headers_(headerLines(request)),
@@ -38,6 +40,7 @@ void HttpTransfer::connectCallbacks() {
 
 std::optional<TransportError::Code> HttpTransfer::performHop() {
     headIsWhole_ = false;
+    bodyBegan_ = false;
     const CURLcode code = curl_easy_perform(handle_.get());
     // A connection that ends within the head is an empty answer to the library.
     if (code == CURLE_OK)
@@ -67,10 +70,17 @@ std::optional<TransportError::Code> HttpTransfer::goOn(long followed) {
 std::size_t HttpTransfer::takeBody(char* bytes, std::size_t one, std::size_t count, void* self) {
     auto& transfer = *static_cast<HttpTransfer*>(self);
     const std::size_t size = one * count;
-    if (transfer.isRedirect())
+    if (!std::exchange(transfer.bodyBegan_, true))
+        transfer.lookAtHead();
+    if (!transfer.bodyIsWanted_)
         return size;
-    transfer.refusal_ = transfer.sink_({bytes, size}, transfer.expectedLength());
+    transfer.refusal_ = transfer.sink_({bytes, size}, transfer.expectedLength_);
     return transfer.refusal_ ? 0 : size;
+}
+
+void HttpTransfer::lookAtHead() {
+    bodyIsWanted_ = !isRedirect();
+    expectedLength_ = expectedLength();
 }
 
 std::size_t HttpTransfer::takeHeader(char* bytes, std::size_t one, std::size_t count, void* self) {

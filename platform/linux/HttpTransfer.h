@@ -24,6 +24,7 @@ private:
     std::optional<TransportError::Code> goOn(long followed);
     bool isRedirect() const;
     long status() const;
+    void lookAtHead();
     const char* header(const char* name) const;
     std::int64_t expectedLength() const;
     UrlResponse response() const;
@@ -38,5 +39,9 @@ private:
     TransferClock clock_;
     std::int64_t headerBytes_ = 0;
     bool headIsWhole_ = false;
+    // Of the present hop, from its first piece of body on: libcurl is not asked for each piece.
+    bool bodyBegan_ = false;
+    bool bodyIsWanted_ = false;
+    std::int64_t expectedLength_ = -1;
     std::optional<TransportError::Code> refusal_; // of the sink
 };

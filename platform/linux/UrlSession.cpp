@@ -106,6 +106,7 @@ void runDownloadTask(const UrlRequest& request, const UrlSession::DownloadCallba
     }
     const auto progress = std::make_shared<DownloadProgress>(callbacks.didWriteData);
     const TransferResult result = fillFile(request, limits, *file, *progress);
+    progress->flush();
     if (const auto* const error = std::get_if<TransportError>(&result)) {
         file.reset();
         completeOnMainThread(callbacks, *error);

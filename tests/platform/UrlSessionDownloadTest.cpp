@@ -216,16 +216,20 @@ TEST(UrlSessionDownload, FailsWhenTheFileCannotBeWritten) {
 
 TEST(UrlSessionDownload, LeavesNoPartialFileWhenTheProcessEnds) {
     LoopbackServer server;
-    const loopback::Reply reply{.generated = 4 * kMebibyte, .cutAfter = 2 * kMebibyte, .ending = Ending::kStall};
-    server.expect("GET /a", reply);
-    const auto arriving = static_cast<std::int64_t>(2 * kMebibyte - loopback::headOf(reply).size());
+    server.expect("GET /a", {.generated = 4 * kMebibyte, .cutAfter = 2 * kMebibyte, .ending = Ending::kStall});
     std::int64_t arrived = 0;
+    bool complete = false;
     UrlSession::DownloadCallbacks callbacks;
     callbacks.didWriteData = [&](std::int64_t, std::int64_t total, std::int64_t) { arrived = total; };
-    UrlSession::downloadTask(Address::parse(QString::fromStdString(server.address("/a"))), callbacks);
-    ASSERT_TRUE(test::waitFor([&] { return arrived == arriving; }));
+    callbacks.didComplete = [&](const std::optional<TransportError>&) { complete = true; };
+    UrlSession::downloadTask(Address::parse(QString::fromStdString(server.address("/a"))), callbacks,
+                             test::shortIdle());
+    ASSERT_TRUE(test::waitFor([&] { return arrived >= static_cast<std::int64_t>(kMebibyte); }));
     EXPECT_EQ(test::temporaryFiles().size(), 1);
     UrlSession::removePartialDownloads();
+    EXPECT_THAT(test::temporaryFiles(), testing::IsEmpty());
+    EXPECT_FALSE(complete);
+    EXPECT_TRUE(test::waitFor([&] { return complete; }));
     EXPECT_THAT(test::temporaryFiles(), testing::IsEmpty());
 }
 
