@@ -72,7 +72,7 @@ GptPlan planGpt(std::uint64_t sectors) {
 
 Bytes gptTable(const GptPlan& plan, const Guid& type, const Guid& identifier) {
     constexpr std::string_view kName = "disk image";
-    Bytes table(GptPlan::kEntries * GptPlan::kEntrySize);
+    Bytes table(std::size_t{GptPlan::kEntries} * GptPlan::kEntrySize);
     std::copy(type.begin(), type.end(), table.begin());
     std::copy(identifier.begin(), identifier.end(), table.begin() + kGuidSize);
     storeLittle<std::uint64_t>(table, 32, plan.first);

@@ -219,7 +219,7 @@ Stream packFrequencies(const lzfse::Frequencies& frequencies) {
 }
 
 Stream headerBytes(const lzfse::Header& header, std::size_t packedTables) {
-    const auto unused = [](int bits) { return static_cast<std::uint64_t>(bits + 7); };
+    const auto unused = [](int bits) { return static_cast<std::uint64_t>(std::int64_t{bits} + 7); };
     const auto wide = [](auto value) { return static_cast<std::uint64_t>(value); };
     const auto& states = header.literalStates;
     Stream bytes(lzfse::kFixedHeader2);

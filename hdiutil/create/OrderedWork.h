@@ -51,11 +51,10 @@ public:
         if (!slot) {
             std::rethrow_exception(error_);
         }
-        Result result = *std::move(slot);
-        slot.reset();
+        std::optional<Result> result = std::exchange(slot, std::nullopt);
         ++taken_;
         changed_.notify_all();
-        return result;
+        return *std::move(result);
     }
 
 private:

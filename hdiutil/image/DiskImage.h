@@ -12,8 +12,8 @@ namespace hdi {
 
 // How an image is read.
 struct ReadOptions {
-    unsigned threads = 0;                       // that decode ahead; 0: one per core
-    std::size_t cacheBytes = 32U * 1024 * 1024; // of decoded chunks, at most
+    unsigned threads = 0;                                   // that decode ahead; 0: one per core
+    std::size_t cacheBytes = std::size_t{32} * 1024 * 1024; // of decoded chunks, at most
 };
 
 // What `imageinfo` prints of a container.
