@@ -62,6 +62,11 @@ class CheckIncludes(Tree):
         self.put("ui/Color.h", '#pragma once\n#include "platform/x.h"\n')
         self.expect_bad("ui/Color.h:2: ui/Color.h may include nothing of ours, since every folder may include it")
 
+    def test_lets_a_folder_below_have_rules_of_its_own(self):
+        self.put("tools/screens/a.cpp", '#include "ui/x.h"\n')
+        self.put("tools/portal/a.cpp", '#include "ui/x.h"\n')
+        self.expect_bad("tools/portal/a.cpp:1: tools/ may not include ui/x.h")
+
     def test_keeps_the_toolkit_out_of_programs_that_must_start_quickly(self):
         self.put("tools/standins/a.cpp", "#include <QString>\n")
         self.put("hdiutil/image/a.h", "#include <QtCore/QFile>\n")
