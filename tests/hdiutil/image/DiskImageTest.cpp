@@ -152,13 +152,18 @@ TEST(DiskImage, FindsEachWrongChecksum) {
 TEST(DiskImage, FindsEveryChangedByteOfTheData) {
     const MixedImage mixed;
     const Bytes good = mixed.bytes();
+    int found = 0;
     std::mt19937_64 random(7);
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 200; ++i) {
         Bytes bad = good;
         bad[mixed.image.before.size() + random() % mixed.image.data.size()] ^= std::byte{0x10};
         EXPECT_EQ(errorOf([&] { opened(bad)->verifyDataFork(); }), ImageError::Kind::kDamaged);
-        EXPECT_EQ(errorOf([&] { opened(bad)->verifyTables(nullptr); }), ImageError::Kind::kDamaged);
+        const auto error = errorOf([&] { opened(bad)->verifyTables(nullptr); });
+        // The tables' checksums are about the decoded bytes, and a few stored bits, padding, do not change these.
+        EXPECT_TRUE(error == ImageError::Kind::kDamaged || readAll(*opened(bad)->disk()) == mixed.disk);
+        found += error.has_value() ? 1 : 0;
     }
+    EXPECT_GT(found, 190);
 }
 
 TEST(DiskImage, ReportsADamagedChunkWhenItIsRead) {
