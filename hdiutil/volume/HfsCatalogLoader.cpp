@@ -68,6 +68,10 @@ void CatalogLoader::load(const ByteSource& file, const TreeHeader& header) {
     std::erase_if(catalog_.entries_, [](const Entry& entry) { return entry.parent == kTakenOut; });
     countLinks();
     makeNamesUnique();
+    catalog_.nodes_.shrink_to_fit(); // they stay as long as the volume is mounted
+    catalog_.entries_.shrink_to_fit();
+    catalog_.runs_.shrink_to_fit();
+    catalog_.names_.shrink_to_fit();
 }
 
 void CatalogLoader::add(const CatalogRecord& record) {

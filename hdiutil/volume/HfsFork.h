@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <span>
+#include <tuple>
 #include <vector>
 
 namespace hdi::hfs {
@@ -43,7 +44,9 @@ struct OverflowKey {
     std::uint8_t forkType = 0; // 0: data, 0xFF: resources
     std::uint32_t fileBlock = 0;
 
-    auto operator<=>(const OverflowKey&) const = default;
+    bool operator<(const OverflowKey& other) const {
+        return std::tie(fileId, forkType, fileBlock) < std::tie(other.fileId, other.forkType, other.fileBlock);
+    }
 };
 
 using OverflowExtents = std::map<OverflowKey, ExtentRecord>;

@@ -1,5 +1,4 @@
-#include "hdiutil/image/ImageError.h"
-#include "hdiutil/partition/PartitionMap.h"
+#include "hdiutil/image/ByteOrder.h"
 #include "tests/hdiutil/image/TestBytes.h"
 #include "tests/hdiutil/volume/VolumeTree.h"
 
@@ -12,14 +11,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The HFS+ part of a hybrid image: a filesystem that ends before the image does.
-ByteSourcePtr hfsPart(const std::string& path) {
-    Bytes bytes = readFile(path);
+// The HFS+ part of a hybrid image, without what follows it.
+Bytes hfsPart(const std::string& path) {
+    const Bytes bytes = readFile(path);
     for (std::size_t at = 1024; at + 512 <= bytes.size(); at += 512)
-        if (bytes[at] == std::byte{'H'} && bytes[at + 1] == std::byte{'+'})
-            return inMemory(Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(at - 1024), bytes.end()));
+        if (bytes[at] == std::byte{'H'} && bytes[at + 1] == std::byte{'+'}) {
+            const std::size_t size =
+                std::size_t{loadBig<std::uint32_t>(bytes, at + 40)} * loadBig<std::uint32_t>(bytes, at + 44);
+            const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(at - 1024);
+            return {begin, begin + static_cast<std::ptrdiff_t>(size)};
+        }
     ADD_FAILURE() << "no HFS+ in " << path;
-    return nullptr;
+    return {};
 }
 
 void makeSource(const std::string& folder) {
@@ -44,9 +47,20 @@ TEST_P(XorrisoImage, HasTheTreeOfItsSource) {
     const TemporaryFolder folder;
     makeSource(folder / "source");
     run("cd " + folder / "" + " && " + GetParam() + " 2>&1");
-    const auto volumes = openVolumes(hfsPart(folder / "out.iso"));
+    const auto volumes = openVolumes(inMemory(hfsPart(folder / "out.iso")));
     ASSERT_EQ(volumes.size(), 1U);
     EXPECT_EQ(readTree(*volumes[0]), readFolder(folder / "source"));
+}
+
+// 7-Zip shows a slash, which stands for a colon, as an underscore: that name is left out.
+TEST_P(XorrisoImage, HasTheTreeThat7ZipReads) {
+    const TemporaryFolder folder;
+    makeSource(folder / "source");
+    fs::remove(folder / "source/a:colon");
+    run("cd " + folder / "" + " && " + GetParam() + " 2>&1");
+    const Bytes volume = hfsPart(folder / "out.iso");
+    writeFile(folder / "raw.hfs", volume);
+    EXPECT_EQ(readTree(*openVolumes(inMemory(volume)).at(0)), readWith7z(folder / "raw.hfs", folder / "x"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
