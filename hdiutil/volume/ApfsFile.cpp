@@ -88,8 +88,15 @@ ApfsVolume::OpenFile& ApfsVolume::opened(NodeId node) const {
     file.node = node;
     file.entry.reset(entry);
     file.attributes = readAttributes(entry);
-    if (file.attributes.kind == NodeKind::kFile)
+    if (file.attributes.kind == NodeKind::kFile) {
         openCompressed(file);
+        // Not asked for of a compressed file: the library refuses those whose compression it does not know.
+        size64_t size = 0;
+        if (!file.compression)
+            container_->check(libfsapfs_file_entry_get_size(entry, &size, &error), "an APFS file's size cannot be read",
+                              error);
+        file.attributes.size = file.compression ? file.compression->size : size;
+    }
     files_.push_front(std::move(file));
     if (files_.size() > kOpenFiles)
         files_.pop_back();
@@ -115,11 +122,7 @@ Attributes ApfsVolume::readAttributes(libfsapfs_file_entry_t* entry) const {
     attributes.modified = toTime(modified);
     attributes.changed = toTime(changed);
     attributes.created = toTime(created);
-    if (attributes.kind == NodeKind::kFile) {
-        size64_t size = 0;
-        container_->check(libfsapfs_file_entry_get_size(entry, &size, &error), kWhat, error);
-        attributes.size = size;
-    } else if (attributes.kind == NodeKind::kSymlink) {
+    if (attributes.kind == NodeKind::kSymlink) {
         std::size_t size = 0;
         if (libfsapfs_file_entry_get_utf8_symbolic_link_target_size(entry, &size, nullptr) == 1 && size > 0)
             attributes.size = size - 1;
@@ -135,7 +138,6 @@ void ApfsVolume::openCompressed(OpenFile& file) const {
     file.compression = parseDecmpfsHeader(bytes);
     if (!file.compression)
         return;
-    file.attributes.size = file.compression->size;
     if (isInResourceFork(file.compression->type)) {
         if (auto fork = findAttribute(*container_, file.entry.get(), kResourceForkName))
             file.resourceFork = std::make_shared<AttributeSource>(container_, std::move(fork));

@@ -61,6 +61,7 @@ private:
 
     // All with the mutex held.
     OpenFile& opened(NodeId node) const;
+    // All but a file's size.
     Attributes readAttributes(libfsapfs_file_entry_t* entry) const;
     void openCompressed(OpenFile& file) const;
     std::vector<std::byte> readAttribute(libfsapfs_extended_attribute_t* attribute) const;
