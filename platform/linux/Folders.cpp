@@ -22,7 +22,7 @@ struct Account {
 };
 
 std::optional<Account> accountOfThisUser() {
-    constexpr std::size_t kLargest = 1024 * 1024;
+    constexpr std::size_t kLargest = 1048576;
     for (std::vector<char> buffer(4096); buffer.size() <= kLargest; buffer.resize(buffer.size() * 2)) {
         passwd entry{};
         passwd* found = nullptr;

@@ -13,11 +13,11 @@
 namespace platform {
 namespace {
 
-constexpr qsizetype kLargestFile = 16 * 1024 * 1024;
+constexpr qsizetype kLargestFile = 16777216; // 16 MiB
 
 std::optional<QByteArray> readToEnd(int descriptor) {
     QByteArray contents;
-    std::array<char, 16 * 1024> chunk; // NOLINT: filled by read
+    std::array<char, 16384> chunk; // NOLINT: filled by read
     while (contents.size() <= kLargestFile) {
         const ssize_t count = ::read(descriptor, chunk.data(), chunk.size());
         if (count == 0) {

@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr std::size_t kChunk = 64 * 1024; // what a pipe holds
+constexpr std::size_t kChunk = 65536; // what a pipe holds
 
 // Retries when a signal interrupts. -1 with errno on failure.
 ssize_t readOnce(int descriptor, std::array<char, kChunk>& chunk) {

@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr std::size_t kChunk = 64 * 1024;
+constexpr std::size_t kChunk = 65536;
 
 // Retries when a signal interrupts. -1 with errno on failure.
 ssize_t readOnce(int descriptor, std::array<char, kChunk>& chunk) {

@@ -9,6 +9,7 @@
 #include <QFileInfo>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -76,6 +77,20 @@ TEST(RunningCopies, ListThisProcessOnceHoweverOftenItAsks) {
         ASSERT_EQ(own.size(), 1U);
         EXPECT_EQ(own[0].processIdentifier(), ::getpid());
     }
+}
+
+TEST(RunningCopies, FindEachOtherInAPrivateFolderOfTmpWithoutARuntimeFolder) {
+    const std::string program = putProgram();
+    test::unsetEnvironment("XDG_RUNTIME_DIR");
+    ChildProcess first({program});
+    seenBy(first);
+    ChildProcess second({program});
+    EXPECT_EQ(seenBy(second), Processes({second.process(), first.process()}));
+    const QString folder = QStringLiteral("/tmp/runtime-%1").arg(::geteuid());
+    struct stat status {};
+    ASSERT_EQ(::lstat(QFile::encodeName(folder).constData(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0700U);
+    EXPECT_TRUE(QFile::remove(folder + u'/' + kIdentifier + QStringLiteral(".copies")));
 }
 
 TEST(RunningCopies, AreNotInheritedByChildren) {

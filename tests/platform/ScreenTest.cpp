@@ -1,0 +1,13 @@
+#include "platform/Machine.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <gtest/gtest.h>
+
+TEST(MainScreen, HasItsSizeInPoints) {
+    const QScreen* const screen = QGuiApplication::primaryScreen();
+    ASSERT_NE(screen, nullptr);
+    EXPECT_GT(screen->geometry().width(), 0);
+    EXPECT_EQ(platform::mainScreenSize(), QSizeF(screen->geometry().size()));
+}
