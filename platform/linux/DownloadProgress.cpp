@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr std::int64_t kWorthACall = 512 * 1024;
+constexpr std::int64_t kWorthACall = std::int64_t{512} * 1024;
 constexpr auto kLongWithoutACall = std::chrono::milliseconds(50);
 
 } // namespace
