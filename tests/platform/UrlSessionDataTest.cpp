@@ -1,4 +1,5 @@
 #include "platform/base/PlatformException.h"
+#include "tests/platform/AsNobody.h"
 #include "tests/platform/TransferOutcome.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/TestEnvironment.h"
@@ -206,13 +207,13 @@ TEST(UrlSessionData, SuggestsTheNameOfTheHeaderOfTheLastHop) {
 }
 
 TEST(UrlSessionData, RaisesWhenNoThreadCanBeStarted) {
-    // The superuser is not bound by the limit.
-    if (geteuid() == 0) {
-        ASSERT_EQ(setresuid(65534, 65534, 65534), 0);
-    }
-    const rlimit none{0, 0};
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_NPROC, &usual), 0);
+    const test::AsNobody nobody;
+    const rlimit none{0, usual.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_NPROC, &none), 0);
     const auto start = [] { UrlSession::dataTask(test::getRequest("http://127.0.0.1:1/"), [](auto, auto, auto) {}); };
     EXPECT_THROW(start(), PlatformException);
     EXPECT_THROW(UrlSession::downloadTask(std::nullopt, {}), PlatformException);
+    ASSERT_EQ(setrlimit(RLIMIT_NPROC, &usual), 0);
 }
