@@ -200,6 +200,24 @@ TEST(HfsVolumeWriter, NoticesFilesThatShrinkGrowGoOrAreReplaced) {
     }
 }
 
+TEST(HfsVolumeWriter, HoldsFilesBeyondFourGigabytes) {
+    constexpr std::uint64_t kSize = 5'000'000'000;
+    const TemporaryFolder folder;
+    fs::create_directory(folder / "source");
+    writeFile(folder / "source/huge", bytesOf("begin"));
+    fs::resize_file(folder / "source/huge", kSize); // a hole
+    writeFile(folder / "source/next", bytesOf("behind it"));
+    const auto volume = onlyVolume(createHfsPlus(folder / "source", "V", HfsKind::kPlus));
+    EXPECT_GT(volume->capacity(), kSize);
+    const NodeId huge = nodeAt(*volume, "huge");
+    EXPECT_EQ(volume->attributes(huge).size, kSize);
+    Bytes part(100);
+    EXPECT_EQ(volume->read(huge, kSize - 7, part), 7U);
+    EXPECT_EQ(volume->read(huge, 0, part), 100U);
+    EXPECT_EQ(part[0], std::byte{'b'});
+    EXPECT_EQ(readFile(*volume, nodeAt(*volume, "next")), "behind it");
+}
+
 TEST(HfsVolumeWriter, GivesTheSameBytesHoweverTheyAreAskedFor) {
     const TemporaryFolder folder;
     makeSource(folder / "source");

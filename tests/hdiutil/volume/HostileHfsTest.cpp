@@ -58,8 +58,8 @@ TEST(HostileHfs, HeadersThatCannotBeAreDamage) {
     EXPECT_EQ(openError(changed<std::uint32_t>(good, 1024 + 40, 0)), kDamaged); // block size
     EXPECT_EQ(openError(changed<std::uint32_t>(good, 1024 + 40, 256)), kDamaged);
     EXPECT_EQ(openError(changed<std::uint32_t>(good, 1024 + 40, 513)), kDamaged);
-    EXPECT_EQ(openError(changed<std::uint32_t>(good, 1024 + 44, 0)), kDamaged);                   // no blocks at all
-    EXPECT_EQ(openError(changed<std::uint64_t>(good, 1024 + kCatalog, 0)), kDamaged);             // no catalog
+    EXPECT_EQ(openError(changed<std::uint32_t>(good, 1024 + 44, 0)), kDamaged);              // no blocks at all
+    EXPECT_EQ(openError(changed<std::uint64_t>(good, 1024 + kCatalog, 0)), kDamaged);        // no catalog
     EXPECT_EQ(openError(changed<std::uint32_t>(good, 1024 + kCatalog, 1U << 30)), kDamaged); // larger than the volume
     EXPECT_EQ(openError(changed<std::uint32_t>(good, 1024 + kCatalog + 16, 1U << 30)), kDamaged); // outside
     EXPECT_EQ(openError(changed<std::uint8_t>(good, catalog + 8, 0)), kDamaged);                  // no header node
