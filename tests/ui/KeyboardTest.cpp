@@ -68,8 +68,9 @@ TEST_F(KeyboardTest, PressesAButtonByReturnAndBySpace) {
 TEST_F(KeyboardTest, PressesThePanelsCloseButtonByEscapeWhereOneShows) {
     controller().showGenericError();
     shownWindow();
+    whenTerminated([this] { EXPECT_EQ(posted(), QStringList{u"QUIT_INSTALLATION"_s}); });
     test::pressKey(window(), Qt::Key_Escape);
-    EXPECT_EQ(posted(), QStringList{u"QUIT_INSTALLATION"_s});
+    FAIL() << "it did not quit";
 }
 
 TEST_F(KeyboardTest, DoesNothingByEscapeWhereNoCloseButtonShows) {
@@ -116,6 +117,7 @@ TEST_F(KeyboardTest, QuitsByTheMenusShortcut) {
     interface.window->addSubview(controller().view());
     interface.window->orderFrontRegardless();
     ASSERT_TRUE(QTest::qWaitForWindowActive(interface.window.get()));
+    whenTerminated([this] { EXPECT_EQ(posted(), QStringList{u"QUIT_INSTALLATION"_s}); });
     QTest::keyClick(interface.window->windowHandle(), Qt::Key_Q, Qt::ControlModifier);
-    EXPECT_EQ(posted(), QStringList{u"QUIT_INSTALLATION"_s});
+    FAIL() << "it did not quit";
 }

@@ -1,5 +1,6 @@
 #include "tests/ui/UserInterfaceTest.h"
 
+#include "install/BlockingWait.h"
 #include "platform/Termination.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
@@ -16,13 +17,27 @@
 
 #include <QtTest/QTest>
 
+#include <cstdio>
+#include <cstdlib>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
 const QByteArray kRouteHeader = "Iface\tDestination\tGateway\tFlags\tRefCnt\tUse\tMetric\tMask\n";
 
-void doNotEnd() {}
+void doNotWait(std::chrono::milliseconds) {}
+
+std::function<void()>& expectationsAtEnd() {
+    static std::function<void()> expectations = [] { ADD_FAILURE() << "the program asked to be terminated"; };
+    return expectations;
+}
+
+void endCase() {
+    expectationsAtEnd()();
+    std::fflush(nullptr);
+    std::_Exit(testing::Test::HasFailure() ? 1 : 0);
+}
 
 } // namespace
 
@@ -32,7 +47,8 @@ UserInterfaceTest::UserInterfaceTest() {
     test::writeFile(test::folder() + u"/bin/xdg-open"_s, "#!/bin/sh\necho \"$1\" >> \"$HOME/opened\"\n");
     QFile::setPermissions(test::folder() + u"/bin/xdg-open"_s, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
     test::setEnvironment("PATH", (test::folder() + u"/bin:"_s + qEnvironmentVariable("PATH")).toUtf8());
-    platform::setTerminateFunction(doNotEnd);
+    setBlockingWait(doNotWait);
+    platform::setTerminateFunction(endCase);
     for (const QString& name :
          {kStartInstallation, kQuitInstallation, kShowContactSupportButton, u"ANSWER_YES"_s, u"ANSWER_NO"_s}) {
         NotificationCenter::defaultCenter().addObserver(name, [this](const Notification& notification) {
@@ -64,6 +80,10 @@ Window& UserInterfaceTest::window() {
         window_->setCornerRadius(8.0);
     }
     return *window_;
+}
+
+void UserInterfaceTest::whenTerminated(std::function<void()> expectations) {
+    expectationsAtEnd() = std::move(expectations);
 }
 
 Window& UserInterfaceTest::shownWindow() {

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 
 class QNMainController;
@@ -31,6 +32,10 @@ protected:
     // The names of the notifications of the program's vocabulary that were posted since the fixture was made, each with
     // its object as JSON when it has one.
     const QStringList& posted() const { return posted_; }
+
+    // The process ends where the program would: `expectations` are checked then, and the case is over. Without them an
+    // end is a failure.
+    static void whenTerminated(std::function<void()> expectations);
 
 private:
     QStringList posted_;
