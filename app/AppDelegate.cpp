@@ -30,6 +30,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr double kWindowCornerRadius = 8.0;
+constexpr int kInvalidFileName = 514; // as published in <Foundation/FoundationErrors.h>
 constexpr auto kClear = Color{0.0, 0.0, 0.0, 0.0};
 
 struct Analytics {
@@ -56,6 +57,14 @@ std::optional<QString> textOf(const NotificationObject& object) {
 
 QVariant valueOrNothing(const std::optional<QString>& text) {
     return text ? QVariant(*text) : QVariant();
+}
+
+// The identifier comes from a file that anybody may have edited: only a plain name leads to a folder of our own.
+std::optional<FileManager::Error> removeCache(const QString& cache, const std::optional<QString>& identifier) {
+    const QString name = identifier.value_or(u"(null)"_s);
+    if (name.isEmpty() || name == u"."_s || name == u".."_s || name.contains(u'/'))
+        return FileManager::Error{kInvalidFileName, u"The cache folder’s name is not a plain name."_s, cache};
+    return FileManager::removeItem(cache);
 }
 
 void postCrashInfoDialog(bool withOverlay) {
@@ -104,13 +113,14 @@ void AppDelegate::applicationDidFinishLaunching() {
     const Bundle& bundle = Bundle::mainBundle();
     const QString cache = format("%@/Library/Caches/%@", platform::homeDirectory(), bundle.bundleIdentifier());
     QNLogger::debug(format("Removing app cache from %@ .", cache), context);
-    if (const std::optional<FileManager::Error> error = FileManager::removeItem(cache)) {
+    if (const auto error = removeCache(cache, bundle.bundleIdentifier())) {
         QNLogger::debug(format("Failed to remove app cache from %@ .", cache), context);
         QNLogger::error(format("Error: %@", error->text()), context);
     } else {
         QNLogger::debug(format("Successfully removed app cache from %@ .", cache), context);
     }
-    QNLogger::debug(format("%@ start.", QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s)), context);
+    const std::optional<QString> name = QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s);
+    QNLogger::debug(format("%@ start.", name), context);
     {
         const std::lock_guard lock(analytics().mutex);
         analytics().queue.clear();
@@ -120,6 +130,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     center.addObserver(kChangeAnalyticsUrl,
                        [this](const Notification& notification) { changeAnalyticsUrl(notification); });
     platform::setOpenAddressHandler([this](const QString& address) { getUrl(address); });
+    window_->setWindowTitle(name.value_or(QString())); // for the window list; the window itself has no title bar
     showWindow();
 }
 

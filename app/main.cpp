@@ -4,11 +4,13 @@
 #include "platform/Bundle.h"
 #include "platform/Console.h"
 #include "platform/Display.h"
+#include "platform/EndSignals.h"
 #include "platform/RealPath.h"
-#include "platform/Termination.h"
 #include "platform/base/Format.h"
 #include "platform/base/MainQueue.h"
 #include "platform/base/ProcessArguments.h"
+#include "platform/base/ProcessSetup.h"
+#include "platform/base/Termination.h"
 #include "platform/base/UncaughtException.h"
 #include "ui/PrivatePlugins.h"
 #include "ui/Window.h"
@@ -53,6 +55,7 @@ int run(Application& application) {
 } // namespace
 
 int main(int argc, char** argv) {
+    platform::undoInheritedSettings();
     const QStringList arguments = argumentList(argc, argv);
     const Bundle& bundle = Bundle::mainBundle();
     if (bundle.infoDictionary().isEmpty())
@@ -61,8 +64,9 @@ int main(int argc, char** argv) {
         platform::forwardAddressToRunningCopy(arguments[2]);
         return 0;
     }
-    if (!platform::displayIsAvailable())
-        return unusable("There is no display to show a window on%@", QString());
+    const auto windowSystem = platform::windowSystemPlugin(bundle.path() + u"/Contents/PlugIns"_s);
+    if (!windowSystem)
+        return unusable("There is no display to show a window on, or no plugin for it in %@", bundle.path());
 
     platform::addOwnToolsToPath();
     platform::installTerminateNet();
@@ -70,7 +74,7 @@ int main(int argc, char** argv) {
     setProcessArguments(arguments);
     // The arguments are the program's own; the toolkit must not take any of them for its options.
     int toolkitArgc = 1;
-    std::optional<PrivatePlugins> plugins(std::in_place);
+    std::optional<PrivatePlugins> plugins(std::in_place, *windowSystem);
     Application application(toolkitArgc, argv);
     plugins.reset();
     QGuiApplication::setQuitOnLastWindowClosed(false);

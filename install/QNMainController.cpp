@@ -10,7 +10,7 @@
 #include "logging/QNLogger.h"
 #include "platform/Console.h"
 #include "platform/Folders.h"
-#include "platform/Termination.h"
+#include "platform/base/Termination.h"
 #include "platform/Workspace.h"
 #include "platform/base/FileManager.h"
 #include "platform/base/Format.h"

@@ -1,4 +1,3 @@
-#include "config/QNConfigProvider.h"
 #include "platform/Bundle.h"
 #include "ui/InterfaceFile.h"
 #include "ui/QNMainController.h"
@@ -35,7 +34,6 @@ MainInterface loadMainMenu() {
     window->setContentView(contentView);
     MainInterface interface;
     interface.mainMenu = new MainMenu(quit, window);
-    window->setWindowTitle(QNConfigProvider::getStringFromPlist(QStringLiteral("kAPP_NAME")).value_or(QString()));
     static_cast<void>(root.release());
     interface.window.reset(window);
     return interface;

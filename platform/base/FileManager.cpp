@@ -52,10 +52,11 @@ int removeCode(const std::error_code& error) {
     return error == std::errc::no_such_file_or_directory ? kNoSuchFile : writeCode(error);
 }
 
+// Does not wait for the other end of a pipe that somebody put in a file's place.
 int openRetrying(const fs::path& path, int flags, mode_t mode = 0) {
     int descriptor = -1;
     do
-        descriptor = ::open(path.c_str(), flags | O_CLOEXEC, mode);
+        descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, mode);
     while (descriptor < 0 && errno == EINTR);
     return descriptor;
 }

@@ -1,18 +1,59 @@
 #include "platform/Display.h"
 
+#include <QDir>
+#include <QFile>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 #include <xcb/xcb.h>
 
-#include <cstdlib>
+#include <cstring>
 
 namespace platform {
 
-bool displayIsAvailable() {
-    if (std::getenv("WAYLAND_DISPLAY"))
-        return true;
+namespace {
+
+bool hasPlugin(const QString& folder, const char* pattern) {
+    const QDir platforms(folder + QStringLiteral("/platforms"));
+    return !platforms.entryList({QString::fromLatin1(pattern)}, QDir::Files).isEmpty();
+}
+
+// The socket of the compositor: $WAYLAND_DISPLAY, below the runtime folder unless it is absolute.
+QByteArray waylandSocket() {
+    const QByteArray name = qgetenv("WAYLAND_DISPLAY");
+    return name.isEmpty() || name.startsWith('/') ? name : qgetenv("XDG_RUNTIME_DIR") + '/' + name;
+}
+
+bool waylandAnswers() {
+    const QByteArray path = waylandSocket();
+    sockaddr_un address{};
+    if (path.isEmpty() || static_cast<std::size_t>(path.size()) >= sizeof address.sun_path)
+        return false;
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.constData(), static_cast<std::size_t>(path.size()));
+    const int compositor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool answers = ::connect(compositor, reinterpret_cast<const sockaddr*>(&address), sizeof address) ==
+                         0; // NOLINT: the API's way
+    ::close(compositor);
+    return answers;
+}
+
+bool xServerAnswers() {
     xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
     const bool answers = xcb_connection_has_error(connection) == 0;
     xcb_disconnect(connection);
     return answers;
+}
+
+} // namespace
+
+std::optional<QByteArray> windowSystemPlugin(const QString& pluginsFolder) {
+    if (hasPlugin(pluginsFolder, "libqwayland-*.so") && waylandAnswers())
+        return "wayland";
+    if (hasPlugin(pluginsFolder, "libqxcb.so") && xServerAnswers())
+        return "xcb";
+    return std::nullopt;
 }
 
 } // namespace platform

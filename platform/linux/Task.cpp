@@ -20,7 +20,8 @@
 
 namespace {
 
-constexpr std::size_t kChunk = 65536; // what a pipe holds
+constexpr std::size_t kChunk = 64 * 1024; // what a pipe holds
+constexpr int kUnknownStatus = -1;
 
 // Retries when a signal interrupts. -1 with errno on failure.
 ssize_t readOnce(int descriptor, std::array<char, kChunk>& chunk) {
@@ -141,7 +142,11 @@ void Task::waitUntilExit() {
         ended = ::waitpid(pid_, &status, 0);
     } while (ended < 0 && errno == EINTR);
     collected_ = true;
-    status_ = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+    // Somebody else collected the child: how it ended is not known, so it does not count as a success.
+    if (ended < 0)
+        status_ = kUnknownStatus;
+    else
+        status_ = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 int Task::terminationStatus() const {

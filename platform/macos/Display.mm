@@ -4,8 +4,8 @@
 
 namespace platform {
 
-bool displayIsAvailable() {
-    return NSScreen.mainScreen != nil;
+std::optional<QByteArray> windowSystemPlugin(const QString&) {
+    return NSScreen.mainScreen ? std::optional<QByteArray>("cocoa") : std::nullopt;
 }
 
 } // namespace platform

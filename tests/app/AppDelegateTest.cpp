@@ -2,7 +2,7 @@
 
 #include "app/exceptionHandler.h"
 #include "platform/Bundle.h"
-#include "platform/Termination.h"
+#include "platform/base/Termination.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "platform/base/UncaughtException.h"

@@ -1,5 +1,6 @@
 #include "tests/e2e/InstallerRun.h"
 
+#include "platform/Folders.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
@@ -169,6 +170,28 @@ void InstallerRun::start(const QStringList& arguments) {
     ASSERT_TRUE(process_.waitForStarted()) << process_.errorString().toStdString();
 }
 
+void InstallerRun::closeStandardStreams() {
+    process_.setChildProcessModifier([] {
+        for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            ::close(descriptor);
+    });
+}
+
+void InstallerRun::blockSignals() {
+    process_.setChildProcessModifier([] {
+        sigset_t all;
+        ::sigfillset(&all);
+        ::sigprocmask(SIG_BLOCK, &all, nullptr);
+        ::signal(SIGCHLD, SIG_IGN);
+    });
+}
+
+void InstallerRun::discard() {
+    process_.kill();
+    process_.waitForFinished();
+    QDir(folder_).removeRecursively();
+}
+
 int InstallerRun::startAnother(const QStringList& arguments) {
     QProcess another;
     another.setProcessEnvironment(environment());
@@ -224,7 +247,7 @@ QString InstallerRun::masked(QString text) const {
         {R"(Content-Length: \d+)", "Content-Length: LENGTH"},
     };
     // The event log masks the login name wherever it stands, in the folder's name too.
-    const QString loginName = qEnvironmentVariable("USER", u"root"_s);
+    const QString loginName = platform::userName();
     text.replace(QString(folder_).replace(loginName, u"****"_s), u"FOLDER"_s);
     text.replace(folder_, u"FOLDER"_s);
     text.replace(u"127.0.0.1:"_s + QString::number(portal_.port()), u"PORTAL"_s);

@@ -48,6 +48,11 @@ public:
     // Runs a further copy of the same bundle to its end; returns its status.
     int startAnother(const QStringList& arguments);
     const QString& anotherConsole() const { return anotherConsole_; }
+    // Before start(): the program finds its standard descriptors closed; the end's signals blocked, SIGCHLD ignored.
+    void closeStandardStreams();
+    void blockSignals();
+    // Ends the process and deletes the folder, so that a case can have another run.
+    void discard();
     // Before start(): the program's opened files are written to folder() + "/opens".
     void traceOpens() { tracesOpens_ = true; }
     // Replaces the link to the built resources by a copy that may be edited; returns its path.

@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <memory>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -66,8 +68,10 @@ TEST(Launch, WithoutADisplayEndsWithStatusOneAndOneConsoleLine) {
     run.setEnvironment(u"DISPLAY"_s, QString());
     run.start();
     ASSERT_TRUE(run.waitForEnd());
-    EXPECT_EQ(run.account(), u"--- event log\n--- console\n| There is no display to show a window on\n--- requests\n"
-                             "--- opened\n--- installer\n--- mounted at the end\n--- exit status\n1\n"_s);
+    EXPECT_EQ(
+        run.account(),
+        u"--- event log\n--- console\n| There is no display to show a window on, or no plugin "
+        "for it in FOLDER/Product.app\n--- requests\n--- opened\n--- installer\n--- mounted at the end\n--- exit status\n1\n"_s);
 }
 
 TEST(Launch, OfABundleWithoutSettingsEndsWithStatusOneAndOneConsoleLine) {
@@ -116,6 +120,76 @@ TEST(Launch, OfTheAddressHandlerIsNoCopyAndEndsWithStatusZero) {
     ASSERT_TRUE(run.waitForEnd());
     EXPECT_EQ(run.account(), u"--- event log\n--- console\n--- requests\n--- opened\n--- installer\n"
                              "--- mounted at the end\n--- exit status\n0\n"_s);
+}
+
+TEST(Launch, OfABundleThatLacksTheVersionStillEndsWithStatusZero) {
+    // The first event raises, and so does the last one on the way out of the crash.
+    InstallerRun run;
+    run.setInfo(u"CFBundleShortVersionString"_s, QVariant());
+    run.start();
+    ASSERT_TRUE(run.waitForEnd());
+    EXPECT_TRUE(run.account().contains(u"| CRASH REASON: *** -[__NSPlaceholderDictionary "_s));
+    EXPECT_TRUE(run.account().contains(u"| Exception while ending: *** -[__NSPlaceholderDictionary "_s));
+    EXPECT_TRUE(run.account().endsWith(u"--- exit status\n0\n"_s));
+}
+
+TEST(Launch, WithoutTheWindowSystemsPluginEndsWithStatusOneAndOneConsoleLine) {
+    InstallerRun run;
+    QFile::remove(run.folder() + u"/Product.app/Contents/PlugIns"_s);
+    run.start();
+    ASSERT_TRUE(run.waitForEnd());
+    EXPECT_TRUE(
+        run.account().contains(u"--- console\n| There is no display to show a window on, or no plugin for it in "
+                               "FOLDER/Product.app\n---"_s));
+    EXPECT_TRUE(run.account().endsWith(u"--- exit status\n1\n"_s));
+}
+
+TEST(Launch, DoesNotTakeAnotherWindowSystemFromTheEnvironment) {
+    InstallerRun run;
+    run.putSystemFile(u"/proc/net/route"_s, "");
+    run.setEnvironment(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+    run.setEnvironment(u"WAYLAND_DISPLAY"_s, u"nobody-there"_s);
+    run.start();
+    ASSERT_TRUE(run.waitForMessage(u"Show NoInternet screen"_s));
+    EXPECT_FALSE(run.account().contains(u"Qt: "_s)) << run.account().toStdString();
+}
+
+TEST(Launch, KeepsTheCachesOfOthersWhenTheIdentifierIsNoPlainName) {
+    for (const QString& identifier : {u""_s, u".."_s, u"a/../.."_s}) {
+        const auto run = std::make_unique<InstallerRun>();
+        run->putSystemFile(u"/proc/net/route"_s, "");
+        run->setInfo(u"CFBundleIdentifier"_s, identifier);
+        const QString foreign = run->folder() + u"/home/Library/Caches/other/file"_s;
+        test::writeFile(foreign, "x");
+        run->start();
+        ASSERT_TRUE(run->waitForMessage(u"Show NoInternet screen"_s));
+        EXPECT_TRUE(QFile::exists(foreign));
+        EXPECT_TRUE(run->account().contains(u" Failed to remove app cache from FOLDER/home/Library/Caches/"_s +
+                                            identifier + u" ."_s));
+        run->discard();
+    }
+}
+
+TEST(Launch, WithClosedStandardStreamsStillRunsToItsEnd) {
+    InstallerRun run;
+    run.putSystemFile(u"/proc/net/route"_s, "");
+    run.closeStandardStreams();
+    run.start();
+    ASSERT_TRUE(run.waitForMessage(u"Show NoInternet screen"_s));
+    run.askToEnd();
+    ASSERT_TRUE(run.waitForEnd());
+    EXPECT_TRUE(run.account().endsWith(u"--- exit status\n0\n"_s));
+}
+
+TEST(Launch, WithBlockedAndIgnoredSignalsStillEndsInAnOrderlyWay) {
+    InstallerRun run;
+    run.putSystemFile(u"/proc/net/route"_s, "");
+    run.blockSignals();
+    run.start();
+    ASSERT_TRUE(run.waitForMessage(u"Show NoInternet screen"_s));
+    run.askToEnd();
+    ASSERT_TRUE(run.waitForEnd());
+    EXPECT_TRUE(run.account().endsWith(u"--- exit status\n0\n"_s));
 }
 
 TEST(Launch, OpensTheLogTwiceForEachEntry) {

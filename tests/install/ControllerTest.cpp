@@ -2,7 +2,7 @@
 
 #include "config/QNConfig.h"
 #include "install/BlockingWait.h"
-#include "platform/Termination.h"
+#include "platform/base/Termination.h"
 #include "tests/support/TestEnvironment.h"
 #include "ui/QNMainController.h"
 

@@ -1,7 +1,7 @@
 #include "app/AppDelegate.h"
 #include "app/exceptionHandler.h"
 #include "platform/Task.h"
-#include "platform/Termination.h"
+#include "platform/base/Termination.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "platform/base/UncaughtException.h"

@@ -1,4 +1,4 @@
-#include "platform/Termination.h"
+#include "platform/base/Termination.h"
 
 #include "platform/base/MainQueue.h"
 #include "platform/base/UncaughtException.h"

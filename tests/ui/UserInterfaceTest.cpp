@@ -1,7 +1,7 @@
 #include "tests/ui/UserInterfaceTest.h"
 
 #include "install/BlockingWait.h"
-#include "platform/Termination.h"
+#include "platform/base/Termination.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "tests/support/TestEnvironment.h"

@@ -68,8 +68,11 @@ def run_once(options, folder):
     with run_stage.portal(ending) as portal:
         run_stage.make_bundle(portal.addresses["config"], ending)
         process = subprocess.Popen([run_stage.executable], env=run_stage.environment(), stderr=run_stage.console)
-        status = wait_for_end(process, run_stage, ending, options.show)
-    run_stage.detach_volumes()
+        try:
+            status = wait_for_end(process, run_stage, ending, options.show)
+        finally:
+            process.kill()
+            run_stage.detach_volumes()
     seen = account.Seen(run_stage, status)
     print(seen.text())
     missing = ending.missing(seen)

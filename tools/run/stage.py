@@ -73,6 +73,8 @@ class Stage:
             "XDG_RUNTIME_DIR": str(self.folder / "runtime"),
             "QN_SYSTEM_ROOT": str(self.folder / "system"),
             "PATH": f"{self.folder}/bin:{os.environ.get('PATH', '/usr/bin:/bin')}",
+            "no_proxy": "127.0.0.1",
+            "NO_PROXY": "127.0.0.1",
         })
         if self.options.language:
             for name in ("LC_ALL", "LC_MESSAGES", "LANGUAGE"):
