@@ -81,8 +81,8 @@ void addPartitionSeeds(SeedFolder& seeds) {
         const Bytes disk = readAll(*layOut(fuzz::sourceOf(sample(2048)), layout).disk);
         seeds.add(joined({number(0, 1), number(0, 2), disk}));
         if (layout == Layout::kGpt) {
-            const auto cut = disk.end() - 33 * 512;
-            seeds.add(joined({number(8, 1), number(33 * 512, 2), Bytes(cut, disk.end())}));
+            const auto cut = disk.end() - std::size_t{33} * 512;
+            seeds.add(joined({number(8, 1), number(std::size_t{33} * 512, 2), Bytes(cut, disk.end())}));
         }
     }
     Bytes mbr(1024);

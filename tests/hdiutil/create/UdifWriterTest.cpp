@@ -13,7 +13,8 @@ namespace {
 
 // Text, noise and a stretch of zeros that begins and ends within chunks.
 Bytes content() {
-    return prose(1100 * 512, 1) + Bytes(3500 * 512) + noise(555 * 512, 2) + prose(1200 * 512, 3);
+    return prose(std::size_t{1100} * 512, 1) + Bytes(std::size_t{3500} * 512) + noise(std::size_t{555} * 512, 2) +
+           prose(std::size_t{1200} * 512, 3);
 }
 
 struct Case {

@@ -40,16 +40,16 @@ struct MixedImage {
         image.sectorCount = 100;
         image.addTable(0, 40);
         add(RunType::kZlib, packed(UdifFormat::kUdzo, sectors(10, 1)), sectors(10, 1));
-        add(RunType::kZero, {}, Bytes(4 * 512));
+        add(RunType::kZero, {}, Bytes(std::size_t{4} * 512));
         add(RunType::kBzip2, packed(UdifFormat::kUdbz, sectors(10, 2)), sectors(10, 2));
         image.addRun(RunType::kComment, 0, 0);
         add(RunType::kRaw, sectors(16, 3), sectors(16, 3));
         const std::uint32_t first = crc32(disk);
-        disk.resize(50 * 512); // no table
+        disk.resize(std::size_t{50} * 512); // no table
         image.tables.back().checksum = sum(first);
         image.addTable(50, 50);
         add(RunType::kLzma, packed(UdifFormat::kUlmo, sectors(20, 4)), sectors(20, 4));
-        add(RunType::kIgnored, {}, Bytes(5 * 512));
+        add(RunType::kIgnored, {}, Bytes(std::size_t{5} * 512));
         add(RunType::kLzfse, packed(UdifFormat::kUlfo, sectors(25, 5)), sectors(25, 5));
         image.tables.back().checksum = sum(crc32(sectors(20, 4) + sectors(25, 5)));
     }
@@ -172,7 +172,7 @@ TEST(DiskImage, ReportsADamagedChunkWhenItIsRead) {
     const ByteSourcePtr disk = opened(mixed.bytes())->disk();
     Bytes sector(512);
     EXPECT_EQ(errorOf([&] { disk->read(0, sector); }), ImageError::Kind::kDamaged);
-    EXPECT_EQ(errorOf([&] { disk->read(10 * 512, sector); }), std::nullopt);
+    EXPECT_EQ(errorOf([&] { disk->read(std::size_t{10} * 512, sector); }), std::nullopt);
 }
 
 TEST(DiskImage, RefusesChunksThatDecodeToAnotherLength) {
@@ -181,7 +181,7 @@ TEST(DiskImage, RefusesChunksThatDecodeToAnotherLength) {
         image.sectorCount = 10;
         image.addTable(0, 10);
         image.addRun(RunType::kZlib, 0, 10, packed(UdifFormat::kUdzo, sectors(stored, 1)));
-        Bytes into(10 * 512);
+        Bytes into(std::size_t{10} * 512);
         EXPECT_EQ(errorOf([&] { opened(image.bytes())->disk()->read(0, into); }), ImageError::Kind::kDamaged);
     }
 }

@@ -76,8 +76,8 @@ TEST(UdifTable, RefusesRunsOutsideTheirTableOrFile) {
 }
 
 TEST(UdifTable, RefusesRunsWhoseLengthDoesNotFit) {
-    EXPECT_EQ(errorOfRun(run(RunType::kRaw, 100, 8, 0, 8 * 512)), std::nullopt);
-    EXPECT_EQ(errorOfRun(run(RunType::kRaw, 100, 8, 0, 8 * 512 - 1)), kDamaged);
+    EXPECT_EQ(errorOfRun(run(RunType::kRaw, 100, 8, 0, std::size_t{8} * 512)), std::nullopt);
+    EXPECT_EQ(errorOfRun(run(RunType::kRaw, 100, 8, 0, std::size_t{8} * 512 - 1)), kDamaged);
     UdifTable bomb{"t", 0, kMaxSectors, {}, {run(RunType::kZlib, 0, kMaxRunBytes / 512 + 1, 0, 10)}};
     EXPECT_EQ(errorOf([&] { parseUdifTable(udifTableBytes(bomb, 0, 2048), 0, kFile, kMaxSectors); }), kDamaged);
 }

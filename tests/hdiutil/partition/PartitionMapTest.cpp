@@ -10,7 +10,7 @@ namespace hdi::test {
 
 namespace {
 
-constexpr std::size_t kVolume = 100 * 512;
+constexpr std::size_t kVolume = std::size_t{100} * 512;
 
 Bytes laidOut(Layout layout) {
     return readAll(*layOut(inMemory(noise(kVolume, 1)), layout).disk);
@@ -81,19 +81,19 @@ TEST(PartitionMap, RefusesAGptThatIsDamagedTwice) {
 
 TEST(PartitionMap, RefusesAGptOfADiskThatWasCut) {
     Bytes disk = laidOut(Layout::kGpt);
-    disk.resize(100 * 512);
+    disk.resize(std::size_t{100} * 512);
     EXPECT_EQ(errorOfMap(disk), kDamaged);
 }
 
 TEST(PartitionMap, ReadsGptWithLargeSectors) {
     const Bytes small = laidOut(Layout::kGpt);
-    Bytes disk(200 * 4096);
+    Bytes disk(std::size_t{200} * 4096);
     std::copy_n(small.begin() + 512, 512, disk.begin() + 4096);
-    std::copy_n(small.begin() + 1024, 32 * 512, disk.begin() + 8192);
+    std::copy_n(small.begin() + 1024, std::size_t{32} * 512, disk.begin() + 8192);
     const PartitionMap map = mapOf(disk);
     ASSERT_EQ(map.partitions.size(), 1U);
-    EXPECT_EQ(map.partitions[0].offset, 40U * 4096);
-    EXPECT_EQ(map.partitions[0].length, 100U * 4096);
+    EXPECT_EQ(map.partitions[0].offset, std::size_t{40} * 4096);
+    EXPECT_EQ(map.partitions[0].length, std::size_t{100} * 4096);
 }
 
 TEST(PartitionMap, ReadsApm) {
@@ -131,7 +131,7 @@ TEST(PartitionMap, ShowsNoControlCharactersFromApm) {
 }
 
 TEST(PartitionMap, ReadsMbrWithLogicalPartitions) {
-    Bytes disk(1000 * 512);
+    Bytes disk(std::size_t{1000} * 512);
     putMbr(disk, 0, {{0xaf, 10, 20}, {0x00, 0, 0}, {0x0f, 100, 800}, {0x17, 40, 5}});
     putMbr(disk, 100, {{0x0b, 1, 50}, {0x05, 200, 100}});
     putMbr(disk, 300, {{0x83, 2, 60}});
@@ -142,7 +142,7 @@ TEST(PartitionMap, ReadsMbrWithLogicalPartitions) {
 }
 
 TEST(PartitionMap, RefusesMbrChainsThatNeverEnd) {
-    Bytes disk(1000 * 512);
+    Bytes disk(std::size_t{1000} * 512);
     putMbr(disk, 0, {{0x0f, 100, 800}});
     putMbr(disk, 100, {{0x0b, 1, 50}, {0x05, 0, 100}});
     EXPECT_EQ(errorOfMap(disk), kDamaged);
@@ -155,14 +155,14 @@ TEST(PartitionMap, NamesTheKindsOfMbrPartitions) {
         {0x01, "DOS_FAT_12"}, {0x06, "DOS_FAT_16"}, {0x07, "Windows_NTFS"}, {0x0c, "DOS_FAT_32"},
         {0x82, "Linux_Swap"}, {0xab, "Apple_Boot"}, {0xef, "EFI"},          {0x42, "0x42"}};
     for (const auto& [type, content] : kinds) {
-        Bytes disk(100 * 512);
+        Bytes disk(std::size_t{100} * 512);
         putMbr(disk, 0, {{type, 1, 1}});
         EXPECT_EQ(mapOf(disk).partitions.at(0).content, content);
     }
 }
 
 TEST(PartitionMap, RefusesPartitionsBeyondTheDisk) {
-    Bytes disk(100 * 512);
+    Bytes disk(std::size_t{100} * 512);
     putMbr(disk, 0, {{0xaf, 10, 91}});
     EXPECT_EQ(errorOfMap(disk), kDamaged);
     Bytes apm = laidOut(Layout::kApm);
