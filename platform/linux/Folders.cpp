@@ -49,7 +49,7 @@ QString folderForTemporaryFiles() {
 } // namespace
 
 QString homeDirectory() {
-    const QString home = qEnvironmentVariable("HOME");
+    QString home = qEnvironmentVariable("HOME");
     if (home.startsWith(u'/')) {
         return home;
     }

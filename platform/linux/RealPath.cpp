@@ -61,7 +61,7 @@ QString realPath(const QString& plain) {
     if (const auto root = systemRootOfEnvironment(); root && exists(*root + plain)) {
         return *root + plain;
     }
-    if (const QString own = systemRootOfBundle() + plain; exists(own)) {
+    if (QString own = systemRootOfBundle() + plain; exists(own)) {
         return own;
     }
     if (isBelowVolumes(plain)) {
