@@ -1,0 +1,139 @@
+#include <xcb/xcb.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+// From exec to the first painted frame: the time until the display's own pixel, in a place that both windows paint
+// white, is white. The bundle's program takes turns with a minimal one of the same window size.
+//
+// usage: start_bench BUNDLE MINIMAL-PROGRAM [RUNS]      on an X display of its own, without a compositor
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+namespace fs = std::filesystem;
+
+constexpr std::int16_t kX = 640;
+constexpr std::int16_t kY = 150;
+constexpr std::uint32_t kWhite = 0xffffff;
+
+struct FreeReply {
+    void operator()(void* reply) const { std::free(reply); }
+};
+
+// The colour of the place, absent bits cleared.
+std::uint32_t pixel(xcb_connection_t* connection, xcb_window_t root) {
+    const auto cookie = xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, root, kX, kY, 1, 1, ~0U);
+    const std::unique_ptr<xcb_get_image_reply_t, FreeReply> reply(xcb_get_image_reply(connection, cookie, nullptr));
+    if (!reply)
+        return 0;
+    const std::uint8_t* const data = xcb_get_image_data(reply.get());
+    return static_cast<std::uint32_t>(data[0] | data[1] << 8 | data[2] << 16);
+}
+
+// Milliseconds. `elapsed` is below zero when nothing was painted within the limit; `processor` is the time that the
+// program and what it ran had of the processors, which is steadier where much else runs.
+struct Times {
+    double elapsed = -1.0;
+    double processor = 0.0;
+};
+
+double milliseconds(const timeval& time) {
+    return static_cast<double>(time.tv_sec) * 1000.0 + static_cast<double>(time.tv_usec) / 1000.0;
+}
+
+Times timesOf(const std::string& program, xcb_connection_t* connection, xcb_window_t root) {
+    std::vector<char*> arguments{const_cast<char*>(program.c_str()), nullptr};
+    const Clock::time_point start = Clock::now();
+    pid_t child = 0;
+    if (posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments.data(), environ) != 0)
+        return {};
+    Times times;
+    while (Clock::now() - start < std::chrono::seconds(20)) {
+        if (pixel(connection, root) == kWhite) {
+            times.elapsed = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+            break;
+        }
+    }
+    kill(child, SIGKILL);
+    rusage usage{};
+    wait4(child, nullptr, 0, &usage);
+    times.processor = milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
+    while (pixel(connection, root) == kWhite) {
+    }
+    return times;
+}
+
+double median(const std::vector<Times>& times, double Times::*member) {
+    std::vector<double> values;
+    for (const Times& each : times)
+        values.push_back(each.*member);
+    std::ranges::sort(values);
+    return values[values.size() / 2];
+}
+
+bool allPainted(const std::vector<Times>& times) {
+    return std::ranges::all_of(times, [](const Times& each) { return each.elapsed > 0.0; });
+}
+
+void report(const char* what, const std::vector<Times>& ours, const std::vector<Times>& minimal,
+            double Times::*member) {
+    const double first = median(ours, member);
+    const double second = median(minimal, member);
+    std::printf("%-15s ours %6.1f ms, minimal %6.1f ms, ratio %.2f\n", what, first, second, first / second);
+}
+
+// A home of its own, on a machine without a network: the program shows its first screen and asks no server.
+void makeSurroundings(const fs::path& folder) {
+    fs::create_directories(folder / "home");
+    fs::create_directories(folder / "root/proc/net");
+    fs::permissions(folder, fs::perms::owner_all);
+    std::ofstream(folder / "root/proc/net/route") << "Iface\tDestination\tGateway\tFlags\n";
+    std::ofstream(folder / "root/proc/net/ipv6_route").flush();
+    setenv("HOME", (folder / "home").c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", folder.c_str(), 1);
+    setenv("QN_SYSTEM_ROOT", (folder / "root").c_str(), 1);
+    setenv("QT_QPA_PLATFORM", "xcb", 1);
+    static_cast<void>(std::freopen("/dev/null", "w", stderr));
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 3) {
+        std::fputs("usage: start_bench BUNDLE MINIMAL-PROGRAM [RUNS]\n", stderr);
+        return 2;
+    }
+    const int runs = argc > 3 ? std::atoi(argv[3]) : 21;
+    std::string pattern = (fs::temp_directory_path() / "start-XXXXXX").string();
+    const fs::path folder = mkdtemp(pattern.data());
+    makeSurroundings(folder);
+    xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+    const std::string ours = std::string(argv[1]) + "/Contents/MacOS/QNInstaller";
+    std::vector<Times> oursTimes;
+    std::vector<Times> minimalTimes;
+    for (int run = 0; run < runs; ++run) {
+        oursTimes.push_back(timesOf(ours, connection, root));
+        minimalTimes.push_back(timesOf(argv[2], connection, root));
+    }
+    xcb_disconnect(connection);
+    fs::remove_all(folder);
+    report("wall clock", oursTimes, minimalTimes, &Times::elapsed);
+    report("processor time", oursTimes, minimalTimes, &Times::processor);
+    return allPainted(oursTimes) && allPainted(minimalTimes) ? 0 : 1;
+}
