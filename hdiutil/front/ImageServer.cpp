@@ -115,20 +115,26 @@ void ImageServer::startAll() {
         if (row.isMounted() && !mountAnswers(row.realPath)) {
             throw FrontError("attach failed - the mounted volume does not answer");
         }
-        if (row.isMounted()) {
-            widenReadAhead(row.realPath);
-        }
     }
 }
 
 void ImageServer::serve(bool received) {
     if (received) {
+        widenAll(); // takes milliseconds, so nobody waits for it
         if (prepared_.checkBeside) {
             std::thread([this] { checkBeside(); }).detach(); // the process ends without waiting for it
         }
         waitForEnd();
     }
     takeBack();
+}
+
+void ImageServer::widenAll() {
+    for (const AttachedRow& row : record_.rows) {
+        if (row.isMounted()) {
+            widenReadAhead(row.realPath);
+        }
+    }
 }
 
 void ImageServer::waitForEnd() {

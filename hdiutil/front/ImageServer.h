@@ -33,6 +33,7 @@ private:
     DaemonReport attachOrThrow();
     bool mountAll();
     void startAll();
+    void widenAll();
     void checkBeside();
     void noteDamage(const std::string& damage);
     void waitForEnd();
