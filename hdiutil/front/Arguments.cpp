@@ -134,6 +134,10 @@ void takeOperand(Arguments& arguments, const std::string& verb, const std::strin
     arguments.operand = word;
 }
 
+[[noreturn]] void failAtOption(const std::string& verb, const std::string& word) {
+    throw UsageError(verb + ": unknown option \"" + word + "\"");
+}
+
 } // namespace
 
 Arguments parseArguments(const std::vector<std::string>& words) {
@@ -151,7 +155,7 @@ Arguments parseArguments(const std::vector<std::string>& words) {
         if (handler != handlers.end()) {
             handler->second(arguments, rest);
         } else if (word.size() > 1 && word.front() == '-') {
-            throw UsageError(verb + ": unknown option \"" + word + "\"");
+            failAtOption(verb, word);
         } else {
             takeOperand(arguments, verb, word);
         }
