@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QTimer>
 #include <QXmlStreamWriter>
 
 #include <gtest/gtest.h>
@@ -185,10 +186,12 @@ QStringList consoleLinesOf(const std::function<void()>& body) {
 
 bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
+    QTimer tick; // so that a condition without an event of its own is looked at too
+    tick.start(std::chrono::milliseconds(5));
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline)
             return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
     }
     return true;
 }
