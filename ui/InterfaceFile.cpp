@@ -66,6 +66,19 @@ private:
     QString unknownClass_;
 };
 
+// While it lives the toolkit says nothing on the console: what the loader has to say it also returns, and a bundle that
+// cannot be used is told of in one line.
+class SilentToolkit {
+public:
+    SilentToolkit() : before_(qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {})) {}
+    ~SilentToolkit() { qInstallMessageHandler(before_); }
+    SilentToolkit(const SilentToolkit&) = delete;
+    SilentToolkit& operator=(const SilentToolkit&) = delete;
+
+private:
+    QtMessageHandler before_;
+};
+
 PlatformException unusable(const QString& name, const QString& why) {
     return PlatformException::invalidArgument(QStringLiteral("Interface file \"%1\": %2").arg(name, why));
 }
@@ -81,6 +94,7 @@ std::unique_ptr<QWidget> loadInterfaceFile(const QString& name) {
     QBuffer buffer(&*bytes);
     buffer.open(QIODevice::ReadOnly);
     Loader loader;
+    const SilentToolkit silent;
     std::unique_ptr<QWidget> root(loader.load(&buffer));
     if (!loader.unknownClass().isEmpty())
         throw unusable(name, QStringLiteral("unknown class ") + loader.unknownClass());

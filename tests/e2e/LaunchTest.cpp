@@ -144,6 +144,21 @@ TEST(Launch, WithoutTheWindowSystemsPluginEndsWithStatusOneAndOneConsoleLine) {
     EXPECT_TRUE(run.account().endsWith(u"--- exit status\n1\n"_s));
 }
 
+TEST(Launch, WithABrokenMainMenuEndsWithStatusOneAndOneConsoleLine) {
+    for (const QByteArray& contents : {QByteArray("no XML"), QByteArray("<ui version=\"4.0\"></ui>"), QByteArray()}) {
+        InstallerRun run;
+        test::writeFile(run.ownResources() + u"/Base.lproj/MainMenu.ui"_s, contents);
+        run.start();
+        ASSERT_TRUE(run.waitForEnd());
+        const QString account = run.account();
+        EXPECT_TRUE(
+            account.startsWith(u"--- event log\n--- console\n| The interface file MainMenu.ui cannot be used: "_s));
+        EXPECT_EQ(account.count(u"| "_s), 1) << account.toStdString();
+        EXPECT_TRUE(account.endsWith(u"--- exit status\n1\n"_s));
+        run.discard();
+    }
+}
+
 TEST(Launch, DoesNotTakeAnotherWindowSystemFromTheEnvironment) {
     InstallerRun run;
     run.putSystemFile(u"/proc/net/route"_s, "");
