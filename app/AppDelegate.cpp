@@ -55,10 +55,6 @@ std::optional<QString> textOf(const NotificationObject& object) {
     return text ? std::optional(*text) : std::nullopt;
 }
 
-QVariant valueOrNothing(const std::optional<QString>& text) {
-    return text ? QVariant(*text) : QVariant();
-}
-
 // The identifier comes from a file that anybody may have edited: only a plain name leads to a folder of our own.
 std::optional<FileManager::Error> removeCache(const QString& cache, const std::optional<QString>& identifier) {
     const QString name = identifier.value_or(u"(null)"_s);
@@ -150,8 +146,8 @@ void AppDelegate::showWindow() {
 
 void AppDelegate::applicationWillTerminate() {
     const QString message =
-        QNAnalyticSender::getMessage(u"End"_s, {{u"SR"_s, valueOrNothing(QNSystemInfo::getScreenResolution())},
-                                                {u"Proc"_s, valueOrNothing(QNSystemInfo::getCPUName())},
+        QNAnalyticSender::getMessage(u"End"_s, {{u"SR"_s, eventValue(QNSystemInfo::getScreenResolution())},
+                                                {u"Proc"_s, eventValue(QNSystemInfo::getCPUName())},
                                                 {u"ProcType"_s, QNSystemInfo::getCPUType()}});
     appendToQueue(message);
     QNLogger::logEvent(message, logContext("-[AppDelegate applicationWillTerminate:]"));

@@ -10,12 +10,12 @@
 #include "logging/QNLogger.h"
 #include "platform/Console.h"
 #include "platform/Folders.h"
-#include "platform/base/Termination.h"
 #include "platform/Workspace.h"
 #include "platform/base/FileManager.h"
 #include "platform/base/Format.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
+#include "platform/base/Termination.h"
 #include "sysinfo/QNSystemInfo.h"
 #include "ui/Button.h"
 #include "ui/QNButton.h"
@@ -25,11 +25,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// An absent value leaves its key out of an event.
-QVariant valueOrNothing(const std::optional<QString>& text) {
-    return text ? QVariant(*text) : QVariant();
-}
 
 // The console line tells of a refusal; nothing else does, and the run goes on.
 void openOrComplain(const std::optional<QString>& text) {
@@ -60,8 +55,8 @@ void QNMainController::awakeFromNib() {
     isLaunchOrNot_ = 0;
     setupSpinner();
     setupConnectingLabel();
-    sendEvent(u"Start"_s, {{u"SR"_s, valueOrNothing(QNSystemInfo::getScreenResolution())},
-                           {u"Proc"_s, valueOrNothing(QNSystemInfo::getCPUName())},
+    sendEvent(u"Start"_s, {{u"SR"_s, eventValue(QNSystemInfo::getScreenResolution())},
+                           {u"Proc"_s, eventValue(QNSystemInfo::getCPUName())},
                            {u"ProcType"_s, QNSystemInfo::getCPUType()}});
     setupLayer();
     setupMainMenu();

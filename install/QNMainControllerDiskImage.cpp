@@ -5,6 +5,7 @@
 #include "install/MountOutput.h"
 #include "install/QNTask.h"
 #include "logging/LogContext.h"
+#include "logging/QNAnalyticSender.h"
 #include "logging/QNLogger.h"
 #include "platform/Bundle.h"
 #include "platform/RunningApplications.h"
@@ -84,11 +85,9 @@ void QNMainController::URLSessionDownloadTaskDidFinishDownloadingToURL(const Url
     }
     QNLogger::debug(format("Download completed: %@", url), logContext(kFunction));
     QNLogger::debug(format("Download took: %f seconds", elapsed), logContext(kFunction));
-    const QNConfig::Text& product = config_->appName();
-    sendEvent(u"Download"_s, {{u"RSLT"_s, u"PASS"_s},
-                              {u"URL"_s, url},
-                              {u"T"_s, seconds},
-                              {u"DProd"_s, product ? QVariant(*product) : QVariant()}});
+    sendEvent(
+        u"Download"_s,
+        {{u"RSLT"_s, u"PASS"_s}, {u"URL"_s, url}, {u"T"_s, seconds}, {u"DProd"_s, eventValue(config_->appName())}});
     const QString image = moveToSuggestedName(location, response.suggestedFilename);
     try {
         if (const std::optional<QString> failure = installFrom(image))

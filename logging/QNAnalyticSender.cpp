@@ -36,10 +36,6 @@ QVariant present(const QVariant& value, int index) {
     return value;
 }
 
-QVariant orAbsent(const std::optional<QString>& text) {
-    return text ? QVariant(*text) : QVariant();
-}
-
 UrlRequest postRequest(const QString& body, const std::optional<Address>& url) {
     UrlRequest request;
     request.address = url;
@@ -69,9 +65,13 @@ void tellFailure(const Failure& failure, const QString& consoleText) {
 
 } // namespace
 
+QVariant eventValue(const std::optional<QString>& text) {
+    return text ? QVariant(*text) : QVariant();
+}
+
 QVariantMap QNAnalyticSender::defaultData() {
     const QVariant version = QNConfigProvider::getPlist().value(QStringLiteral("CFBundleShortVersionString"));
-    const QVariant product = orAbsent(QNConfigProvider::getStringFromPlist(QStringLiteral("AnalyticsProductName")));
+    const QVariant product = eventValue(QNConfigProvider::getStringFromPlist(QStringLiteral("AnalyticsProductName")));
     return {
         {QStringLiteral("Ver"), present(version, 0)},       {QStringLiteral("APP"), present(product, 1)},
         {QStringLiteral("OS"), QStringLiteral("OS X")},     {QStringLiteral("OSVer"), QNSystemInfo::getOSVersion()},

@@ -4,9 +4,13 @@
 
 #include <QString>
 #include <QStringList>
+#include <QVariant>
 #include <QVariantMap>
 
 #include <optional>
+
+// An event's value from what may be absent: an absent one leaves its key out of the event.
+QVariant eventValue(const std::optional<QString>& text);
 
 // Makes analytics lines, hands them to the queue and to the event log, and posts the queue to the endpoint. The queue
 // and the endpoint's address are the application delegate's.
