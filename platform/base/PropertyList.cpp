@@ -1,6 +1,5 @@
 #include "platform/base/PropertyList.h"
 
-#include "platform/base/FileManager.h"
 #include "platform/base/PropertyListGuard.h"
 
 #include <QDateTime>
@@ -119,11 +118,6 @@ std::optional<QVariant> parse(const QByteArray& bytes) {
     plist_from_memory(bytes.constData(), static_cast<uint32_t>(bytes.size()), &root);
     const std::unique_ptr<std::remove_pointer_t<plist_t>, NodeDeleter> owner(root);
     return root ? std::optional(toVariant(root)) : std::nullopt;
-}
-
-std::optional<QVariant> readFile(const QString& path) {
-    const std::optional<QByteArray> bytes = FileManager::contents(path);
-    return bytes ? parse(*bytes) : std::nullopt;
 }
 
 } // namespace PropertyList

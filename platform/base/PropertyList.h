@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QByteArray>
-#include <QString>
 #include <QVariant>
 
 #include <optional>
@@ -14,8 +13,5 @@ namespace PropertyList {
 
 // Absent for anything that is no property list. Never throws.
 std::optional<QVariant> parse(const QByteArray& bytes);
-
-// Absent also when the file cannot be read. The path is plain; it is mapped here.
-std::optional<QVariant> readFile(const QString& path);
 
 } // namespace PropertyList

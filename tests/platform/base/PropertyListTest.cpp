@@ -1,7 +1,6 @@
 #include "platform/base/PropertyList.h"
 
 #include "platform/base/PropertyListGuard.h"
-#include "tests/support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
 
@@ -82,13 +81,6 @@ TEST(PropertyList, ReadsXml) {
 
 TEST(PropertyList, ReadsBinary) {
     expectSample(PropertyList::parse(binaryOf(kSample)));
-}
-
-TEST(PropertyList, ReadsAFileAndNothingFromAMissingOne) {
-    const QString path = test::folder() + u"/list.plist"_s;
-    test::writeFile(path, kSample);
-    expectSample(PropertyList::readFile(path));
-    EXPECT_FALSE(PropertyList::readFile(test::folder() + u"/none.plist"_s));
 }
 
 TEST(PropertyList, RefusesGarbage) {
