@@ -21,6 +21,20 @@ std::optional<QString> textOf(const QVariant& value) {
     return value.typeId() == QMetaType::QString ? std::optional(value.toString()) : std::nullopt;
 }
 
+// A number or a truth value is taken by its text, as it would show in one: a name or a colour of digits that an editor
+// of property lists stored as a number still counts. Anything else is no text.
+std::optional<QString> settingText(const QVariant& value) {
+    switch (value.typeId()) {
+    case QMetaType::QString:
+    case QMetaType::Bool:
+    case QMetaType::LongLong:
+    case QMetaType::Double:
+        return describe(value);
+    default:
+        return std::nullopt;
+    }
+}
+
 std::optional<QVariantMap> readPortalConfig() {
     const QVariant value = QNConfigProvider::getPlist().value(QStringLiteral("QNConfig"));
     return value.typeId() == QMetaType::QVariantMap ? std::optional(value.toMap()) : std::nullopt;
@@ -73,7 +87,7 @@ std::optional<QVariantMap> QNConfigProvider::getPortalConfig() {
 
 std::optional<QString> QNConfigProvider::getStringFromPlist(const QString& key) {
     const auto settings = getPortalConfig();
-    return settings ? textOf(settings->value(key)) : std::nullopt;
+    return settings ? settingText(settings->value(key)) : std::nullopt;
 }
 
 std::optional<QString> QNConfigProvider::getUrlPlist(const QString& key) {

@@ -25,6 +25,7 @@ public:
     // The dictionary "QNConfig". Kept once it was found, with one console line; a missing one is looked for, and told
     // of, at each call.
     static std::optional<QVariantMap> getPortalConfig();
+    // As stored; of a number or a truth value the text (true is "1"). Dates, data, lists and dictionaries are absent.
     static std::optional<QString> getStringFromPlist(const QString& key);
     // The same with every "&amp;" replaced by "&".
     static std::optional<QString> getUrlPlist(const QString& key);

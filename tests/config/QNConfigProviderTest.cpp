@@ -85,6 +85,20 @@ TEST(Settings, AreAbsentWhereTheKeyIsMissingOrHoldsNoText) {
     EXPECT_EQ(QNConfigProvider::getEnvSpecificBinaryName(), std::nullopt);
 }
 
+TEST(Settings, ThatAreNumbersOrTruthValuesAreTakenByTheirText) {
+    test::writeFile(test::bundle() + u"/Contents/Info.plist"_s,
+                    "<plist version=\"1.0\"><dict><key>QNConfig</key><dict><key>BG_COLOR</key><integer>112233</integer>"
+                    "<key>kAPP_NAME</key><real>2.5</real><key>yes</key><true/><key>no</key><false/>"
+                    "<key>data</key><data>YQ==</data><key>date</key><date>2020-01-02T03:04:05Z</date>"
+                    "<key>dictionary</key><dict/></dict></dict></plist>");
+    EXPECT_EQ(QNConfigProvider::getStringFromPlist(u"BG_COLOR"_s), u"112233"_s);
+    EXPECT_EQ(QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s), u"2.5"_s);
+    EXPECT_EQ(QNConfigProvider::getStringFromPlist(u"yes"_s), u"1"_s);
+    EXPECT_EQ(QNConfigProvider::getStringFromPlist(u"no"_s), u"0"_s);
+    for (const QString& key : {u"data"_s, u"date"_s, u"dictionary"_s})
+        EXPECT_EQ(QNConfigProvider::getStringFromPlist(key), std::nullopt) << key.toStdString();
+}
+
 TEST(Settings, HaveEveryEscapedAmpersandOfAnAddressUndoneOnceAndNothingElse) {
     test::writeInfoPlist(
         {{u"QNConfig"_s, QVariantMap{{u"PRODUCTION_URL"_s, u"http://h/?a=1&amp;b=2&amp;amp;c&lt;%26"_s},
