@@ -11,8 +11,8 @@
 namespace hdi {
 namespace {
 
-constexpr std::uint64_t kPieceBytes = 8U * 1024 * 1024;
-constexpr std::size_t kBufferBytes = 1024U * 1024;
+constexpr std::uint64_t kPieceBytes = std::uint64_t{8} * 1024 * 1024;
+constexpr std::size_t kBufferBytes = std::size_t{1024} * 1024;
 constexpr std::size_t kWaitingPieces = 256;
 
 bool isAllZero(std::span<const std::byte> bytes) {

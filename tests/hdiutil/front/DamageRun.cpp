@@ -82,7 +82,7 @@ std::string describe(const Volume& volume, NodeId node, const Attributes& attrib
     if (attributes.kind == NodeKind::kFolder) {
         return text;
     }
-    constexpr std::uint64_t kSane = 64U * 1024 * 1024;
+    constexpr std::uint64_t kSane = std::uint64_t{64} * 1024 * 1024;
     if (attributes.size > kSane) {
         return text + "size " + std::to_string(attributes.size); // larger than any file of the subjects
     }

@@ -16,6 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
+constexpr std::uint64_t kMebibyte = std::uint64_t{1024} * 1024;
 constexpr std::uint64_t kSeeds = 12; // of each kind of damage; the whole run is tools' damaged_images
 
 class Damaged : public FrontWorld, public testing::WithParamInterface<const char*> {};
@@ -98,7 +99,7 @@ TEST_F(DamagedBigImage, GivesReadErrorsOnceTheCheckBesideHasFailed) {
     damage();
     ASSERT_EQ(hdiutil({"mount", path()}).status, 0);
     EXPECT_TRUE(holdsWithin(std::chrono::seconds(60), [&] { return readError(0) == EIO; }));
-    EXPECT_EQ(readError(30 * 1024 * 1024), EIO);
+    EXPECT_EQ(readError(30 * kMebibyte), EIO);
 }
 
 TEST_F(DamagedBigImage, IsReportedAndNotAttachedAgain) {
@@ -131,8 +132,8 @@ TEST_F(DamagedBigImage, StaysReadableWhenItIsNotDamaged) {
 // A file that shrinks under the daemon gives errors, not a signal.
 TEST_F(DamagedBigImage, GivesReadErrorsAfterTheFileShrank) {
     ASSERT_EQ(hdiutil({"mount", "-noverify", path()}).status, 0);
-    fs::resize_file(path(), 1024 * 1024);
-    EXPECT_EQ(readError(20 * 1024 * 1024), EIO);
+    fs::resize_file(path(), kMebibyte);
+    EXPECT_EQ(readError(20 * kMebibyte), EIO);
     EXPECT_EQ(hdiutil({"detach", "/Volumes/Big"}).status, 0);
 }
 
