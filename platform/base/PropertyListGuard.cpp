@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace PropertyListGuard {
@@ -33,7 +34,22 @@ bool isContainer(std::string_view tagName) {
     return tagName == "dict" || tagName == "array";
 }
 
+// "&#0;" in any of its spellings.
+bool holdsNumberedNul(std::string_view text) {
+    for (std::size_t at = text.find("&#"); at != std::string_view::npos; at = text.find("&#", at + 2)) {
+        std::size_t digit = at + 2;
+        if (digit < text.size() && (text[digit] == 'x' || text[digit] == 'X'))
+            ++digit;
+        const std::size_t end = text.find_first_not_of('0', digit);
+        if (end == std::string_view::npos || text[end] == ';')
+            return true;
+    }
+    return false;
+}
+
 bool isSafeXml(std::string_view text) {
+    if (text.find('\0') != std::string_view::npos || holdsNumberedNul(text))
+        return false;
     std::size_t depth = 0;
     for (std::size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at)) {
         if (at + 1 < text.size() && (text[at + 1] == '!' || text[at + 1] == '?')) {
@@ -112,29 +128,53 @@ private:
             return kRefused;
         const unsigned marker = static_cast<unsigned char>(bytes_[at]);
         const unsigned kind = marker >> 4;
-        const bool holdsOthers = kind == 0xA || kind == 0xC || kind == 0xD;
-        known_[object] = holdsOthers ? measureContainer(at, marker, depth) : Extent{1, 0};
+        if (kind == 0xA || kind == 0xC || kind == 0xD)
+            known_[object] = measureContainer(at, marker, depth);
+        else
+            known_[object] = (kind == 5 || kind == 6) && !isSafeText(at, marker) ? kRefused : Extent{1, 0};
         return known_[object];
     }
 
-    Extent measureContainer(std::uint64_t at, unsigned marker, std::size_t depth) {
-        std::uint64_t count = marker & 0xF;
-        std::uint64_t first = at + 1;
-        if (count == 0xF) {
-            if (first >= table_)
-                return kRefused;
-            const std::size_t width = std::size_t{1} << (static_cast<unsigned char>(bytes_[first]) & 0x3U);
-            if (first + 1 + width > table_)
-                return kRefused;
-            count = number(first + 1, width);
-            first += 1 + width;
+    // Where an object's contents begin, and how many elements they have.
+    struct Contents {
+        std::uint64_t first = 0;
+        std::uint64_t count = 0;
+    };
+
+    // Absent when the elements, `width` bytes each, do not lie before the table.
+    std::optional<Contents> contentsOf(std::uint64_t at, unsigned marker, std::uint64_t width) const {
+        Contents contents{at + 1, marker & 0xFU};
+        if (contents.count == 0xF) {
+            if (contents.first >= table_)
+                return std::nullopt;
+            const std::size_t size = std::size_t{1} << (static_cast<unsigned char>(bytes_[contents.first]) & 0x3U);
+            if (contents.first + 1 + size > table_)
+                return std::nullopt;
+            contents.count = number(contents.first + 1, size);
+            contents.first += 1 + size;
         }
-        if (count > kMostObjects)
+        const bool fits = contents.count <= kLargestInput && contents.first + contents.count * width <= table_;
+        return fits ? std::optional(contents) : std::nullopt;
+    }
+
+    // The library takes a NUL inside a text for a broken promise of its own, and aborts.
+    bool isSafeText(std::uint64_t at, unsigned marker) const {
+        const std::uint64_t width = (marker >> 4) == 6 ? 2 : 1;
+        const std::optional<Contents> text = contentsOf(at, marker, width);
+        for (std::uint64_t unit = 0; text && unit < text->count; ++unit) {
+            if (number(text->first + unit * width, width) == 0)
+                return false;
+        }
+        return text.has_value();
+    }
+
+    Extent measureContainer(std::uint64_t at, unsigned marker, std::size_t depth) {
+        const bool isDictionary = (marker >> 4) == 0xD; // keys, then values
+        const std::optional<Contents> contents = contentsOf(at, marker, referenceWidth_ * (isDictionary ? 2 : 1));
+        if (!contents || contents->count > kMostObjects)
             return kRefused;
-        if ((marker >> 4) == 0xD)
-            count *= 2; // keys, then values
-        if (first + count * referenceWidth_ > table_)
-            return kRefused;
+        const std::uint64_t first = contents->first;
+        const std::uint64_t count = contents->count * (isDictionary ? 2 : 1);
         Extent total{1, 0};
         for (std::uint64_t index = 0; index < count && total.size <= kMostObjects; ++index) {
             const Extent below = measure(number(first + index * referenceWidth_, referenceWidth_), depth + 1);

@@ -136,6 +136,28 @@ TEST(PropertyList, RefusesABinaryListThatMultipliesItself) {
     EXPECT_FALSE(PropertyList::parse(chainOfArrays(60, 2)));
 }
 
+TEST(PropertyList, RefusesNulsInsideXmlTexts) {
+    for (const QByteArray& text : {QByteArray("a\0b", 3), QByteArray("a&#0;b"), QByteArray("a&#x0;b"),
+                                   QByteArray("a&#000;b"), QByteArray("a&#X00;b"), QByteArray("a&#;b")}) {
+        EXPECT_FALSE(PropertyList::parse(xml("<string>" + text + "</string>"))) << text.toStdString();
+        EXPECT_FALSE(PropertyList::parse(xml("<dict><key>" + text + "</key><true/></dict>"))) << text.toStdString();
+    }
+    EXPECT_EQ(PropertyList::parse(xml("<string>a&#8217;b</string>")), QVariant(u"a’b"_s));
+}
+
+TEST(PropertyList, RefusesNulsInsideBinaryTexts) {
+    const QByteArray plain =
+        binaryOf(xml("<dict><key>word</key><string>text</string><key>u</key><string>ü1</string></dict>"));
+    ASSERT_TRUE(PropertyList::parse(plain));
+    for (const QByteArray& part : {QByteArray("ord"), QByteArray("ext"), QByteArray("\0001", 2)}) {
+        QByteArray damaged = plain;
+        const qsizetype at = damaged.indexOf(part);
+        ASSERT_GT(at, 0);
+        damaged[at + part.size() - 1] = '\0';
+        EXPECT_FALSE(PropertyList::parse(damaged)) << part.toStdString();
+    }
+}
+
 TEST(PropertyListGuard, RefusesInputAboveSixteenMebibytes) {
     EXPECT_TRUE(PropertyListGuard::isSafe(std::string(16U * 1024 * 1024, ' ')));
     EXPECT_FALSE(PropertyListGuard::isSafe(std::string(16U * 1024 * 1024 + 1, ' ')));
