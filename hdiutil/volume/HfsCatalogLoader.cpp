@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kMaxNodes = 2'000'000;
 constexpr std::size_t kMaxRuns = 8'000'000;
-constexpr std::size_t kMaxNameBytes = 256U * 1024 * 1024;
+constexpr std::size_t kMaxNameBytes = 256ULL * 1024 * 1024;
 constexpr std::uint32_t kTakenOut = 0; // no folder has this number
 
 [[noreturn]] void damaged(const char* what) {
