@@ -1,10 +1,15 @@
 #include "platform/Bundle.h"
+#include "ui/Image.h"
 #include "ui/InterfaceFile.h"
 #include "ui/QNMainController.h"
 #include "ui/View.h"
 #include "ui/Window.h"
 
 #include <QAction>
+#include <QIcon>
+#include <QTimer>
+
+#include <chrono>
 
 MainMenu::MainMenu(QAction* quit, QObject* parent) : QObject(parent), quit_(quit) {
     quit_->setText(localizedString(QStringLiteral("MenuQuit")));
@@ -24,6 +29,25 @@ void MainMenu::tapQuit() const {
         controller->tapQuit();
 }
 
+namespace {
+
+// For task bars and window lists. It can wait: the first frame is on the screen by then.
+constexpr std::chrono::milliseconds kUntilIcon{250};
+
+void setIconLater(QWidget* window) {
+    QTimer::singleShot(kUntilIcon, window, [window] {
+        const std::optional<Image> image = imageNamed(QStringLiteral("application_icon"));
+        if (!image)
+            return;
+        QIcon icon;
+        for (const double scale : {1.0, 2.0, 3.0})
+            icon.addPixmap(image->pixmap(scale));
+        window->setWindowIcon(icon);
+    });
+}
+
+} // namespace
+
 MainInterface loadMainMenu() {
     std::unique_ptr<QWidget> root = loadInterfaceFile(QStringLiteral("MainMenu"));
     auto* const window = outlet<Window>(*root, "window");
@@ -32,6 +56,7 @@ MainInterface loadMainMenu() {
     if (window != root.get())
         throwWrongClass(*root, Window::staticMetaObject.className());
     window->setContentView(contentView);
+    setIconLater(window);
     MainInterface interface;
     interface.mainMenu = new MainMenu(quit, window);
     static_cast<void>(root.release());
