@@ -78,7 +78,7 @@ std::uint32_t HfsTreeWriter::writeIndex() {
 }
 
 void HfsTreeWriter::append(Bytes record, std::uint8_t nodeKind, std::uint8_t height, std::span<const std::byte> key) {
-    const auto fits = [&] { return used_ + record.size() + 2 * (count_ + 2U) <= kind_.nodeSize; };
+    const auto fits = [&] { return used_ + record.size() + 2 * (count_ + std::size_t{2}) <= kind_.nodeSize; };
     if (current_ == 0 || !fits())
         beginNode(nodeKind, height, key);
     if (!fits())

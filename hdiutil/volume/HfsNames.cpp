@@ -99,7 +99,8 @@ std::u16string comparisonKey(std::u16string_view name, bool caseSensitive) {
         return key;
     std::u16string folded;
     folded.reserve(key.size());
-    for (std::size_t at = 0; const char16_t unit = nextFolded(key, at);)
+    std::size_t at = 0;
+    for (char16_t unit = nextFolded(key, at); unit != 0; unit = nextFolded(key, at))
         folded += unit;
     return folded;
 }
