@@ -43,7 +43,8 @@ Handler createText(const std::string& option, std::string CreateOptions::*field)
     return [=](Arguments& arguments, Words& words) { arguments.create.*field = words.valueOf(option); };
 }
 
-Handler createChoice(const std::string& option, std::string CreateOptions::*field, std::vector<std::string> choices) {
+Handler createChoice(const std::string& option, std::string CreateOptions::*field,
+                     const std::vector<std::string>& choices) {
     return [=](Arguments& arguments, Words& words) {
         const std::string& value = words.valueOf(option);
         if (std::find(choices.begin(), choices.end(), value) == choices.end()) {

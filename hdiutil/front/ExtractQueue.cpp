@@ -69,7 +69,7 @@ ExtractQueue::~ExtractQueue() {
     }
 }
 
-void ExtractQueue::add(std::shared_ptr<PendingFile> file) {
+void ExtractQueue::add(const std::shared_ptr<PendingFile>& file) {
     const std::uint64_t size = file->attributes.size;
     const std::uint64_t pieces = std::max<std::uint64_t>(1, size / kPieceBytes + (size % kPieceBytes != 0 ? 1 : 0));
     if (ftruncate(file->fd.get(), static_cast<off_t>(size)) != 0) {

@@ -35,7 +35,7 @@ public:
     ~ExtractQueue();
 
     // Throws what a copying thread met, instead of adding.
-    void add(std::shared_ptr<PendingFile> file);
+    void add(const std::shared_ptr<PendingFile>& file);
     // Waits until everything is copied. Throws what a copying thread met.
     void finish();
 

@@ -100,7 +100,7 @@ private:
         }
         file->node = entry.node;
         file->attributes = attributes;
-        queue_.add(std::move(file));
+        queue_.add(file);
     }
 
     const Volume& volume_;
