@@ -31,7 +31,7 @@ Bytes extentBytes(const hfs::ExtentRecord& record) {
 
 } // namespace
 
-HfsBuilder::HfsBuilder(Names names, std::u16string volumeName) : names_(names), volume_(4 * kBlock) {
+HfsBuilder::HfsBuilder(Names names, const std::u16string& volumeName) : names_(names), volume_(4 * kBlock) {
     HfsFolderItem root;
     root.id = kRoot;
     root.mode = S_IFDIR | 0755;
@@ -188,7 +188,7 @@ Bytes HfsBuilder::makeAttributes() const {
 Bytes HfsBuilder::build() {
     HfsHeaderItem header;
     header.isHfsx = names_ != Names::kHfsPlus;
-    header.blockSize = kBlock;
+    header.blockSize = std::uint32_t{kBlock};
     header.nextId = nextId_;
     for (const Entry& entry : entries_) {
         const auto type = loadBig<std::uint16_t>(entry.data, 0);
@@ -209,7 +209,7 @@ Bytes HfsBuilder::build() {
 
 Bytes HfsBuilder::wrapped(const Bytes& volume) {
     constexpr std::size_t kUnit = 1024;
-    Bytes bytes(5 * 512);
+    Bytes bytes(2560);
     put16(bytes, 1024, 0x4244);
     put32(bytes, 1024 + 0x14, kUnit);
     put16(bytes, 1024 + 0x1C, 5); // where its blocks begin, in sectors

@@ -20,9 +20,9 @@ public:
     enum class Names { kHfsPlus, kHfsxFolding, kHfsxBinary };
 
     static constexpr std::uint32_t kRoot = 2;
-    static constexpr std::uint32_t kBlock = 512;
+    static constexpr std::size_t kBlock = 512;
 
-    explicit HfsBuilder(Names names = Names::kHfsPlus, std::u16string volumeName = u"Volume");
+    explicit HfsBuilder(Names names = Names::kHfsPlus, const std::u16string& volumeName = u"Volume");
 
     // Each gives the new number. `item` is what the record begins with; its mode is set when it is 0 and `withMode`.
     std::uint32_t folder(std::uint32_t parent, const std::u16string& name, HfsFolderItem item = {});

@@ -48,8 +48,12 @@ NodeKind kindOf(const fs::file_status& status) {
 std::string shellWord(const std::string& text) {
     std::string out = "'";
     for (const char c : text)
-        out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return out + "'";
+        if (c == '\'')
+            out += "'\\''";
+        else
+            out += c;
+    out += '\'';
+    return out;
 }
 
 unsigned parseMode(const std::string& text) {
