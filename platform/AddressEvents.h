@@ -8,7 +8,7 @@
 namespace platform {
 
 // `handler` runs on the main thread for each address, with its original text.
-// Linux: org.freedesktop.Application.Open on the session bus (Desktop Entry Specification, "D-Bus activation").
+// Linux: org.freedesktop.Application.Open on the session bus (Desktop Entry standard, "D-Bus activation").
 void setOpenAddressHandler(std::function<void(const QString&)> handler);
 
 // Hands an address to the copy that runs, without waiting for it, for at most a second. Used by the process that the

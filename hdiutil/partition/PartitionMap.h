@@ -24,7 +24,7 @@ struct PartitionMap {
 // Reads GPT, APM or MBR; with none of them the whole disk is one partition without a number. Throws ImageError
 // (kDamaged) for a map whose entries reach beyond the disk or that is longer than a sane bound.
 //
-// Facts: UEFI Specification 5 (GPT), Inside Macintosh: Devices, SCSI Manager (APM).
+// Facts: UEFI 2.10, chapter 5 (GPT), Inside Macintosh: Devices, SCSI Manager (APM).
 PartitionMap readPartitionMap(const ByteSource& disk);
 
 // The part of `disk` from `offset`; keeps the disk alive.

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-// This program as org.freedesktop.Application (Desktop Entry Specification, "D-Bus activation"): Activate brings its
+// This program as org.freedesktop.Application (Desktop Entry standard, "D-Bus activation"): Activate brings its
 // windows to the front, Open hands each address to the handler. Both happen on the main thread's queue and are answered
 // at once. ActivateAction does nothing: the program has no actions.
 //

@@ -13,7 +13,7 @@ bool isPrivateFolder(const QString& path);
 // Makes the folder with mode 0700 when it is missing. False when it is not private afterwards.
 bool ensurePrivateFolder(const QString& path);
 
-// $XDG_RUNTIME_DIR when it is absolute and private (XDG Base Directory Specification); absent otherwise.
+// $XDG_RUNTIME_DIR when it is absolute and private (XDG Base Directory standard); absent otherwise.
 std::optional<QString> sessionRuntimeFolder();
 
 // The folder for what lives as long as the session: the one above, else /tmp/runtime-UID. Absent when that is not

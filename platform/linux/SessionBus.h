@@ -7,7 +7,7 @@
 
 #include <optional>
 
-// The session bus and this program's place on it (D-Bus Specification; Desktop Entry Specification, "D-Bus
+// The session bus and this program's place on it (D-Bus standard; Desktop Entry standard, "D-Bus
 // activation"). Any thread.
 namespace platform {
 

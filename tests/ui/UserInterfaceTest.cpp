@@ -1,9 +1,9 @@
 #include "tests/ui/UserInterfaceTest.h"
 
 #include "install/BlockingWait.h"
-#include "platform/base/Termination.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
+#include "platform/base/Termination.h"
 #include "tests/support/TestEnvironment.h"
 #include "ui/JSONText.h"
 #include "ui/QNMainController.h"
