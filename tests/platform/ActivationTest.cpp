@@ -1,6 +1,6 @@
 #include "platform/RunningApplications.h"
 #include "tests/platform/ChildProcess.h"
-#include "tests/platform/ProgramBundle.h"
+#include "tests/platform/ManagedDisplay.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace {
@@ -57,51 +56,18 @@ std::vector<pid_t> stacking() {
     return processes;
 }
 
-// A display of the case's own: a window manager rules it, and other cases would see it come and go.
 class Activation : public testing::Test {
 protected:
-    void SetUp() override {
-        server_.emplace(std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-noreset",
-                                                 "-nolisten", "tcp"});
-        const std::string number = server_->readLine();
-        ASSERT_FALSE(number.empty());
-        test::setEnvironment("DISPLAY", QByteArray::fromStdString(":" + number));
-        test::setEnvironment("QT_QPA_PLATFORM", "xcb");
-    }
-
-    void startWindowManager() {
-        // Its startup command runs when it has taken over; windows that show up before may be missed.
-        manager_.emplace(std::vector<std::string>{"openbox", "--sm-disable", "--startup", "echo ready"});
-        std::string line;
-        do { // it may have complaints first
-            line = manager_->readLine();
-        } while (!line.empty() && line != "ready");
-        ASSERT_EQ(line, "ready");
-    }
-
-    // A running application with two windows.
+    void startWindowManager() { display_.startWindowManager(); }
     std::unique_ptr<ChildProcess> startApplication(const QString& identifier = QStringLiteral("com.example.windows")) {
-        auto application = std::make_unique<ChildProcess>(
-            std::vector<std::string>{putIntoBundle(WINDOW_PROGRAM, QStringLiteral("Windows"), identifier)});
-        EXPECT_EQ(application->readLine(), "shown");
-        return application;
+        return display_.startApplication(identifier);
     }
+    static bool isActive(const ChildProcess& application) { return ManagedDisplay::isActive(application); }
+    static bool activate(const ChildProcess& application) { return ManagedDisplay::activate(application); }
 
-    std::optional<ChildProcess> server_;
-    std::optional<ChildProcess> manager_;
+private:
+    ManagedDisplay display_{ManagedDisplay::Manager::kLater};
 };
-
-bool isActive(const ChildProcess& application) {
-    return RunningApplication(application.process(), false).isActive();
-}
-
-// Asks until it is: the window manager may not know the windows yet.
-bool activate(const ChildProcess& application) {
-    return test::waitFor([&application] {
-        RunningApplication(application.process(), false).activateAllWindows();
-        return isActive(application);
-    });
-}
 
 } // namespace
 
