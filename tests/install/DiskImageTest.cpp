@@ -1,124 +1,23 @@
+#include "tests/install/DiskImageTest.h"
+
 #include "config/QNConfig.h"
-#include "install/DownloadingStartDate.h"
-#include "platform/Folders.h"
-#include "platform/base/NotificationCenter.h"
-#include "platform/base/NotificationNames.h"
-#include "tests/install/ControllerTest.h"
 #include "tests/support/TestEnvironment.h"
 #include "ui/QNMainController.h"
 #include "ui/View.h"
 
-#include <QDir>
 #include <QFile>
+#include <QRegularExpression>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <semaphore>
+#include <thread>
+
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-constexpr auto kMounts = "[ \"$1\" = mount ] && printf '/dev/disk2          \\tApple_HFS\\t/Volumes/Kit Setup\\n'\n";
-const QString kUrl = u"http://127.0.0.1:1/Kit.dmg"_s;
-const QVariantMap kConfigFailure{{u"EVT"_s, u"Config"_s}, {u"RSLT"_s, u"FAIL"_s}, {u"RSN"_s, u"Configuration error"_s}};
-
-UrlResponse http(int status) {
-    return {.address = kUrl, .isHttp = true, .statusCode = status, .suggestedFilename = u"Kit.dmg"_s};
-}
-
-// The file as the session leaves it.
-QString downloadedFile(const QString& folder = platform::temporaryDirectory().value_or(QString())) {
-    const QString path = folder + u"/CFNetworkDownload_abc123.tmp"_s;
-    test::writeFile(path, "image");
-    return path;
-}
-
-QString volume(const QString& path) {
-    return u"/Volumes/Kit Setup/"_s + path;
-}
-
-void putInstaller(const QString& application, const QByteArray& script) {
-    test::putSystemFile(volume(application + u".app/Contents/Info.plist"_s),
-                        "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>CFBundleExecutable</key>"
-                        "<string>run me</string><key>CFBundleIdentifier</key><string>com.example.setup</string>"
-                        "</dict></plist>");
-    test::putSystemTool(volume(application + u".app/Contents/MacOS/run me"_s), "#!/bin/sh\n" + script);
-}
-
-} // namespace
-
-class DiskImage : public ControllerTest {
-protected:
-    DiskImage() {
-        controller().setConfig(installConfig());
-        setDownloadingStartDate(std::chrono::system_clock::now());
-    }
-
-    void finish(const UrlResponse& response, const QString& location) {
-        controller().URLSessionDownloadTaskDidFinishDownloadingToURL(response, location);
-    }
-    void finish() { finish(http(200), downloadedFile()); }
-
-    // The messages of a pass up to the mount, then `rest`.
-    QStringList afterMount(const QStringList& rest) const {
-        const QString image = platform::temporaryDirectory().value_or(QString()) + u"/Kit.dmg"_s;
-        const QString download =
-            platform::temporaryDirectory().value_or(QString()) + u"/CFNetworkDownload_abc123.tmp"_s;
-        QStringList seen{u"Download completed: "_s + kUrl,
-                         u"Download took: SECONDS seconds"_s,
-                         u"event Download"_s,
-                         u"Copied "_s + download + u" to "_s + image,
-                         u"Mounting: "_s + image,
-                         u"Running command: /usr/bin/hdiutil attach "_s + image};
-        return seen + rest;
-    }
-
-    QStringList maskedMessages() const {
-        static const QRegularExpression seconds(u"took: \\d+\\.\\d{6} seconds"_s);
-        return messages().replaceInStrings(seconds, u"took: SECONDS seconds"_s);
-    }
-
-    // Fails the case unless the pass ended on the generic error screen, with the event last and the view shown.
-    void expectFailure(const QStringList& rest) {
-        EXPECT_EQ(maskedMessages(), afterMount(rest + QStringList{u"Show generic error screen."_s, u"event Config"_s}));
-        EXPECT_EQ(events().last(), kConfigFailure);
-        EXPECT_FALSE(controller().isViewHidden());
-        EXPECT_FALSE(controller().errorView()->isHidden());
-    }
-};
-
-TEST_F(DiskImage, FailsForEveryStatusButTwoHundred) {
-    for (const int status : {404, 201, 204, 206, 304, 500}) {
-        const qsizetype before = messages().size();
-        const qsizetype eventsBefore = events().size();
-        finish(http(status), downloadedFile());
-        const QString reason = u"HTTP Response with status code "_s + QString::number(status);
-        EXPECT_EQ(messages().mid(before),
-                  (QStringList{u"Download failed: "_s + kUrl + u" (error = "_s + reason + u")"_s,
-                               u"Show generic error screen."_s, u"event Download"_s}));
-        EXPECT_EQ(events().mid(eventsBefore), (QList<QVariantMap>{{{u"EVT"_s, u"Download"_s},
-                                                                   {u"RSLT"_s, u"FAIL"_s},
-                                                                   {u"URL"_s, kUrl},
-                                                                   {u"RSN"_s, reason},
-                                                                   {u"T"_s, u"seconds"_s}}}));
-    }
-}
-
-TEST_F(DiskImage, LeavesTheFileOfAFailedDownloadWhereItIs) {
-    const QString location = downloadedFile();
-    finish(http(404), location);
-    EXPECT_TRUE(QFile::exists(location));
-}
-
-TEST_F(DiskImage, ShowsTheViewBeforeTheScreenAndTheScreenBeforeTheEvent) {
-    controller().setViewHidden(true);
-    bool viewWasThere = false;
-    bool screenWasThere = false;
-    NotificationCenter::defaultCenter().addObserver(kLogAnalytics, [&](const Notification&) {
-        viewWasThere = !controller().isViewHidden();
-        screenWasThere = messages().contains(u"Show generic error screen."_s);
-    });
-    finish(http(404), downloadedFile());
-    EXPECT_TRUE(viewWasThere);
-    EXPECT_TRUE(screenWasThere);
-}
 
 TEST_F(DiskImage, DoesNotCheckAResponseThatIsNoHttp) {
     fakeDiskImageTool("true\n");
@@ -159,102 +58,11 @@ TEST_F(DiskImage, LogsAttachButPassesMount) {
               u"2|mount|"_s + platform::temporaryDirectory().value_or(QString()) + u"/Kit.dmg\n"_s);
 }
 
-TEST_F(DiskImage, FailsWhenTheToolPrintsNothing) {
-    fakeDiskImageTool("true\n");
-    finish();
-    expectFailure({u"DMG mount error. Please check the contents of DMG file from config."_s});
-}
-
-TEST_F(DiskImage, FailsWhenOnlyBlanksFollowTheVolumesFolder) {
-    fakeDiskImageTool("printf 'x\\t/Volumes/ \\t '\n");
-    finish();
-    expectFailure({u"DMG mount error. Please check the contents of DMG file from config."_s});
-}
-
-TEST_F(DiskImage, FailsWithAMessageOfItsOwnWhenALineEndFollowsTheVolumesFolder) {
-    fakeDiskImageTool("printf 'x\\t/Volumes/ \\nName\\n'\n");
-    finish();
-    expectFailure({u"DMG mount error. Please check the DMG file from config."_s});
-    EXPECT_FALSE(controller().spinnerView()->isVisible());
-}
-
-TEST_F(DiskImage, FailsWhenTheVolumeCannotBeListed) {
-    fakeDiskImageTool(kMounts);
-    finish();
-    expectFailure({u"Closing Connecting screen."_s, u"Empty dmg file! Please check the DMG file from config."_s});
-}
-
-TEST_F(DiskImage, FailsWhenTheVolumeIsEmpty) {
-    fakeDiskImageTool(kMounts);
-    QDir().mkpath(test::systemRoot() + volume(QString()));
-    finish();
-    expectFailure({u"Closing Connecting screen."_s, u"Empty dmg file! Please check the DMG file from config."_s});
-}
-
-TEST_F(DiskImage, FailsWithoutAnApplicationAndWithTwoAlike) {
-    const QString message = u"Executable error: No/More than one executable to run is present inside dmg file. Please "
-                            "check the DMG file from config."_s;
-    fakeDiskImageTool(kMounts);
-    test::putSystemFile(volume(u"Setup.APP/x"_s), "");
-    finish();
-    expectFailure({u"Closing Connecting screen."_s, message});
-    putInstaller(u"Setup"_s, "");
-    putInstaller(u"Uninstall"_s, "");
-    finish();
-    EXPECT_EQ(messages().count(message), 2);
-}
-
-TEST_F(DiskImage, FailsWhenTheApplicationIsALinkToNowhere) {
-    fakeDiskImageTool(kMounts);
-    QDir().mkpath(test::systemRoot() + volume(QString()));
-    QFile::link(u"nowhere"_s, test::systemRoot() + volume(u"Setup.app"_s));
-    finish();
-    expectFailure({u"Closing Connecting screen."_s, u"DMG mounted. Running command: /Volumes/Kit Setup/Setup.app"_s,
-                   u"\"/Volumes/Kit Setup/Setup.app \"path does not exist."_s});
-}
-
-TEST_F(DiskImage, LeavesTheVolumeMountedAndTheFileInPlaceAfterAFailure) {
-    fakeDiskImageTool(QByteArray("echo \"$1\" >> \"$HOME/verbs\"\n") + kMounts);
-    finish();
-    EXPECT_EQ(test::readFile(test::home() + u"/verbs"_s), "mount\n");
-    EXPECT_TRUE(QFile::exists(platform::temporaryDirectory().value_or(QString()) + u"/Kit.dmg"_s));
-}
-
-TEST_F(DiskImage, OnlyLogsAnExceptionAndLeavesTheWindowAsItIs) {
-    fakeDiskImageTool("echo no volume here\n");
-    controller().setViewHidden(false);
-    finish();
-    EXPECT_EQ(maskedMessages(),
-              afterMount({u"Unmount DMG error: *** -[__NSCFString substringFromIndex:]: Index 9223372036854775807 out "
-                          "of bounds; string length 15"_s}));
-    EXPECT_EQ(events().size(), 1);
-    EXPECT_FALSE(controller().isViewHidden());
-}
-
-TEST_F(DiskImage, OnlyLogsAnInstallerThatCannotBeLaunchedAndKeepsTheWindowHidden) {
-    fakeDiskImageTool(kMounts);
-    test::putSystemFile(volume(u"Setup.app/readme"_s), "no executable");
-    finish();
-    EXPECT_EQ(messages().last(), u"Unmount DMG error: must provide a launch path"_s);
-    EXPECT_TRUE(controller().isViewHidden());
-    EXPECT_EQ(events().size(), 1);
-}
-
-TEST_F(DiskImage, FailsToFindTheImageBelowAFolderThatNeedsEscaping) {
-    // The move goes to the escaped name of the folder, which does not exist; the tool is given a path without a file.
-    fakeDiskImageTool("[ -e \"$2\" ] && echo /Volumes/Kit\necho \"$2\" > \"$HOME/tool\"\n");
-    const QString folder = test::folder() + u"/with blank"_s;
-    const QString location = downloadedFile(folder);
-    finish(http(200), location);
-    EXPECT_EQ(test::readFile(test::home() + u"/tool"_s), (test::folder() + u"/with%20blank/Kit.dmg\n"_s).toUtf8());
-    EXPECT_TRUE(messages().contains(u"Copied "_s + location + u" to "_s + folder + u"/Kit.dmg"_s));
-    EXPECT_TRUE(messages().contains(u"DMG mount error. Please check the contents of DMG file from config."_s));
-}
-
 TEST_F(DiskImage, RunsTheInstallerDetachesAndQuits) {
     fakeDiskImageTool(QByteArray("echo \"$1|$2\" >> \"$HOME/tool\"\n") + kMounts);
     putInstaller(u"Setup"_s, "echo \"$#|$1\" > \"$HOME/arguments\"\necho 'PROGRESS: 1/2'\n");
     const QString image = platform::temporaryDirectory().value_or(QString()) + u"/Kit.dmg"_s;
+    controller().spinnerView()->setHidden(false);
     whenTerminated([&] {
         EXPECT_EQ(maskedMessages(),
                   afterMount({u"Closing Connecting screen."_s,
@@ -268,7 +76,7 @@ TEST_F(DiskImage, RunsTheInstallerDetachesAndQuits) {
         EXPECT_EQ(QString::fromUtf8(test::readFile(test::home() + u"/tool"_s)),
                   u"mount|"_s + image + u"\ndetach|/Volumes/Kit Setup\n"_s);
         EXPECT_TRUE(controller().isViewHidden());
-        EXPECT_FALSE(controller().spinnerView()->isVisible());
+        EXPECT_TRUE(controller().spinnerView()->isHidden());
     });
     finish();
     FAIL() << "the program did not end";
@@ -305,6 +113,62 @@ TEST_F(DiskImage, HandsNoArgumentsToTheInstallerWhenTheTextIsEmpty) {
     whenTerminated([&] {
         EXPECT_EQ(test::readFile(test::home() + u"/arguments"_s), "0\n");
         EXPECT_TRUE(messages().contains(u"Running Installer: \"/Volumes/Kit Setup/Setup.app \" "_s));
+    });
+    finish();
+    FAIL() << "the program did not end";
+}
+
+TEST_F(DiskImage, ReadsTheInstallersOutputOnceItHasEnded) {
+    fakeDiskImageTool(kMounts);
+    putInstaller(u"Setup"_s, "echo 'PROGRESS: 1/2'\n");
+    const QString console = test::folder() + u"/console"_s;
+    ASSERT_NE(std::freopen(console.toLocal8Bit().constData(), "w", stderr), nullptr);
+    whenTerminated([&] {
+        EXPECT_TRUE(test::waitFor([] { return test::eventLogMessages().last() == u"Install Kit failed"_s; }));
+        EXPECT_TRUE(test::waitFor([&] { return test::readFile(console).contains("] stringOutput: PROGRESS: 1/2\n"); }));
+        EXPECT_TRUE(test::readFile(console).contains("] aNotification: NSConcreteNotification {name = "
+                                                     "NSTaskDidTerminateNotification; object = <"));
+        EXPECT_TRUE(test::readFile(console).contains("] completeOutput: \n"));
+    });
+    finish();
+    FAIL() << "the program did not end";
+}
+
+TEST_F(DiskImage, TakesTheElapsedTimeOnceForTheLogAndTheEvent) {
+    fakeDiskImageTool("true\n");
+    finish();
+    static const QRegularExpression logged(u"^Download took: (\\d+\\.\\d{6}) seconds$"_s);
+    const double printed = logged.match(messages().value(1)).captured(1).toDouble();
+    const QStringList downloads = test::eventLogMessages().filter(u"\"EVT\":\"Download\""_s);
+    ASSERT_EQ(downloads.size(), 1);
+    static const QRegularExpression sent(u"\"T\":([0-9.e+-]+)"_s);
+    const double value = sent.match(downloads[0]).captured(1).toDouble();
+    EXPECT_GT(value, 0.0);
+    EXPECT_NEAR(value, printed, 0.000'000'6); // writing one entry takes longer than that
+    EXPECT_EQ(value, static_cast<double>(static_cast<float>(value))) << "more than a 32-bit number holds";
+}
+
+// The output is read after the end only: an installer that writes more than the pipe holds and the pass wait for each
+// other, and nothing that comes after is logged.
+TEST_F(DiskImage, WaitsForAnInstallerThatWritesMoreThanThePipeHolds) {
+    fakeDiskImageTool(kMounts);
+    putInstaller(u"Setup"_s, "echo $$ > \"$HOME/process\"\nhead -c 200000 /dev/zero\ntouch \"$HOME/done\"\n");
+    const std::string process = (test::home() + u"/process"_s).toStdString();
+    ASSERT_EQ(::mkfifo(process.c_str(), 0600), 0);
+    std::binary_semaphore wentOn(0);
+    std::thread impatient([&] {
+        pid_t installer = 0;
+        std::ifstream(process) >> installer;
+        EXPECT_FALSE(wentOn.try_acquire_for(std::chrono::seconds(2)));
+        EXPECT_FALSE(QFile::exists(test::home() + u"/done"_s));
+        EXPECT_TRUE(messages().last().startsWith(u"Running Installer: "_s)) << messages().last().toStdString();
+        ::kill(installer, SIGKILL);
+    });
+    whenTerminated([&] {
+        wentOn.release();
+        impatient.join();
+        EXPECT_TRUE(messages().contains(
+            u"Installer from path : \"/Volumes/Kit Setup/Setup.app \" finished running. Return value: 0"_s));
     });
     finish();
     FAIL() << "the program did not end";

@@ -9,7 +9,9 @@
 #include "ui/QNButton.h"
 #include "ui/QNMainController.h"
 #include "ui/View.h"
+#include "ui/Window.h"
 
+#include <QAction>
 #include <QFile>
 
 using namespace Qt::StringLiterals;
@@ -158,10 +160,26 @@ TEST_F(Flow, ShowsTheDownloadScreenForALinkThatIsNotToOpenByItself) {
     EXPECT_FALSE(controller().errorView()->isHidden());
 }
 
-TEST_F(Flow, QuitsAtOnceOnTheCloseButtonAndOnTheQuitAction) {
+TEST_F(Flow, QuitsAtOnceOnTheCloseButton) {
     controller();
     whenTerminated([&] { EXPECT_EQ(messages(), QStringList{u"Kit end."_s}); });
     controller().onCloseTap();
+    FAIL() << "the program did not end";
+}
+
+TEST_F(Flow, QuitsAtOnceOnTheQuitRequest) {
+    controller();
+    whenTerminated([&] { EXPECT_EQ(messages(), QStringList{u"Kit end."_s}); });
+    controller().tapQuit();
+    FAIL() << "the program did not end";
+}
+
+TEST_F(Flow, QuitsAtOnceOnTheMenusQuitAction) {
+    const MainInterface interface = loadMainMenu();
+    const QNMainController withMenu(u"QNMainController"_s, interface.mainMenu);
+    whenTerminated([] { EXPECT_EQ(test::eventLogMessages().last(), u"Kit end."_s); });
+    EXPECT_EQ(interface.mainMenu->quitAction()->shortcut(), QKeySequence(u"Ctrl+Q"_s));
+    interface.mainMenu->quitAction()->trigger();
     FAIL() << "the program did not end";
 }
 
@@ -191,6 +209,21 @@ TEST_F(Flow, OpensTheLinkOfAQuitNotificationAndWaits) {
     });
     NotificationCenter::defaultCenter().post(kQuitInstallation,
                                              QVariantMap{{u"link"_s, u"https://www.example.com/x"_s}});
+    FAIL() << "the program did not end";
+}
+
+TEST_F(Flow, WaitsAndQuitsAllTheSameWhenTheLinkOfAQuitNotificationCannotBeOpened) {
+    controller();
+    setBlockingWait(recordWait);
+    testing::internal::CaptureStderr();
+    whenTerminated([&] {
+        const std::string console = testing::internal::GetCapturedStderr();
+        EXPECT_NE(console.find("link: no address\n"), std::string::npos) << console;
+        EXPECT_NE(console.find("Failed to open url: (null)\n"), std::string::npos) << console;
+        EXPECT_EQ(messages(), (QStringList{u"Kit end."_s, u"Opening link"_s}));
+        EXPECT_EQ(waits, QList<std::chrono::milliseconds>{std::chrono::milliseconds(2000)});
+    });
+    NotificationCenter::defaultCenter().post(kQuitInstallation, QVariantMap{{u"link"_s, u"no address"_s}});
     FAIL() << "the program did not end";
 }
 

@@ -4,6 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <semaphore>
+#include <thread>
+
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 
 TEST(QNTask, ReturnsWhatTheProgramPrinted) {
@@ -69,6 +77,28 @@ TEST(QNTask, TakesAFolderOrAFileWithoutPermissionForNoProgram) {
               (QStringList{u"Run Task with path: /usr threw an exception: launch path not accessible"_s,
                            u"Run Task with path: "_s + test::folder() +
                                u"/data threw an exception: launch path not accessible"_s}));
+}
+
+TEST(QNTask, ReturnsAllThatThePipeHolds) {
+    const auto output = QNTask::runTaskWithPath(u"/bin/sh"_s, {u"-c"_s, u"head -c 65536 /dev/zero | tr '\\0' a"_s});
+    EXPECT_EQ(output, QString(65536, u'a'));
+}
+
+// Nothing is read before the program has ended: one that prints more than the pipe holds is waited for.
+TEST(QNTask, WaitsForAProgramThatPrintsMoreThanThePipeHolds) {
+    const QString process = test::folder() + u"/process"_s;
+    ASSERT_EQ(::mkfifo(process.toStdString().c_str(), 0600), 0);
+    std::binary_semaphore returned(0);
+    std::thread impatient([&] {
+        pid_t program = 0;
+        std::ifstream(process.toStdString()) >> program;
+        EXPECT_FALSE(returned.try_acquire_for(std::chrono::seconds(2)));
+        ::kill(program, SIGKILL);
+    });
+    const QString script = u"echo $$ > '%1'; exec head -c 65537 /dev/zero"_s.arg(process);
+    EXPECT_EQ(QNTask::runTaskWithPath(u"/bin/sh"_s, {u"-c"_s, script}), u""_s);
+    returned.release();
+    impatient.join();
 }
 
 TEST(QNTask, RunsTheStandInOfAToolUnderItsPlainPath) {
