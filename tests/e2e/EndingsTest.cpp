@@ -17,26 +17,38 @@ loopback::Reply imageReply(const QByteArray& image) {
     return loopback::replyWith(image.toStdString(), "application/octet-stream");
 }
 
+// The run quits by itself, and what happened is as written down.
+void expectInstalled(const QByteArray& arguments, const QMap<QString, QByteArray>& installer, const QString& account) {
+    InstallerRun run;
+    run.expectConfiguration(run.installDocument(u"/files/Kit.dmg"_s, arguments));
+    run.portal().expect("GET /files/Kit.dmg", imageReply(diskImage(u"Kit Setup"_s, installer)));
+    run.expectAnalytics();
+    run.start();
+    ASSERT_TRUE(run.waitForEnd());
+    expectAccount(run.account(), account);
+}
+
+// The run stays on the error screen and ends when asked to; `image` is what the portal answers for the image.
+void expectFailed(const loopback::Reply& image, const QString& account) {
+    InstallerRun run;
+    run.expectConfiguration(run.installDocument(u"/files/Kit.dmg"_s));
+    run.portal().expect("GET /files/Kit.dmg", image);
+    run.expectAnalytics();
+    run.start();
+    ASSERT_TRUE(run.waitForMessage(u"Show generic error screen."_s));
+    run.askToEnd();
+    ASSERT_TRUE(run.waitForEnd());
+    expectAccount(run.account(), account);
+}
+
 } // namespace
 
 TEST(Ending, InstallRunsTheInstallerFromTheImageAndQuits) {
-    InstallerRun run;
-    run.expectConfiguration(run.installDocument(u"/files/Kit.dmg"_s));
-    run.portal().expect("GET /files/Kit.dmg", imageReply(diskImage(u"Kit Setup"_s, sampleInstaller(u"Setup"_s))));
-    run.expectAnalytics();
-    run.start();
-    ASSERT_TRUE(run.waitForEnd());
-    expectAccount(run.account(), u"install"_s);
+    expectInstalled("--a --b", sampleInstaller(u"Setup"_s), u"install"_s);
 }
 
 TEST(Ending, InstallWithoutArgumentsHandsNoneToTheInstallerAndLogsItsFailureAsZero) {
-    InstallerRun run;
-    run.expectConfiguration(run.installDocument(u"/files/Kit.dmg"_s, ""));
-    run.portal().expect("GET /files/Kit.dmg", imageReply(diskImage(u"Kit Setup"_s, sampleInstaller(u"Setup"_s, 3))));
-    run.expectAnalytics();
-    run.start();
-    ASSERT_TRUE(run.waitForEnd());
-    expectAccount(run.account(), u"install-failing-installer"_s);
+    expectInstalled("", sampleInstaller(u"Setup"_s, 3), u"install-failing-installer"_s);
 }
 
 TEST(Ending, OpenLinkWithAutoOpenOpensTheLinkAndQuits) {
@@ -80,37 +92,13 @@ TEST(Ending, AConfigurationThatIsNoJsonShowsTheErrorScreen) {
 }
 
 TEST(Ending, AMissingImageShowsTheErrorScreen) {
-    InstallerRun run;
-    run.expectConfiguration(run.installDocument(u"/files/Kit.dmg"_s));
-    run.portal().expect("GET /files/Kit.dmg", loopback::replyWithStatus(404, "not here"));
-    run.expectAnalytics();
-    run.start();
-    ASSERT_TRUE(run.waitForMessage(u"Show generic error screen."_s));
-    run.askToEnd();
-    ASSERT_TRUE(run.waitForEnd());
-    expectAccount(run.account(), u"http-404"_s);
+    expectFailed(loopback::replyWithStatus(404, "not here"), u"http-404"_s);
 }
 
 TEST(Ending, AnImageThatIsNoneShowsTheErrorScreen) {
-    InstallerRun run;
-    run.expectConfiguration(run.installDocument(u"/files/Kit.dmg"_s));
-    run.portal().expect("GET /files/Kit.dmg", imageReply(QByteArray("garbage ").repeated(1000)));
-    run.expectAnalytics();
-    run.start();
-    ASSERT_TRUE(run.waitForMessage(u"Show generic error screen."_s));
-    run.askToEnd();
-    ASSERT_TRUE(run.waitForEnd());
-    expectAccount(run.account(), u"bad-image"_s);
+    expectFailed(imageReply(QByteArray("garbage ").repeated(1000)), u"bad-image"_s);
 }
 
 TEST(Ending, AnImageWithTwoApplicationsShowsTheErrorScreen) {
-    InstallerRun run;
-    run.expectConfiguration(run.installDocument(u"/files/Kit.dmg"_s));
-    run.portal().expect("GET /files/Kit.dmg", imageReply(diskImage(u"Kit Setup"_s, twoInstallers())));
-    run.expectAnalytics();
-    run.start();
-    ASSERT_TRUE(run.waitForMessage(u"Show generic error screen."_s));
-    run.askToEnd();
-    ASSERT_TRUE(run.waitForEnd());
-    expectAccount(run.account(), u"two-apps"_s);
+    expectFailed(imageReply(diskImage(u"Kit Setup"_s, twoInstallers())), u"two-apps"_s);
 }

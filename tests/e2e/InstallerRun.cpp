@@ -257,12 +257,15 @@ QString InstallerRun::masked(QString text) const {
     return text;
 }
 
+QString InstallerRun::console() const {
+    return QString::fromUtf8(test::readFile(folder_ + u"/console"_s));
+}
+
 QString InstallerRun::consoleAccount() const {
     static const QRegularExpression prefix(
         u"^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} QNInstaller\\[\\d+\\] "_s,
         QRegularExpression::MultilineOption);
-    QString console = QString::fromUtf8(test::readFile(folder_ + u"/console"_s));
-    return console.replace(prefix, u"| "_s);
+    return console().replace(prefix, u"| "_s);
 }
 
 QString InstallerRun::requestsAccount() const {

@@ -45,6 +45,9 @@ public:
     bool waitForMessage(const QString& message);
     void askToEnd(); // SIGTERM
     void sendSignal(int signal);
+    qint64 process() const { return process_.processId(); }
+    // What it has written on the console so far.
+    QString console() const;
     // Runs a further copy of the same bundle to its end; returns its status.
     int startAnother(const QStringList& arguments);
     const QString& anotherConsole() const { return anotherConsole_; }

@@ -31,8 +31,8 @@ void ManagedDisplay::startWindowManager() {
 }
 
 std::unique_ptr<ChildProcess> ManagedDisplay::startApplication(const QString& identifier) {
-    auto application = std::make_unique<ChildProcess>(
-        std::vector<std::string>{putIntoBundle(WINDOW_PROGRAM, identifier, identifier)});
+    auto application =
+        std::make_unique<ChildProcess>(std::vector<std::string>{putIntoBundle(WINDOW_PROGRAM, identifier, identifier)});
     EXPECT_EQ(application->readLine(), "shown");
     return application;
 }
