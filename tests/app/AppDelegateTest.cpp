@@ -2,9 +2,9 @@
 
 #include "app/exceptionHandler.h"
 #include "platform/Bundle.h"
-#include "platform/base/Termination.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
+#include "platform/base/Termination.h"
 #include "platform/base/UncaughtException.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/TestEnvironment.h"
@@ -216,8 +216,15 @@ TEST_F(Delegate, HandsACrashToConsoleAndLogAndEnds) {
     FAIL() << "the program did not end";
 }
 
-TEST_F(Delegate, ReportsAnExceptionOfAnEventToTheHandler) {
+TEST_F(Delegate, InstallsTheHandlerThatLogsACrashAndEnds) {
+    platform::setTerminateFunction([] {
+        EXPECT_EQ(test::eventLogMessages().last(),
+                  u"Application crashed with [reason: too far and userInfo: (null)]"_s);
+        endHere();
+    });
     EXPECT_EQ(platform::uncaughtExceptionHandler(), nullptr);
     delegate().applicationDidFinishLaunching();
-    EXPECT_EQ(platform::uncaughtExceptionHandler(), exceptionHandler);
+    testing::internal::CaptureStderr();
+    platform::uncaughtExceptionHandler()(PlatformException(u"NSRangeException"_s, u"too far"_s));
+    FAIL() << "the program did not end";
 }

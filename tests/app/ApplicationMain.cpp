@@ -1,4 +1,5 @@
 #include "app/Application.h"
+#include "platform/base/MainQueue.h"
 #include "tests/support/PrivateBundle.h"
 
 #include <gmock/gmock.h>
@@ -11,5 +12,6 @@ int main(int argc, char** argv) {
     if (testing::GTEST_FLAG(list_tests))
         return RUN_ALL_TESTS();
     const Application application(argc, argv);
+    MainQueue::attachToMainThread();
     return RUN_ALL_TESTS();
 }

@@ -1,6 +1,12 @@
 #include "app/Application.h"
 
+#include "app/AppDelegate.h"
+#include "app/exceptionHandler.h"
+#include "platform/base/Termination.h"
 #include "platform/base/UncaughtException.h"
+#include "tests/support/TestEnvironment.h"
+#include "ui/QNMainController.h"
+#include "ui/Window.h"
 
 #include <gtest/gtest.h>
 
@@ -26,4 +32,26 @@ TEST(ApplicationEvents, HandTheirExceptionsToTheInstalledHandler) {
     QCoreApplication::postEvent(&receiver, new QEvent(QEvent::User));
     QCoreApplication::processEvents();
     EXPECT_EQ(reported, 1);
+}
+
+// The whole way: an event's handler in the running loop, the program's own crash handler, the orderly end.
+TEST(ApplicationEvents, ThatRaiseEndTheProgramInAnOrderlyWay) {
+    test::setInfo(QStringLiteral("QNEnv"), QStringLiteral("dev1"));
+    test::setSetting(QStringLiteral("kQNApplicationDataPathDev1"), QStringLiteral("/Data"));
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            AppDelegate delegate(MainInterface{});
+            platform::setUncaughtExceptionHandler(exceptionHandler);
+            platform::setWillTerminateHandler([&] { delegate.applicationWillTerminate(); });
+            Raising receiver;
+            QCoreApplication::postEvent(&receiver, new QEvent(QEvent::User));
+            QCoreApplication::exec();
+        },
+        testing::ExitedWithCode(0), "CRASH REASON: in an event\n.*CRASH USER_INFO: \\(null\\)\n");
+    const QStringList log = test::eventLogMessages();
+    ASSERT_GE(log.size(), 2);
+    EXPECT_EQ(log[log.size() - 2],
+              QStringLiteral("Application crashed with [reason: in an event and userInfo: (null)]"));
+    EXPECT_TRUE(log.last().contains(QStringLiteral("\"EVT\":\"End\""))) << log.last().toStdString();
 }
