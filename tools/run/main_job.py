@@ -39,6 +39,8 @@ def arguments():
                         help="how long a screen that waits for the user stays (default: 1)")
     parser.add_argument("--language", default=None, metavar="LOCALE",
                         help="such as de_DE.UTF-8 (default: that of your session)")
+    parser.add_argument("--build", type=pathlib.Path, default=BUILD, metavar="FOLDER",
+                        help="whose installer to start (default: build)")
     parser.add_argument("--keep", action="store_true", help="keep the run's folder and print where it is")
     options = parser.parse_args()
     if options.auto_open and options.ending != "open-link":
@@ -64,7 +66,7 @@ def wait_for_end(process, run_stage, ending, show):
 
 def run_once(options, folder):
     ending = endings.chosen(options.ending, options.auto_open)
-    run_stage = stage.Stage(BUILD, folder, options)
+    run_stage = stage.Stage(options.build.resolve(), folder, options)
     with run_stage.portal(ending) as portal:
         run_stage.make_bundle(portal.addresses["config"], ending)
         process = subprocess.Popen([run_stage.executable], env=run_stage.environment(), stderr=run_stage.console)
