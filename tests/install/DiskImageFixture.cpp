@@ -5,6 +5,7 @@
 #include "tests/support/TestEnvironment.h"
 #include "ui/QNMainController.h"
 
+#include <QCoreApplication>
 #include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
@@ -35,9 +36,13 @@ QString DiskImage::volume(const QString& path) {
 void DiskImage::putInstaller(const QString& application, const QByteArray& script) {
     test::putSystemFile(volume(application + u".app/Contents/Info.plist"_s),
                         "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>CFBundleExecutable</key>"
-                        "<string>run me</string><key>CFBundleIdentifier</key><string>com.example.setup</string>"
-                        "</dict></plist>");
+                        "<string>run me</string><key>CFBundleIdentifier</key><string>" +
+                            identifier().toUtf8() + "</string></dict></plist>");
     test::putSystemTool(volume(application + u".app/Contents/MacOS/run me"_s), "#!/bin/sh\n" + script);
+}
+
+QString DiskImage::identifier() {
+    return u"com.example.setup"_s + QString::number(QCoreApplication::applicationPid());
 }
 
 void DiskImage::finish(const UrlResponse& response, const QString& location) {

@@ -18,8 +18,11 @@ protected:
     static QString downloadedFile(const QString& folder = platform::temporaryDirectory().value_or(QString()));
     // A path on the volume.
     static QString volume(const QString& path);
-    // Puts an application "com.example.setup" on the volume, whose executable is this shell script.
+    // Puts an application on the volume, whose executable is this shell script.
     static void putInstaller(const QString& application, const QByteArray& script);
+
+    // The installer's bundle identifier. Another in each case: applications are looked for among all of this user's.
+    static QString identifier();
 
     void finish(const UrlResponse& response, const QString& location);
     void finish() { finish(http(200), downloadedFile()); }

@@ -15,7 +15,7 @@ protected:
 };
 
 TEST_F(Foreground, GoesToTheSecondOfTwoApplicationsOfTheInstallersIdentifier) {
-    auto earlier = display_.startApplication(u"com.example.setup"_s);
+    auto earlier = display_.startApplication(identifier());
     auto other = display_.startApplication(u"com.example.other"_s);
     ASSERT_TRUE(display_.activate(*other));
     // The installer, the newer one, stays until the older one is in front.
@@ -42,7 +42,7 @@ TEST_F(Foreground, GoesToTheSecondOfTwoApplicationsOfTheInstallersIdentifier) {
 
 TEST_F(Foreground, IsNotAskedForWhenTheSecondIsActiveAlready) {
     putInstaller(u"Setup"_s, "");
-    auto earlier = display_.startApplication(u"com.example.setup"_s);
+    auto earlier = display_.startApplication(identifier());
     ASSERT_TRUE(display_.activate(*earlier));
     whenTerminated([&] {
         EXPECT_FALSE(messages().contains(kMoving));

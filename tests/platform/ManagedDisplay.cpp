@@ -42,9 +42,16 @@ bool ManagedDisplay::isActive(pid_t process) {
 }
 
 bool ManagedDisplay::activate(const ChildProcess& application) {
-    return test::waitFor([&application] {
+    using Clock = std::chrono::steady_clock;
+    std::optional<Clock::time_point> since;
+    return test::waitFor([&] {
+        if (isActive(application)) {
+            since = since.value_or(Clock::now());
+            return Clock::now() - *since > std::chrono::milliseconds(300);
+        }
+        since.reset();
         RunningApplication(application.process(), false).activateAllWindows();
-        return isActive(application);
+        return false;
     });
 }
 

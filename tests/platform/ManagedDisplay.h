@@ -20,7 +20,8 @@ public:
 
     static bool isActive(pid_t process);
     static bool isActive(const ChildProcess& application) { return isActive(application.process()); }
-    // Asks until it is: the window manager may not know the windows yet.
+    // Asks until it is, and stays so: the window manager may not know the windows yet, and between two windows of the
+    // application no window is active for a moment.
     static bool activate(const ChildProcess& application);
     // Waits until it is, without turning this thread's event loop. Any thread.
     static bool becomesActive(const ChildProcess& application);
