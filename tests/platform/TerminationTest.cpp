@@ -1,5 +1,5 @@
 #include "platform/base/Termination.h"
-
+#include "platform/EndSignals.h"
 #include "platform/base/MainQueue.h"
 #include "platform/base/UncaughtException.h"
 #include "tests/support/TestEnvironment.h"
