@@ -40,7 +40,8 @@ void setOpenAddressHandler(std::function<void(const QString&)> handler) {
     if (!address || !identifier) {
         return;
     }
-    auto* const object = new ApplicationObject(std::move(handler)); // lives as long as the process
+    static ApplicationObject* object = nullptr; // lives as long as the process
+    object = new ApplicationObject(std::move(handler));
     try {
         std::thread(takePlaceOnBus, *address, busNameFor(*identifier), object).detach();
     } catch (const std::system_error&) {
