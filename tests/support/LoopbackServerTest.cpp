@@ -9,6 +9,9 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
+#include <functional>
+#include <future>
 #include <optional>
 #include <string>
 #include <thread>
@@ -19,8 +22,9 @@ using loopback::Reply;
 
 namespace {
 
-// Sends the bytes and returns all that comes until the connection ends.
-std::string exchange(std::uint16_t port, const std::string& bytes) {
+// Sends the bytes and returns all that comes until the connection ends; `onAnswer` is called for each piece.
+std::string exchange(
+    std::uint16_t port, const std::string& bytes, const std::function<void()>& onAnswer = [] {}) {
     sockaddr_in target{};
     target.sin_family = AF_INET;
     target.sin_port = htons(port);
@@ -30,8 +34,10 @@ std::string exchange(std::uint16_t port, const std::string& bytes) {
     EXPECT_EQ(send(client, bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
     std::string answer;
     std::array<char, 4096> block;
-    for (ssize_t count = 0; (count = recv(client, block.data(), block.size(), 0)) > 0;)
+    for (ssize_t count = 0; (count = recv(client, block.data(), block.size(), 0)) > 0;) {
         answer.append(block.data(), static_cast<std::size_t>(count));
+        onAnswer();
+    }
     close(client);
     return answer;
 }
@@ -119,9 +125,12 @@ TEST(LoopbackServer, EndsWhileAnAnswerStalls) {
     std::optional<LoopbackServer> server(std::in_place);
     const auto port = server->port();
     server->expect("GET /", {.ending = Ending::kStall});
-    std::thread client(
-        [=] { EXPECT_EQ(exchange(port, "GET / HTTP/1.1\r\n\r\n"), "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n"); });
-    EXPECT_TRUE(server->waitForRequests(1));
+    std::promise<void> headCame;
+    std::thread client([&] {
+        EXPECT_EQ(exchange(port, "GET / HTTP/1.1\r\n\r\n", [&] { headCame.set_value(); }),
+                  "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+    });
+    EXPECT_EQ(headCame.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
     server.reset();
     client.join();
 }
