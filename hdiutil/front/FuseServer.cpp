@@ -136,6 +136,7 @@ bool FuseServer::mount(const std::string& folder, const std::string& device) {
     std::string options = "ro,nosuid,nodev,default_permissions,subtype=hdiutil,fsname=" + device;
     std::vector<std::string> words = {"hdiutil", "-o", options};
     std::vector<char*> pointers;
+    pointers.reserve(words.size());
     for (std::string& word : words) {
         pointers.push_back(word.data());
     }

@@ -17,6 +17,7 @@ namespace {
 void runHelper(const std::string& folder, UnmountWay way) {
     std::vector<std::string> words = {"fusermount3", way == UnmountWay::kDetached ? "-uz" : "-u", "--", folder};
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string& word : words) {
         pointers.push_back(word.data());
     }

@@ -56,7 +56,7 @@ VolumesFolder VolumesFolder::open() {
 
 std::string VolumesFolder::realPath(const std::string& shown) const {
     constexpr std::string_view kPrefix = "/Volumes/";
-    const std::string trimmed = withoutTrailingSlashes(shown);
+    std::string trimmed = withoutTrailingSlashes(shown);
     if (std::string_view(trimmed).starts_with(kPrefix)) {
         return path_ + "/" + trimmed.substr(kPrefix.size());
     }

@@ -11,7 +11,7 @@
 // binary form ("bplist00", trailer, offset table, object markers).
 namespace PropertyListGuard {
 
-constexpr std::size_t kLargestInput = 16U * 1024 * 1024; // bytes
+constexpr std::size_t kLargestInput = std::size_t{16} * 1024 * 1024; // bytes
 constexpr std::size_t kDeepestNesting = 128;             // containers inside one another
 constexpr std::size_t kMostObjects = 1'000'000;          // after every reference has been followed
 

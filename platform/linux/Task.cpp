@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr std::size_t kChunk = 64 * 1024; // what a pipe holds
+constexpr std::size_t kChunk = std::size_t{64} * 1024; // what a pipe holds
 constexpr int kUnknownStatus = -1;
 
 // Retries when a signal interrupts. -1 with errno on failure.
