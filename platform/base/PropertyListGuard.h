@@ -12,8 +12,8 @@
 namespace PropertyListGuard {
 
 constexpr std::size_t kLargestInput = std::size_t{16} * 1024 * 1024; // bytes
-constexpr std::size_t kDeepestNesting = 128;             // containers inside one another
-constexpr std::size_t kMostObjects = 1'000'000;          // after every reference has been followed
+constexpr std::size_t kDeepestNesting = 128;                         // containers inside one another
+constexpr std::size_t kMostObjects = 1'000'000;                      // after every reference has been followed
 
 // False when the bytes break one of the bounds, or when a binary list's tables do not fit its length. True says nothing
 // about the rest being well-formed. Never throws; takes time linear in the input and kMostObjects.
