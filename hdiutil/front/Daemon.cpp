@@ -1,8 +1,10 @@
 #include "hdiutil/front/Daemon.h"
 
+#include "hdiutil/front/AttachedState.h"
 #include "hdiutil/front/DaemonReport.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/front/ImageServer.h"
+#include "hdiutil/front/Reaper.h"
 #include "hdiutil/front/UniqueFd.h"
 
 #include <algorithm>
@@ -114,7 +116,11 @@ std::optional<AttachResult> attachThroughDaemon(const AttachOptions& options, co
     if (report && report->kind == DaemonReport::Kind::kNoFuse) {
         return std::nullopt;
     }
-    throw FrontError(report ? report->message : "attach failed - the program that serves the image ended unexpectedly");
+    if (report) {
+        throw FrontError(report->message);
+    }
+    reapAndList(AttachedState(volumes)); // it could not clean up itself
+    throw FrontError("attach failed - the program that serves the image ended unexpectedly");
 }
 
 } // namespace hdi

@@ -1,6 +1,5 @@
 #include "hdiutil/front/ImageServer.h"
 
-#include "hdiutil/front/AttachedState.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/front/ImageCheck.h"
 #include "hdiutil/front/MountControl.h"
@@ -51,6 +50,14 @@ ImageServer::ImageServer(const AttachOptions& options, const VolumesFolder& volu
 ImageServer::~ImageServer() = default;
 
 DaemonReport ImageServer::attach() {
+    DaemonReport report = attachOrFail();
+    if (servers_.empty()) { // nothing of ours is attached that others would have to wait for
+        state_.reset();
+    }
+    return report;
+}
+
+DaemonReport ImageServer::attachOrFail() {
     DaemonReport report;
     try {
         return attachOrThrow();
@@ -67,26 +74,32 @@ DaemonReport ImageServer::attach() {
 DaemonReport ImageServer::attachOrThrow() {
     const ImageIdentity identity = requireIdentity(options_.imagePath);
     prepared_ = prepareImage(options_);
-    std::optional<AttachedState> state(std::in_place, volumes_);
-    if (std::optional<AttachResult> before = findAttached(state, volumes_, identity)) {
+    state_.emplace(volumes_);
+    if (std::optional<AttachResult> before = findAttached(state_, volumes_, identity)) {
         return {DaemonReport::Kind::kAttached, "", before->rows, before->messages};
     }
-    record_ = newRecord(options_, identity, state->firstFreeDisk(), AttachMethod::kFuse);
+    record_ = newRecord(options_, identity, state_->firstFreeDisk(), AttachMethod::kFuse);
     MountPoints points(prepared_.opened, record_.disk, volumes_, options_.mountPoint);
     record_.rows = points.rows();
-    if (!mountAll()) {
-        servers_.clear();
-        return {DaemonReport::Kind::kNoFuse, "", {}, ""};
-    }
+    state_->save(record_); // before anything is mounted: should we die now, others know what to take back
     try {
-        startAll();
-        state->save(record_);
-    } catch (const FrontError&) {
-        servers_.clear(); // unmounted before the mount points are removed
+        if (mountAll()) {
+            startAll();
+            points.keep();
+            return {DaemonReport::Kind::kAttached, "", record_.rows, prepared_.messages};
+        }
+    } catch (...) {
+        unmountAll();
         throw;
     }
-    points.keep();
-    return {DaemonReport::Kind::kAttached, "", record_.rows, prepared_.messages};
+    unmountAll();
+    return {DaemonReport::Kind::kNoFuse, "", {}, ""};
+}
+
+// Before the mount points are removed.
+void ImageServer::unmountAll() {
+    servers_.clear();
+    state_->remove(record_);
 }
 
 bool ImageServer::mountAll() {
@@ -120,6 +133,7 @@ void ImageServer::startAll() {
 
 void ImageServer::serve(bool received) {
     if (received) {
+        state_.reset();
         widenAll(); // takes milliseconds, so nobody waits for it
         if (prepared_.checkBeside) {
             std::thread([this] { checkBeside(); }).detach(); // the process ends without waiting for it
@@ -173,7 +187,8 @@ void ImageServer::noteDamage(const std::string& damage) {
     }
 }
 
-// Whoever detaches holds the lock and cleans up; only for an unmount by other means is that left to us.
+// Whoever detaches holds the lock and cleans up; only for an unmount by other means is that left to us. When nobody
+// received the report, the lock is still ours, so that nobody is told of a volume that goes.
 void ImageServer::takeBack() {
     for (const AttachedRow& row : record_.rows) {
         if (row.isMounted() && isMounted(row.realPath)) {
@@ -181,7 +196,8 @@ void ImageServer::takeBack() {
         }
     }
     try {
-        const std::optional<AttachedState> state = AttachedState::tryLock(volumes_);
+        const std::optional<AttachedState> state =
+            state_ ? std::optional(std::move(*state_)) : AttachedState::tryLock(volumes_);
         for (const AttachRecord& record : state ? state->records() : std::vector<AttachRecord>()) {
             if (record.disk == record_.disk && record.process == record_.process) {
                 cleanUp(*state, record);

@@ -2,11 +2,13 @@
 
 #include "hdiutil/front/Attach.h"
 #include "hdiutil/front/AttachRecord.h"
+#include "hdiutil/front/AttachedState.h"
 #include "hdiutil/front/DaemonReport.h"
 #include "hdiutil/front/FuseServer.h"
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace hdi {
@@ -21,7 +23,8 @@ public:
     ImageServer& operator=(const ImageServer&) = delete;
     ~ImageServer();
 
-    // Opens, checks, mounts and notes the image. Never throws: failures are in the report.
+    // Opens, checks, mounts and notes the image. Never throws: failures are in the report. What was mounted stays
+    // locked until serve(): nobody else is told of it before it is known that the report was received.
     DaemonReport attach();
     // False after attach() when the image turned out to be attached already.
     bool isServing() const { return !servers_.empty(); }
@@ -30,9 +33,11 @@ public:
     void serve(bool received);
 
 private:
+    DaemonReport attachOrFail();
     DaemonReport attachOrThrow();
     bool mountAll();
     void startAll();
+    void unmountAll();
     void widenAll();
     void checkBeside();
     void noteDamage(const std::string& damage);
@@ -43,6 +48,7 @@ private:
     const VolumesFolder& volumes_;
     PreparedImage prepared_;
     AttachRecord record_;
+    std::optional<AttachedState> state_;
     std::vector<std::unique_ptr<FuseServer>> servers_;
     std::atomic<std::size_t> running_ = 0;
 };

@@ -79,21 +79,38 @@ void readToEnd(Pipe& out, Pipe& err, Clock::time_point until, Outcome& outcome) 
 
 } // namespace
 
-Outcome runProgram(const Words& words, std::chrono::seconds limit) {
+struct Running::Pipes {
     Pipe out;
     Pipe err;
-    const pid_t pid = start(words, out, err);
-    out.closeEnd(1);
-    err.closeEnd(1);
-    Outcome outcome;
-    readToEnd(out, err, Clock::now() + limit, outcome);
-    int status = 0;
-    if (!outcome.sawEnd && waitpid(pid, &status, WNOHANG) == 0) {
-        kill(pid, SIGKILL);
+};
+
+Running::Running(const Words& words) : pipes_(std::make_unique<Pipes>()) {
+    pid_ = start(words, pipes_->out, pipes_->err);
+    pipes_->out.closeEnd(1);
+    pipes_->err.closeEnd(1);
+}
+
+Running::~Running() {
+    if (pid_ > 0) {
+        kill(pid_, SIGKILL);
+        waitpid(pid_, nullptr, 0);
     }
-    waitpid(pid, &status, 0);
+}
+
+Outcome Running::finish(std::chrono::seconds limit) {
+    Outcome outcome;
+    readToEnd(pipes_->out, pipes_->err, Clock::now() + limit, outcome);
+    if (!outcome.sawEnd) {
+        kill(pid_, SIGKILL);
+    }
+    int status = 0;
+    waitpid(std::exchange(pid_, -1), &status, 0);
     outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return outcome;
+}
+
+Outcome runProgram(const Words& words, std::chrono::seconds limit) {
+    return Running(words).finish(limit);
 }
 
 bool holdsWithin(std::chrono::milliseconds limit, const std::function<bool()>& condition) {
@@ -109,6 +126,37 @@ bool holdsWithin(std::chrono::milliseconds limit, const std::function<bool()>& c
 
 bool isRoot() {
     return geteuid() == 0;
+}
+
+pid_t toolBelow(pid_t parent) {
+    const std::string path = "/proc/" + std::to_string(parent) + "/task/" + std::to_string(parent) + "/children";
+    pid_t found = -1;
+    const auto isTool = [](pid_t pid) {
+        std::error_code error;
+        return fs::read_symlink("/proc/" + std::to_string(pid) + "/exe", error) == fs::canonical(HDIUTIL_PROGRAM);
+    };
+    EXPECT_TRUE(holdsWithin(std::chrono::seconds(20), [&] {
+        std::ifstream children(path);
+        for (pid_t child = -1; found < 0 && children >> child;) {
+            found = isTool(child) ? child : -1;
+        }
+        return found > 0;
+    }));
+    return found;
+}
+
+Words withInjection(const std::string& injection, const Words& words) {
+    const char* options = std::getenv("ASAN_OPTIONS");
+    // The leak checker cannot work under a tracer.
+    const std::string withoutLeakCheck =
+        "ASAN_OPTIONS=" + (options != nullptr ? options + std::string(":") : std::string()) + "detect_leaks=0";
+    const std::string name = injection.substr(0, injection.find(':'));
+    Words all = {"env", withoutLeakCheck, "strace", "-f", "-qq", "-o", "/dev/null"};
+    for (const std::string& word : {std::string("-e"), "trace=" + name, std::string("-e"), "inject=" + injection}) {
+        all.push_back(word);
+    }
+    all.insert(all.end(), words.begin(), words.end());
+    return all;
 }
 
 std::string shellWord(const std::string& text) {

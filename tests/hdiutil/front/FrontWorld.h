@@ -4,7 +4,9 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 namespace hdi::test {
@@ -18,6 +20,24 @@ struct Outcome {
 
 using Words = std::vector<std::string>;
 
+// A program that runs beside the test; killed with the object.
+class Running {
+public:
+    explicit Running(const Words& words);
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+    ~Running();
+
+    pid_t pid() const { return pid_; }
+    // Reads both outputs to their end, at most `limit`, then ends it.
+    Outcome finish(std::chrono::seconds limit = std::chrono::seconds(60));
+
+private:
+    struct Pipes;
+    std::unique_ptr<Pipes> pipes_;
+    pid_t pid_ = -1;
+};
+
 // Runs a program and reads both of its outputs to their end, at most `limit`.
 Outcome runProgram(const Words& words, std::chrono::seconds limit = std::chrono::seconds(60));
 
@@ -25,6 +45,13 @@ Outcome runProgram(const Words& words, std::chrono::seconds limit = std::chrono:
 bool holdsWithin(std::chrono::milliseconds limit, const std::function<bool()>& condition);
 
 bool isRoot();
+
+// The child of a process that runs our tool, once there is one.
+pid_t toolBelow(pid_t parent);
+
+// The command line that runs `words` and all its children under strace with this injection, such as
+// "mount:delay_enter=1000000": what happens in between can then be looked at, and interrupted, without luck.
+Words withInjection(const std::string& injection, const Words& words);
 
 // The command line that runs `words` where FUSE is not to be had: in a mount namespace of its own whose /dev/fuse is a
 // plain file. What is extracted there shows everywhere.
