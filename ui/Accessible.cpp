@@ -3,6 +3,7 @@
 #include "ui/HyperlinkTextField.h"
 #include "ui/ImageView.h"
 #include "ui/QNSpinner.h"
+#include "ui/Window.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>
@@ -78,14 +79,30 @@ private:
     std::size_t number_;
 };
 
+// By itself a window of its own making counts as a nameless part of some other: nobody would hear its title.
+class AccessibleWindow : public QAccessibleWidget {
+public:
+    explicit AccessibleWindow(Window* window) : QAccessibleWidget(window) {}
+    QAccessible::Role role() const override {
+        const auto* const window = static_cast<const Window*>(widget());
+        return window->level() >= Window::kFloatingLevel ? QAccessible::Dialog : QAccessible::Window;
+    }
+};
+
 class AccessibleText : public QAccessibleWidget {
 public:
     explicit AccessibleText(TextField* field) : QAccessibleWidget(field, QAccessible::StaticText) {}
+    // Without words there is nothing to stop at.
+    QAccessible::State state() const override {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.invisible = state.invisible || static_cast<const TextField*>(widget())->string().isEmpty();
+        return state;
+    }
 };
 
-class AccessibleHyperlinks : public QAccessibleWidget {
+class AccessibleHyperlinks : public AccessibleText {
 public:
-    explicit AccessibleHyperlinks(HyperlinkTextField* field) : QAccessibleWidget(field, QAccessible::StaticText) {}
+    explicit AccessibleHyperlinks(HyperlinkTextField* field) : AccessibleText(field) {}
     ~AccessibleHyperlinks() override {
         for (const QAccessible::Id id : links_)
             QAccessible::deleteAccessibleInterface(id);
@@ -139,6 +156,8 @@ public:
 };
 
 QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
+    if (auto* window = qobject_cast<Window*>(object))
+        return new AccessibleWindow(window);
     if (auto* field = qobject_cast<HyperlinkTextField*>(object))
         return new AccessibleHyperlinks(field);
     if (auto* field = qobject_cast<TextField*>(object))

@@ -236,6 +236,20 @@ bool InstallerRun::waitForEnd() {
     return process_.waitForFinished(30'000);
 }
 
+QStringList InstallerRun::openedAddresses(int count) const {
+    const QString file = folder_ + u"/home/opened"_s;
+    const auto opened = [&file] {
+        return QFile::exists(file) ? QString::fromUtf8(test::readFile(file)).split(u'\n', Qt::SkipEmptyParts)
+                                   : QStringList();
+    };
+    test::waitFor([&] { return opened().size() >= count; });
+    return opened();
+}
+
+int InstallerRun::exitStatus() const {
+    return process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1;
+}
+
 QString InstallerRun::masked(QString text) const {
     const std::pair<const char*, const char*> patterns[] = {
         {R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(Z|[+-]\d\d:\d\d))", "TIME"},

@@ -62,6 +62,10 @@ public:
     QString ownResources() const;
     // Until the process has ended by itself.
     bool waitForEnd();
+    // What the user's default handler was asked to open, once there are `count` addresses.
+    QStringList openedAddresses(int count) const;
+    // Of the ended process; -1 when a signal ended it.
+    int exitStatus() const;
 
     QString account() const;
 
