@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <fstream>
 #include <stdexcept>
 
 namespace loopback {
@@ -144,6 +145,8 @@ bool Connection::send(const Reply& reply) {
 }
 
 bool Connection::sendBody(const Reply& reply, std::uint64_t allowed) {
+    if (reply.file)
+        return sendFile(*reply.file, allowed);
     if (!reply.generated) {
         const auto& body = reply.raw ? *reply.raw : reply.body;
         return sendSlowly(std::string_view(body).substr(0, allowed), reply.pause);
@@ -153,6 +156,19 @@ bool Connection::sendBody(const Reply& reply, std::uint64_t allowed) {
         const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, length - offset));
         if (!sendSlowly(generatedBytes(offset, count), reply.pause))
             return false;
+    }
+    return true;
+}
+
+bool Connection::sendFile(const std::string& path, std::uint64_t allowed) {
+    std::ifstream file(path, std::ios::binary);
+    std::string block(kBlock, '\0');
+    while (file && allowed > 0) {
+        file.read(block.data(), static_cast<std::streamsize>(std::min<std::uint64_t>(block.size(), allowed)));
+        const auto count = static_cast<std::uint64_t>(file.gcount());
+        if (!write(std::string_view(block).substr(0, count)))
+            return false;
+        allowed -= count;
     }
     return true;
 }

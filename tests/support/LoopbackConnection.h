@@ -54,6 +54,7 @@ private:
     bool fill();
     bool write(std::string_view bytes);
     bool sendBody(const Reply& reply, std::uint64_t allowed);
+    bool sendFile(const std::string& path, std::uint64_t allowed);
     bool sendSlowly(std::string_view bytes, std::chrono::milliseconds pause);
     bool end(Ending ending);
     void waitForStop();

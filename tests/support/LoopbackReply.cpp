@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <filesystem>
 
 namespace loopback {
 
@@ -95,7 +96,8 @@ std::string headOf(const Reply& reply) {
     std::string head = "HTTP/1.1 " + std::to_string(reply.status) + " " + reasonFor(reply.status) + "\r\n";
     for (const auto& [name, value] : reply.headers)
         head.append(name).append(": ").append(value).append("\r\n");
-    const auto length = std::to_string(reply.generated.value_or(reply.body.size()));
+    const auto held = reply.file ? std::filesystem::file_size(*reply.file) : reply.body.size();
+    const auto length = std::to_string(reply.generated.value_or(held));
     const auto stated = reply.contentLength.value_or(length);
     const bool mayHaveBody = reply.status != 204 && reply.status != 304 && !reply.tunnelTo;
     if (mayHaveBody && !stated.empty())

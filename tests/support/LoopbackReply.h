@@ -42,6 +42,8 @@ struct Reply {
 
     // Instead of `body`: that many bytes, the same in every run, made while they are sent.
     std::optional<std::uint64_t> generated = {};
+    // Instead of `body`: what this file holds, read while it is sent.
+    std::optional<std::string> file = {};
     // Instead of the true length; empty: no such header, so that only the end of the connection ends the body.
     std::optional<std::string> contentLength = {};
     // Instead of everything above: these bytes.

@@ -10,6 +10,8 @@
 
 #include <array>
 #include <chrono>
+#include <cstdio>
+#include <fstream>
 #include <functional>
 #include <future>
 #include <optional>
@@ -103,6 +105,22 @@ TEST(LoopbackServer, StatesAnotherLengthOrNone) {
     EXPECT_EQ(exchange(server.port(), "GET / HTTP/1.1\r\n\r\n"), "HTTP/1.1 200 OK\r\nContent-Length: 7\r\n\r\nabc");
     server.expect("GET /", {.body = "abc", .contentLength = "", .ending = Ending::kClose});
     EXPECT_EQ(exchange(server.port(), "GET / HTTP/1.1\r\n\r\n"), "HTTP/1.1 200 OK\r\n\r\nabc");
+}
+
+TEST(LoopbackServer, SendsWhatAFileHolds) {
+    const auto path = testing::TempDir() + "loopback file " + std::to_string(::getpid());
+    const auto contents = loopback::generatedBytes(0, 1'000'000);
+    std::ofstream(path, std::ios::binary) << contents;
+    LoopbackServer server;
+    auto reply = last({.file = path});
+    const auto head = loopback::headOf(reply);
+    EXPECT_EQ(head, "HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n");
+    server.expect("GET /", reply);
+    EXPECT_EQ(exchange(server.port(), "GET / HTTP/1.1\r\n\r\n"), head + contents);
+    reply.cutAfter = head.size() + 300'000;
+    server.expect("GET /", reply);
+    EXPECT_EQ(exchange(server.port(), "GET / HTTP/1.1\r\n\r\n"), head + contents.substr(0, 300'000));
+    std::remove(path.c_str());
 }
 
 TEST(LoopbackServer, GeneratesTheSameBytesWhereverThePiecesBegin) {
