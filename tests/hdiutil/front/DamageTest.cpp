@@ -7,7 +7,6 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <unistd.h>
 
 namespace hdi::test {
@@ -65,21 +64,11 @@ class DamagedBigImage : public FrontWorld {
 protected:
     void SetUp() override {
         FrontWorld::SetUp();
-        fs::create_directories(base() + "/source");
-        std::mt19937_64 random(5);
-        std::ofstream file(base() + "/source/noise", std::ios::binary);
-        for (int i = 0; i < 40 * 1024 * 1024 / 8; ++i) {
-            const std::uint64_t word = random();
-            file.write(reinterpret_cast<const char*>(&word), sizeof word);
-        }
-        file.close();
-        ASSERT_EQ(
-            hdiutil({"create", "-srcfolder", base() + "/source", "-volname", "Big", "-format", "UDRO", path()}).status,
-            0);
+        noiseImage(base(), 40);
     }
 
-    std::string path() const { return base() + "/big.dmg"; }
-    std::string noise() const { return volumes() + "/Big/noise"; }
+    std::string path() const { return base() + "/noise.dmg"; }
+    std::string noise() const { return volumes() + "/Noise/noise"; }
     void damage() const {
         std::fstream file(path(), std::ios::binary | std::ios::in | std::ios::out);
         file.seekp(30 * 1024 * 1024);
@@ -111,7 +100,7 @@ TEST_F(DamagedBigImage, IsReportedAndNotAttachedAgain) {
     EXPECT_EQ(again.status, 1);
     EXPECT_EQ(again.out, "");
     EXPECT_THAT(again.err, HasSubstr("attach failed - image data corrupted"));
-    EXPECT_EQ(hdiutil({"detach", "/Volumes/Big"}).status, 0);
+    EXPECT_EQ(hdiutil({"detach", "/Volumes/Noise"}).status, 0);
 }
 
 TEST_F(DamagedBigImage, IsRefusedByExtraction) {
@@ -134,7 +123,7 @@ TEST_F(DamagedBigImage, GivesReadErrorsAfterTheFileShrank) {
     ASSERT_EQ(hdiutil({"mount", "-noverify", path()}).status, 0);
     fs::resize_file(path(), kMebibyte);
     EXPECT_EQ(readError(20 * kMebibyte), EIO);
-    EXPECT_EQ(hdiutil({"detach", "/Volumes/Big"}).status, 0);
+    EXPECT_EQ(hdiutil({"detach", "/Volumes/Noise"}).status, 0);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "tests/hdiutil/front/FrontWorld.h"
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdlib>
@@ -7,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <poll.h>
+#include <random>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <thread>
@@ -159,6 +161,23 @@ Words withInjection(const std::string& injection, const Words& words) {
     return all;
 }
 
+std::string noiseImage(const std::string& folder, std::size_t mebibytes) {
+    fs::create_directories(folder + "/source");
+    std::mt19937_64 random(5);
+    std::ofstream file(folder + "/source/noise", std::ios::binary);
+    std::vector<std::uint64_t> piece((std::size_t{1} << 20) / sizeof(std::uint64_t));
+    for (std::size_t i = 0; i < mebibytes; ++i) {
+        std::generate(piece.begin(), piece.end(), random);
+        file.write(reinterpret_cast<const char*>(piece.data()), std::streamsize{1} << 20);
+    }
+    file.close();
+    const std::string image = folder + "/noise.dmg";
+    const Outcome made = runProgram(
+        {HDIUTIL_PROGRAM, "create", "-srcfolder", folder + "/source", "-volname", "Noise", "-format", "UDRO", image});
+    EXPECT_EQ(made.status, 0) << made.err;
+    return image;
+}
+
 std::string shellWord(const std::string& text) {
     std::string word = "'";
     for (const char c : text) {
@@ -167,15 +186,19 @@ std::string shellWord(const std::string& text) {
     return word + "'";
 }
 
+Words inMountNamespace(const Words& words) {
+    Words all = isRoot() ? Words{"unshare", "-m"} : Words{"unshare", "-Urm"};
+    all.insert(all.end(), {"--propagation", "slave"});
+    all.insert(all.end(), words.begin(), words.end());
+    return all;
+}
+
 Words withoutFuse(const Words& words) {
     const std::string file = std::string(std::getenv("TMPDIR")) + "/../no-fuse";
     const std::ofstream made(file);
-    Words all = isRoot() ? Words{"unshare", "-m"} : Words{"unshare", "-Urm"};
-    const Words rest = {
-        "--propagation", "slave", "sh", "-c", "mount --bind " + shellWord(file) + " /dev/fuse && exec \"$@\"", "sh"};
-    all.insert(all.end(), rest.begin(), rest.end());
+    Words all = {"sh", "-c", "mount --bind " + shellWord(file) + " /dev/fuse && exec \"$@\"", "sh"};
     all.insert(all.end(), words.begin(), words.end());
-    return all;
+    return inMountNamespace(all);
 }
 
 void FrontWorld::SetUp() {

@@ -53,9 +53,16 @@ pid_t toolBelow(pid_t parent);
 // "mount:delay_enter=1000000": what happens in between can then be looked at, and interrupted, without luck.
 Words withInjection(const std::string& injection, const Words& words);
 
+// The command line that runs `words` in a mount namespace of its own, in which it may mount.
+Words inMountNamespace(const Words& words);
+
 // The command line that runs `words` where FUSE is not to be had: in a mount namespace of its own whose /dev/fuse is a
 // plain file. What is extracted there shows everywhere.
 Words withoutFuse(const Words& words);
+
+// Makes `folder`/source with one file of noise, and of that an image, stored as it is, with the volume "Noise"; its
+// path.
+std::string noiseImage(const std::string& folder, std::size_t mebibytes);
 
 std::string shellWord(const std::string& text);
 

@@ -6,6 +6,8 @@
 
 #include <csignal>
 #include <filesystem>
+#include <memory>
+#include <sys/stat.h>
 
 // What is left when something dies in the middle: nothing.
 namespace hdi::test {
@@ -87,6 +89,77 @@ TEST_F(InterruptedMount, LeavesNothingWhenTheDaemonDiesBeforeTheMountAnswers) {
     EXPECT_THAT(outcome.err, testing::EndsWith(kDaemonGone)); // the tracer may have a line of its own
     EXPECT_FALSE(isMounted(folder()));
     EXPECT_THAT(leftovers(), IsEmpty());
+}
+
+// Forty mebibytes that are written slowly, a mebibyte at a time.
+class InterruptedExtraction : public FrontWorld {
+protected:
+    void SetUp() override {
+        FrontWorld::SetUp();
+        path_ = noiseImage(base(), 40);
+        running_ = std::make_unique<Running>(
+            withoutFuse(withInjection("pwrite64:delay_enter=200000", command({"mount", path_}))));
+        tool_ = toolBelow(running_->pid());
+        ASSERT_TRUE(holdsWithin(std::chrono::seconds(20), [&] { return hasBegun(); }));
+    }
+
+    const std::string& path() const { return path_; }
+    pid_t tool() const { return tool_; }
+    Running& running() { return *running_; }
+
+private:
+    // Something of the volume has been written.
+    bool hasBegun() const {
+        std::error_code error;
+        for (const fs::directory_entry& data : fs::directory_iterator(temporary(), error)) {
+            struct stat facts {};
+            if (stat((data.path() / " incomplete/noise").c_str(), &facts) == 0 && facts.st_blocks > 0) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    std::string path_;
+    std::unique_ptr<Running> running_;
+    pid_t tool_ = -1;
+};
+
+class SignalledExtraction : public InterruptedExtraction, public testing::WithParamInterface<int> {};
+INSTANTIATE_TEST_SUITE_P(Signals, SignalledExtraction, testing::Values(SIGINT, SIGTERM, SIGHUP), nameOfSignal);
+
+TEST_P(SignalledExtraction, SaysSoAndLeavesNothingBehind) {
+    kill(tool(), GetParam());
+    const Outcome outcome = running().finish();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "hdiutil: attach failed - interrupted\n");
+    EXPECT_THAT(leftovers(), IsEmpty());
+}
+
+TEST_F(InterruptedExtraction, IsTakenBackByDetachWhenItWasKilled) {
+    kill(tool(), SIGKILL);
+    EXPECT_EQ(running().finish().status, 128 + SIGKILL);
+    EXPECT_EQ(leftovers().size(), 3U); // the records, the symlink and the data
+    EXPECT_EQ(hdiutil({"detach", "/Volumes/Noise"}).status, 0);
+    EXPECT_THAT(leftovers(), IsEmpty());
+}
+
+TEST_F(InterruptedExtraction, IsTakenBackByTheNextMountWhenItWasKilled) {
+    kill(tool(), SIGKILL);
+    running().finish();
+    const Outcome outcome = hdiutilWithoutFuse({"mount", path()});
+    EXPECT_THAT(outcome.out, HasSubstr("\t/Volumes/Noise\n"));
+    EXPECT_EQ(runProgram({"cmp", base() + "/source/noise", volumes() + "/Noise/noise"}).status, 0);
+    EXPECT_EQ(leftovers().size(), 3U); // no second set of data
+}
+
+TEST_F(InterruptedExtraction, IsBusyForWhoeverDetachesMeanwhile) {
+    const Outcome outcome = hdiutil({"detach", "/Volumes/Noise"});
+    EXPECT_EQ(outcome.status, 16);
+    EXPECT_EQ(outcome.err, "hdiutil: couldn't unmount \"disk2\" - Resource busy\n");
+    EXPECT_THAT(hdiutil({"info"}).out, HasSubstr("method          : extracted (attaching)\n"));
+    EXPECT_EQ(running().finish().status, 0);
 }
 
 } // namespace
