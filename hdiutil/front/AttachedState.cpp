@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace hdi {
 namespace {
@@ -75,15 +76,21 @@ bool AttachedState::acquire(bool wait) {
         throw FrontError("cannot create \"" + folder_ + "\" - " + errorText(errno));
     }
     const UniqueFd folder(::open(folder_.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    struct stat facts {};
-    const bool ours =
-        folder && fstat(folder.get(), &facts) == 0 && facts.st_uid == geteuid() && (facts.st_mode & 022) == 0;
-    lock_.reset(ours ? openat(folder.get(), "lock", O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600) : -1);
-    if (!lock_ && errno == ENOENT) {
+    if (!folder && errno == ENOENT) {
         return false; // the last user of the folder removed it just now
     }
-    if (!lock_) {
+    struct stat facts {};
+    if (!folder || fstat(folder.get(), &facts) != 0 || facts.st_uid != geteuid() || (facts.st_mode & 022) != 0) {
         throw FrontError("the state folder \"" + folder_ + "\" is not a folder of yours");
+    }
+    lock_.reset(openat(folder.get(), "lock", O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!lock_ && errno == ENOENT) {
+        return false; // the same, a moment later
+    }
+    if (!lock_) {
+        const int error = errno;
+        rmdir(folder_.c_str()); // stays while anything is in it
+        throw FrontError("cannot create the lock in \"" + folder_ + "\" - " + errorText(error));
     }
     return flockRetrying(lock_.get(), wait ? LOCK_EX : LOCK_EX | LOCK_NB) == 0 &&
            isStillNamed(lock_.get(), folder_ + "/lock");
