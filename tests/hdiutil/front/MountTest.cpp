@@ -1,9 +1,7 @@
 #include "tests/hdiutil/front/FrontWorld.h"
-#include "tests/hdiutil/volume/VolumeTree.h"
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -14,7 +12,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using namespace std::string_literals;
 
 constexpr const char* kLicenceTable =
     "/dev/disk2          \tApple_partition_scheme         \t\n"
@@ -250,40 +247,6 @@ TEST_P(Mount, ShowsADamagedImageOnlyWithoutTheCheck) {
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(outcome.out, "");
     }
-}
-
-// Linux gives every symlink of a disk folder all permissions.
-void forgetLinkModes(Tree& tree) {
-    for (auto& [path, item] : tree) {
-        item.mode = item.kind == NodeKind::kSymlink ? std::nullopt : item.mode;
-    }
-}
-
-class RealImage : public FrontWorld, public testing::WithParamInterface<std::tuple<Way, const char*>> {};
-INSTANTIATE_TEST_SUITE_P(All, RealImage,
-                         testing::Combine(testing::Values(Way::kFuse, Way::kExtracted),
-                                          testing::Values("hfsplus-apm-bzip2-licence", "hfsplus-gpt-zlib-links",
-                                                          "hfsplus-gpt-zlib-stub-app")),
-                         [](const auto& instance) {
-                             std::string name = std::get<1>(instance.param) + nameOf(std::get<0>(instance.param));
-                             std::replace(name.begin(), name.end(), '-', '_');
-                             return name;
-                         });
-
-TEST_P(RealImage, ShowsTheTreeThat7ZipReads) {
-    const auto& [way, name] = GetParam();
-    const std::string path = copyOf(name + ".dmg"s);
-    const Outcome outcome = way == Way::kFuse ? hdiutil({"mount", path}) : hdiutilWithoutFuse({"mount", path});
-    ASSERT_EQ(outcome.status, 0) << outcome.err;
-    const std::string shown = outcome.out.substr(outcome.out.find("/Volumes/"));
-    Tree expected = readWith7z(path, base() + "/7z");
-    Tree actual = readFolder(base() + "/root" + shown.substr(0, shown.find('\n')));
-    if (way == Way::kExtracted) {
-        forgetLinkModes(expected);
-        forgetLinkModes(actual);
-    }
-    ASSERT_FALSE(expected.empty());
-    EXPECT_EQ(actual, expected);
 }
 
 } // namespace

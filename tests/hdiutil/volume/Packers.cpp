@@ -106,6 +106,48 @@ Bytes packLzvn(const Bytes& contents) {
     return out + Bytes(7); // the end mark is eight bytes long
 }
 
+Bytes packAdc(const Bytes& contents) {
+    constexpr std::size_t kLiterals = 128;
+    constexpr std::size_t kShort = 18;
+    constexpr std::size_t kLong = 67;
+    Bytes out;
+    std::unordered_map<std::uint32_t, std::size_t> seen;
+    std::size_t literals = 0;
+    const auto flush = [&](std::size_t end) {
+        while (literals < end) {
+            const std::size_t count = std::min(end - literals, kLiterals);
+            addByte(out, 0x80 + count - 1);
+            out = out + Bytes(contents.begin() + static_cast<std::ptrdiff_t>(literals),
+                              contents.begin() + static_cast<std::ptrdiff_t>(literals + count));
+            literals += count;
+        }
+    };
+    for (std::size_t at = 0; at + 4 <= contents.size();) {
+        const auto four = loadLittle<std::uint32_t>(contents, at);
+        const auto found = seen.find(four);
+        const std::size_t distance = found != seen.end() ? at - found->second - 1 : SIZE_MAX;
+        const std::size_t length = distance < 0x10000 ? matchLength(contents, found->second, at) : 0;
+        seen[four] = at;
+        if (length == 0) {
+            ++at;
+            continue;
+        }
+        flush(at);
+        const std::size_t count = std::min(length, distance < 1024 && length <= kShort ? kShort : kLong);
+        if (distance < 1024 && count <= kShort) {
+            addByte(out, (count - 3) << 2 | distance >> 8);
+        } else {
+            addByte(out, 0x40 + count - 4);
+            addByte(out, distance >> 8);
+        }
+        addByte(out, distance & 0xFF);
+        at += count;
+        literals = at;
+    }
+    flush(contents.size());
+    return out;
+}
+
 Bytes zlibFork(const Bytes& contents) {
     const std::vector<Bytes> blocks = blocksOf(contents, std::byte{0xFF}, packZlib);
     Bytes table(4 + 8 * blocks.size());

@@ -10,6 +10,8 @@ namespace hdi::test {
 Bytes packZlib(const Bytes& contents);
 // Literals, and matches where four bytes come again: all forms of operations that a small encoder makes.
 Bytes packLzvn(const Bytes& contents);
+// The same for the oldest kind of compressed chunks.
+Bytes packAdc(const Bytes& contents);
 
 // A resource fork with the blocks of type 4.
 Bytes zlibFork(const Bytes& contents);

@@ -112,9 +112,17 @@ Tree readFolder(const std::string& folder) {
             item.contents = contentsOf(entry.path());
         else if (item.kind == NodeKind::kSymlink)
             item.target = fs::read_symlink(entry.path()).string();
+        // That it can be read and what is said of it may be two things.
+        EXPECT_EQ(item.kind == NodeKind::kFile ? entry.file_size() : 0, item.contents.size()) << entry.path();
         const std::string path = entry.path().lexically_relative(folder).string();
         tree.emplace(hfs::toUtf8(hfs::decompose(hfs::toUtf16(path))), item);
     }
+    return tree;
+}
+
+Tree withoutLinkModes(Tree tree) {
+    for (auto& [path, item] : tree)
+        item.mode = item.kind == NodeKind::kSymlink ? std::nullopt : item.mode;
     return tree;
 }
 

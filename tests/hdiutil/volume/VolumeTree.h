@@ -33,6 +33,9 @@ NodeId nodeAt(const Volume& volume, const std::string& path);
 // The same of a folder on this machine, with the names decomposed as HFS+ stores them.
 Tree readFolder(const std::string& folder);
 
+// Linux gives every symlink of a disk folder all permissions.
+Tree withoutLinkModes(Tree tree);
+
 // Runs a command line; its standard output. Fails the test when its status is not 0.
 std::string run(const std::string& commandLine);
 

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "tests/hdiutil/image/TestBytes.h"
+
+#include <string>
+
+// Volumes that are neither ours nor the platform's.
+namespace hdi::test {
+
+// To be run where "source" lies; each makes "out.iso" with the volume "Volume".
+inline constexpr const char* kXorrisoCommands[] = {
+    "xorriso -as mkisofs -hfsplus -V Volume -o out.iso source",
+    "xorriso -hfsplus on -volid Volume -outdev out.iso -map source /",
+    "xorriso -as mkisofs -hfsplus -hfsplus-block-size 512 -V Volume -o out.iso source"};
+
+void makeXorrisoSource(const std::string& folder);
+
+// The HFS+ part of such a hybrid image, without what follows it.
+Bytes hfsPart(const std::string& path);
+
+} // namespace hdi::test
