@@ -1,10 +1,13 @@
+#include "hdiutil/front/AttachRecord.h"
 #include "tests/hdiutil/front/FrontWorld.h"
 
 #include <gmock/gmock.h>
 
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <thread>
+#include <unistd.h>
 
 namespace hdi::test {
 namespace {
@@ -38,6 +41,26 @@ TEST_P(Mount, KeepsNoneOfTheCallersDescriptors) {
     const Outcome outcome = mount({"mount", copyOf("hfsplus-gpt-zlib-stub-app.dmg")});
     EXPECT_TRUE(outcome.sawEnd);
     EXPECT_TRUE(fs::exists(volumes() + "/Transmission/Transmission.app"));
+}
+
+class MountDaemon : public FrontWorld {};
+
+TEST_F(MountDaemon, HasOnlyTheImageTheDeviceAndASessionOfItsOwn) {
+    const std::string path = copyOf("hfsplus-gpt-zlib-stub-app.dmg");
+    std::ofstream(base() + "/of the caller") << "x";
+    const Outcome outcome = runProgram({"sh", "-c",
+                                        "cd " + shellWord(base()) + "; exec 5<'of the caller' 9<'of the caller'; " +
+                                            shellWord(HDIUTIL_PROGRAM) + " mount " + shellWord(path)});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    const AttachRecord record = parseRecord(readSmallFile(volumes() + "/.hdiutil/disk2")).value();
+    const std::string process = "/proc/" + std::to_string(record.process.pid);
+    std::set<std::string> opened;
+    for (const auto& entry : fs::directory_iterator(process + "/fd")) {
+        opened.insert(fs::read_symlink(entry.path()).string());
+    }
+    EXPECT_THAT(opened, testing::ElementsAre("/dev/fuse", "/dev/null", path));
+    EXPECT_EQ(fs::read_symlink(process + "/cwd"), "/");
+    EXPECT_EQ(getsid(record.process.pid), record.process.pid);
 }
 
 TEST_P(Mount, GivesATakenNameANumber) {
