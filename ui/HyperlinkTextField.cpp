@@ -118,11 +118,6 @@ void HyperlinkTextField::mouseUp(const QPointF& location) const {
         openLink(*url);
 }
 
-void HyperlinkTextField::mousePressEvent(QMouseEvent* event) {
-    // A press beside the links is left to the window, which can be dragged by it.
-    event->setAccepted(event->button() == Qt::LeftButton && urlAt(event->position()).has_value());
-}
-
 void HyperlinkTextField::mouseReleaseEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton)
         mouseUp(event->position());

@@ -3,6 +3,7 @@
 #include "ui/Layer.h"
 #include "ui/TextView.h"
 
+#include <QMouseEvent>
 #include <QPainter>
 
 #include <algorithm>
@@ -91,6 +92,10 @@ QSize TextField::minimumSizeHint() const {
 
 int TextField::heightForWidth(int width) const {
     return static_cast<int>(std::ceil(TextView(shownText(), QRectF(0.0, 0.0, width, 0.0), alignment_).height()));
+}
+
+void TextField::mousePressEvent(QMouseEvent* event) {
+    event->setAccepted(event->button() == Qt::LeftButton);
 }
 
 void TextField::paintEvent(QPaintEvent*) {

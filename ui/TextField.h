@@ -9,7 +9,7 @@
 class TextView;
 
 // Shows text, plain in the field's own font and colour or styled in that of its runs, over as many lines as its width
-// asks for, from the top. Cannot be edited and takes no clicks.
+// asks for, from the top. Cannot be edited. A press on it does nothing, and does not drag the window either.
 //
 // Main thread.
 class TextField : public QWidget {
@@ -56,6 +56,7 @@ public:
     int heightForWidth(int width) const override;
 
 protected:
+    void mousePressEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     // Called when text, font or size may have moved the glyphs.
     virtual void textLayoutChanged() {}
