@@ -62,6 +62,9 @@ void parallelFor(std::size_t count, unsigned threads, const std::function<void(s
     if (work.error) {
         std::rethrow_exception(work.error);
     }
+    if (after && count > 0) {
+        after(work.done);
+    }
 }
 
 } // namespace hdi

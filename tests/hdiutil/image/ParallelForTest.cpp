@@ -3,8 +3,11 @@
 #include "hdiutil/create/OrderedWork.h"
 #include "tests/hdiutil/image/TestBytes.h"
 
-#include <atomic>
 #include <gtest/gtest.h>
+
+#include <atomic>
+#include <barrier>
+#include <thread>
 
 namespace hdi::test {
 
@@ -14,7 +17,27 @@ TEST(ParallelFor, DoesEachPieceOnce) {
     parallelFor(
         done.size(), 4, [&](std::size_t i) { ++done[i]; }, [&](std::size_t count) { last = count; });
     EXPECT_TRUE(std::all_of(done.begin(), done.end(), [](const auto& count) { return count == 1; }));
-    EXPECT_LE(last, 1000U);
+    EXPECT_EQ(last, 1000U);
+}
+
+// Two pieces on two threads; the one that is not the caller's ends last.
+TEST(ParallelFor, TellsOfTheEndWhoeverReachesIt) {
+    const std::thread::id caller = std::this_thread::get_id();
+    std::barrier<> bothBegun(2);
+    std::atomic<std::size_t> told = 0;
+    parallelFor(
+        2, 2,
+        [&](std::size_t) {
+            bothBegun.arrive_and_wait();
+            if (std::this_thread::get_id() != caller) {
+                told.wait(0);
+            }
+        },
+        [&](std::size_t count) {
+            told = count;
+            told.notify_all();
+        });
+    EXPECT_EQ(told, 2U);
 }
 
 TEST(ParallelFor, StopsAndThrowsAfterAnError) {
@@ -30,7 +53,11 @@ TEST(ParallelFor, StopsAndThrowsAfterAnError) {
 }
 
 TEST(ParallelFor, DoesNothingForNothing) {
-    EXPECT_EQ(errorOf([] { parallelFor(0, 4, [](std::size_t) { FAIL(); }); }), std::nullopt);
+    EXPECT_EQ(errorOf([] {
+                  parallelFor(
+                      0, 4, [](std::size_t) { FAIL(); }, [](std::size_t) { FAIL(); });
+              }),
+              std::nullopt);
 }
 
 TEST(OrderedWork, HandsResultsOverInOrder) {
