@@ -7,6 +7,7 @@
 #include <QPainter>
 #include <QTimerEvent>
 
+#include <cmath>
 #include <numbers>
 
 namespace {
@@ -126,5 +127,6 @@ void QNSpinner::paintEvent(QPaintEvent* event) {
     // The layer counts with y upwards, painting with y downwards.
     painter.rotate(-rotationAt(std::chrono::steady_clock::now() - turnStart_) * 180.0 / std::numbers::pi);
     painter.translate(-centre);
-    painter.drawPixmap(QPointF(), composedPicture(scale));
+    // Between two scales the larger picture is resampled once, while it is turned, and not twice.
+    painter.drawPixmap(QPointF(), composedPicture(std::ceil(scale)));
 }

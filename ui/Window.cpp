@@ -10,12 +10,10 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
-#include <QPainterPath>
-#include <QRegion>
 #include <QScreen>
-#include <QTransform>
 #include <QWindow>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -27,6 +25,22 @@ constexpr double kAboveCentre = 0.42;
 bool& compositorRunning() {
     static bool running = platform::compositorIsRunning();
     return running;
+}
+
+// A rectangle whose pixels in the corners lie with their middles within the radius: the outermost rows one by one, and
+// all between them in one.
+std::vector<QRect> roundedRows(const QRect& frame, double radius) {
+    std::vector<QRect> rows;
+    const int rounded = static_cast<int>(std::ceil(radius));
+    for (int row = 0; row < rounded; ++row) {
+        const double above = std::max(0.0, radius - (row + 0.5));
+        const int inset =
+            std::max(0, static_cast<int>(std::ceil(radius - std::sqrt(radius * radius - above * above) - 0.5)));
+        rows.emplace_back(frame.left() + inset, frame.top() + row, frame.width() - 2 * inset, 1);
+        rows.emplace_back(frame.left() + inset, frame.bottom() - row, frame.width() - 2 * inset, 1);
+    }
+    rows.push_back(frame.adjusted(0, rounded, 0, -rounded));
+    return rows;
 }
 
 } // namespace
@@ -126,11 +140,9 @@ void Window::compositorChanged() {
 std::vector<QRect> Window::shapeInPixels() const {
     const double scale = devicePixelRatioF();
     const QRectF body(contentView_->geometry());
-    const QPainterPath outline = contentView_->layer().outline(QRectF(QPointF(), body.size() * scale));
-    const QRegion region(outline.toFillPolygon().toPolygon());
-    const QPoint origin = (body.topLeft() * scale).toPoint();
-    const QRegion placed = region.translated(origin);
-    return {placed.begin(), placed.end()};
+    const QRect frame((body.topLeft() * scale).toPoint(), (body.size() * scale).toSize());
+    const double radius = contentView_->layer().cornerRadius * scale;
+    return roundedRows(frame, std::min({radius, frame.width() / 2.0, frame.height() / 2.0}));
 }
 
 void Window::applyShape() {

@@ -15,7 +15,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QGlyphRun>
-#include <QProcess>
 #include <QRawFont>
 #include <QTextBoundaryFinder>
 #include <QTextLayout>
@@ -60,20 +59,10 @@ StringsTable::Table tableOf(const QString& language) {
     return StringsTable::parse(test::readFile(path)).value_or(StringsTable::Table());
 }
 
-// Runs a case of this program anew, in the same bundle, with another language and scale. What it said when it failed.
+// What a case of this program says when it fails in another language and at another scale.
 QByteArray failuresOf(const QString& name, const QByteArray& locale, const QByteArray& scale) {
-    QProcess child;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"LANG"_s, QString::fromLatin1(locale + ".UTF-8"));
-    environment.insert(u"QT_SCALE_FACTOR"_s, QString::fromLatin1(scale));
-    child.setProcessEnvironment(environment);
-    child.setProcessChannelMode(QProcess::MergedChannels);
-    child.start(QCoreApplication::applicationFilePath(),
-                {u"--gtest_also_run_disabled_tests"_s, u"--gtest_filter="_s + name});
-    child.waitForFinished(60'000);
-    const QByteArray output = child.readAll();
-    const bool passed = child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0;
-    return passed && output.contains("[  PASSED  ] 1 test") ? QByteArray() : output;
+    return test::failuresOf(name, {{u"LANG"_s, QString::fromLatin1(locale + ".UTF-8")},
+                                   {u"QT_SCALE_FACTOR"_s, QString::fromLatin1(scale)}});
 }
 
 class LayoutTest : public UserInterfaceTest {

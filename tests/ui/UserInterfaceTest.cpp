@@ -12,6 +12,7 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QProcess>
 #include <QScreen>
 #include <QWindow>
 
@@ -102,6 +103,21 @@ QStringList UserInterfaceTest::openedAddresses(int count) {
 }
 
 namespace test {
+
+QByteArray failuresOf(const QString& name, const std::map<QString, QString>& environment) {
+    QProcessEnvironment whole = QProcessEnvironment::systemEnvironment();
+    for (const auto& [variable, value] : environment)
+        whole.insert(variable, value);
+    QProcess child;
+    child.setProcessEnvironment(whole);
+    child.setProcessChannelMode(QProcess::MergedChannels);
+    child.start(QCoreApplication::applicationFilePath(),
+                {u"--gtest_also_run_disabled_tests"_s, u"--gtest_filter="_s + name});
+    child.waitForFinished(60'000);
+    const QByteArray output = child.readAll();
+    const bool passed = child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0;
+    return passed && output.contains("[  PASSED  ] 1 test") ? QByteArray() : output;
+}
 
 QImage screenPixels() {
     return QGuiApplication::primaryScreen()->grabWindow(0).toImage().convertToFormat(QImage::Format_RGB32);

@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <QByteArray>
 #include <QImage>
 #include <QPoint>
 #include <QString>
 #include <QStringList>
 
 #include <functional>
+#include <map>
 #include <memory>
 
 class QNMainController;
@@ -44,6 +46,10 @@ private:
 };
 
 namespace test {
+
+// Runs a case of this program anew, in the same bundle, with these variables of its environment: another language or
+// scale. What it said when it failed.
+QByteArray failuresOf(const QString& name, const std::map<QString, QString>& environment);
 
 // The display's own pixels, at its own resolution: what a user sees.
 QImage screenPixels();

@@ -84,50 +84,6 @@ TEST_F(WindowTest, ShowsTaskBarsItsPicture) {
     EXPECT_EQ(shown.windowIcon().availableSizes(), (QList<QSize>{QSize(128, 128), QSize(256, 256), QSize(384, 384)}));
 }
 
-TEST_F(WindowTest, IsCutToItsRoundedShapeWithoutACompositor) {
-    showBackdrop();
-    EXPECT_FALSE(shownWindow().showsShadow());
-    const QRect body = content();
-    const QImage screen = screenWithWhiteAt(QPoint(body.center().x(), body.top() + 1));
-    // The corners show what is behind the window, the rest of the edge shows the window, and there is no shadow.
-    for (const QPoint& corner : {body.topLeft(), body.topRight(), body.bottomLeft(), body.bottomRight()})
-        EXPECT_EQ(at(screen, corner), kBackdrop);
-    EXPECT_EQ(at(screen, body.topLeft() + QPoint(8, 0)), QColor(Qt::white));
-    EXPECT_EQ(at(screen, body.topLeft() + QPoint(0, 8)), QColor(Qt::white));
-    EXPECT_EQ(at(screen, body.bottomRight() - QPoint(8, 0)), QColor(Qt::white));
-    EXPECT_EQ(at(screen, QPoint(body.center().x(), body.bottom() + 2)), kBackdrop);
-    EXPECT_EQ(at(screen, QPoint(body.left() - 2, body.center().y())), kBackdrop);
-}
-
-TEST_F(WindowTest, ShowsNoBlackPixelOnItsEdgeWithoutACompositor) {
-    showBackdrop();
-    shownWindow();
-    const QRect body = content();
-    const QImage screen = screenWithWhiteAt(QPoint(body.center().x(), body.top() + 1));
-    for (int x = body.left() - 3; x <= body.right() + 3; ++x) {
-        for (const int y :
-             {body.top() - 1, body.top(), body.top() + 1, body.bottom() - 1, body.bottom(), body.bottom() + 1})
-            EXPECT_GT(at(screen, QPoint(x, y)).blue(), 120) << x << ',' << y;
-    }
-}
-
-TEST_F(WindowTest, HasAShadowAndSmoothCornersWithACompositor) {
-    const Helper compositor(u"xcompmgr"_s);
-    ASSERT_TRUE(compositor.started());
-    showBackdrop();
-    Window& shown = shownWindow();
-    ASSERT_TRUE(test::waitFor([&] { return shown.showsShadow(); }));
-    const QRect body = content();
-    const QImage screen = screenWithWhiteAt(QPoint(body.center().x(), body.top() + 1));
-    const auto darkness = [&](const QPoint& point) { return kBackdrop.blue() - at(screen, point).blue(); };
-    EXPECT_EQ(at(screen, QPoint(body.center().x(), body.top() + 1)), QColor(Qt::white));
-    EXPECT_GT(darkness(QPoint(body.center().x(), body.bottom() + 3)), 20);
-    EXPECT_GT(darkness(QPoint(body.center().x(), body.bottom() + 3)),
-              darkness(QPoint(body.center().x(), body.bottom() + 20)));
-    EXPECT_EQ(darkness(QPoint(body.center().x(), body.bottom() + 60)), 0);
-    EXPECT_GT(darkness(body.bottomLeft()), 5) << "the corner shows the shadow, not the body";
-}
-
 TEST_F(WindowTest, FollowsACompositorThatComesAndGoesAndStaysInItsPlace) {
     showBackdrop();
     Window& shown = shownWindow();

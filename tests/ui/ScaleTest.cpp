@@ -1,0 +1,329 @@
+#include "platform/Bundle.h"
+#include "tests/support/QtPrinters.h"
+#include "tests/support/TestEnvironment.h"
+#include "tests/ui/UserInterfaceTest.h"
+#include "ui/Button.h"
+#include "ui/HyperlinkTextField.h"
+#include "ui/ImageView.h"
+#include "ui/QNErrorController.h"
+#include "ui/QNMainController.h"
+#include "ui/QNSpinner.h"
+#include "ui/TextView.h"
+#include "ui/View.h"
+#include "ui/Window.h"
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QProcess>
+#include <QScreen>
+
+#include <QtTest/QTest>
+
+#include <array>
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+// The window's pixels on the display at each scale.
+
+namespace {
+
+// A program of the X display, for the length of a case.
+class Helper {
+public:
+    explicit Helper(const QString& program) {
+        process_.start(program, QStringList());
+        EXPECT_TRUE(process_.waitForStarted());
+    }
+    ~Helper() {
+        process_.terminate();
+        process_.waitForFinished();
+    }
+    Helper(const Helper&) = delete;
+    Helper& operator=(const Helper&) = delete;
+
+private:
+    QProcess process_;
+};
+
+const QColor kBackdrop(0, 128, 255);
+const QColor kWhite(Qt::white);
+
+// What counts as the same: the same glyphs and pixels, painted in one go or in two.
+constexpr double kSame = 0.1;
+
+// Runs in a process of its own for each scale; see below.
+class ScaledWindow : public UserInterfaceTest {
+protected:
+    double scale() { return window().devicePixelRatioF(); }
+    // The content view's rectangle on the display, in pixels.
+    QRect body() {
+        const QPoint corner = window().pos() + window().contentView()->pos();
+        return {(QPointF(corner) * scale()).toPoint(), (QSizeF(window().contentView()->size()) * scale()).toSize()};
+    }
+    // The whole display with the shown window on a plain desktop, once nothing is being painted any more.
+    QImage screen() {
+        EXPECT_EQ(scale(), qEnvironmentVariable("QT_SCALE_FACTOR").toDouble());
+        backdrop_.setGeometry(QGuiApplication::primaryScreen()->geometry());
+        QPalette palette;
+        palette.setColor(QPalette::Window, kBackdrop);
+        backdrop_.setPalette(palette);
+        backdrop_.setWindowFlag(Qt::FramelessWindowHint);
+        backdrop_.show();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(&backdrop_));
+        shownWindow();
+        return settledWindow();
+    }
+    QImage settledWindow() {
+        const QPoint inside = body().topLeft() + QPoint(body().width() / 2, 1);
+        EXPECT_TRUE(test::waitFor([&] { return test::screenPixels().pixelColor(inside) == kWhite; }));
+        return test::settledScreen();
+    }
+    // The content view's own pixels.
+    QImage content() { return screen().copy(body()); }
+    // A widget's rectangle in them. Every widget of ours lies on whole points.
+    QRect frameOf(const QWidget& widget) {
+        const QPointF corner = QPointF(widget.mapTo(window().contentView(), QPoint())) * scale();
+        return {corner.toPoint(), (QSizeF(widget.size()) * scale()).toSize()};
+    }
+    // The file of a picture for a display of this scale.
+    QImage fileForScale(const QString& name) {
+        const double larger = std::ceil(scale());
+        const QString file = larger == 1.0 ? name : u"%1@%2x"_s.arg(name).arg(larger);
+        QImage picture(Bundle::mainBundle().pathForResource(file, u"png"_s).value_or(QString()));
+        EXPECT_FALSE(picture.isNull()) << qPrintable(file);
+        picture.setDevicePixelRatio(1.0);
+        return picture;
+    }
+    // A widget's pixels when it is painted so, on a display of this scale.
+    QImage drawn(const QWidget& widget, const QColor& background, const std::function<void(QPainter&)>& paint) {
+        QImage picture(body().size(), QImage::Format_RGB32);
+        picture.fill(background);
+        picture.setDevicePixelRatio(scale());
+        QPainter painter(&picture);
+        painter.translate(widget.mapTo(window().contentView(), QPoint()));
+        paint(painter);
+        painter.end();
+        picture.setDevicePixelRatio(1.0);
+        return picture.copy(frameOf(widget));
+    }
+    QImage drawnText(const QWidget& widget, const QColor& background, const TextView& text) {
+        return drawn(widget, background, [&text](QPainter& painter) { text.draw(painter); });
+    }
+
+private:
+    QWidget backdrop_;
+};
+
+// What a pixel at (x, y) from a corner of the body, counted inwards, belongs to.
+enum class Belongs { kOutside, kEdge, kInside };
+
+Belongs belongs(int x, int y, double radius) {
+    const double right = radius - (x + 0.5);
+    const double down = radius - (y + 0.5);
+    const double distance = right > 0.0 && down > 0.0 ? std::hypot(right, down) : 0.0;
+    if (distance > radius + 0.75)
+        return Belongs::kOutside;
+    return distance > radius - 0.75 ? Belongs::kEdge : Belongs::kInside;
+}
+
+using CheckPixel = std::function<void(Belongs, const QColor&, const QPoint&)>;
+
+// Visits all pixels around the four corners, a little farther in than the radius reaches.
+void visitCorners(const QImage& screen, const QRect& body, double radius, const CheckPixel& check) {
+    const int reach = static_cast<int>(radius) + 3;
+    for (int y = 0; y < reach; ++y) {
+        for (int x = 0; x < reach; ++x) {
+            const std::array<QPoint, 4> corners{
+                QPoint(body.left() + x, body.top() + y), QPoint(body.right() - x, body.top() + y),
+                QPoint(body.left() + x, body.bottom() - y), QPoint(body.right() - x, body.bottom() - y)};
+            for (const QPoint& point : corners)
+                check(belongs(x, y, radius), screen.pixelColor(point), point);
+        }
+    }
+}
+
+// The mean difference of two pictures, of 255.
+double difference(const QImage& one, const QImage& other) {
+    double sum = 0.0;
+    for (int y = 0; y < one.height(); ++y) {
+        for (int x = 0; x < one.width(); ++x)
+            sum += std::abs(qGray(one.pixel(x, y)) - qGray(other.pixel(x, y)));
+    }
+    return sum / (static_cast<double>(one.width()) * one.height());
+}
+
+} // namespace
+
+TEST_F(ScaledWindow, DISABLED_IsCutToItsRoundedShape) {
+    const QImage pixels = screen();
+    EXPECT_FALSE(window().showsShadow());
+    const double radius = 8.0 * scale();
+    visitCorners(pixels, body(), radius, [](Belongs belongs, const QColor& color, const QPoint& point) {
+        if (belongs != Belongs::kInside && color == kBackdrop)
+            return;
+        EXPECT_TRUE(belongs != Belongs::kOutside && color == kWhite)
+            << point.x() << ',' << point.y() << ' ' << qPrintable(color.name());
+    });
+    const QRect around = body().adjusted(-1, -1, 1, 1);
+    const int far = static_cast<int>(radius) + 3;
+    for (int x = body().left() + far; x <= body().right() - far; ++x) {
+        EXPECT_EQ(pixels.pixelColor(x, around.top()), kBackdrop);
+        EXPECT_EQ(pixels.pixelColor(x, body().top()), kWhite);
+        EXPECT_EQ(pixels.pixelColor(x, body().bottom()), kWhite);
+        EXPECT_EQ(pixels.pixelColor(x, around.bottom()), kBackdrop);
+    }
+    for (int y = body().top() + far; y <= body().bottom() - far; ++y) {
+        EXPECT_EQ(pixels.pixelColor(around.left(), y), kBackdrop);
+        EXPECT_EQ(pixels.pixelColor(body().left(), y), kWhite);
+        EXPECT_EQ(pixels.pixelColor(body().right(), y), kWhite);
+        EXPECT_EQ(pixels.pixelColor(around.right(), y), kBackdrop);
+    }
+}
+
+TEST_F(ScaledWindow, DISABLED_HasSmoothCornersAndAShadow) {
+    const Helper compositor(u"xcompmgr"_s);
+    shownWindow();
+    ASSERT_TRUE(test::waitFor([this] { return window().showsShadow(); }));
+    const QImage pixels = screen();
+    // The backdrop has no red, so red tells how much of the body a pixel shows, and blue how dark the shadow is.
+    int between = 0;
+    visitCorners(pixels, body(), 8.0 * scale(), [&](Belongs belongs, const QColor& color, const QPoint& point) {
+        EXPECT_GT(color.blue(), 150) << "black at " << point.x() << ',' << point.y();
+        EXPECT_TRUE(belongs != Belongs::kOutside || color.red() < 30) << point.x() << ',' << point.y();
+        EXPECT_TRUE(belongs != Belongs::kInside || color == kWhite) << point.x() << ',' << point.y();
+        between += color.red() > 30 && color.red() < 225 ? 1 : 0;
+    });
+    EXPECT_GE(between, 4 * 4 * scale()) << "each corner is smooth along its arc";
+    const auto darknessBelow = [&](double points) {
+        const int y = body().bottom() + static_cast<int>(points * scale());
+        return kBackdrop.blue() - pixels.pixelColor(body().center().x(), y).blue();
+    };
+    EXPECT_GT(darknessBelow(3), 20);
+    EXPECT_GT(darknessBelow(3), darknessBelow(20));
+    EXPECT_EQ(darknessBelow(60), 0);
+}
+
+TEST_F(ScaledWindow, DISABLED_ShowsItsPicturesAtItsScale) {
+    controller().showGenericError();
+    const QImage pixels = content();
+    const auto expectPicture = [&](const QWidget& view, const QString& name, double points) {
+        const QImage file = fileForScale(name);
+        EXPECT_EQ(file.width(), std::ceil(scale()) * points);
+        const double side = (view.width() - points) / 2.0;
+        const double above = (view.height() - points) / 2.0;
+        const QImage expected = drawn(view, Qt::white, [&](QPainter& painter) {
+            painter.setRenderHint(QPainter::SmoothPixmapTransform);
+            painter.drawImage(QRectF(side, above, points, points), file, QRectF(file.rect()));
+        });
+        EXPECT_LE(difference(pixels.copy(frameOf(view)), expected), kSame) << qPrintable(name);
+    };
+    expectPicture(*controller().errorController()->errorIcon(), u"install_failed_block_img"_s, 112.0);
+    expectPicture(*controller().closeButton(), u"window_close"_s, 32.0);
+}
+
+TEST_F(ScaledWindow, DISABLED_ShowsItsSpinnerAtItsScale) {
+    shownWindow();
+    controller().errorView()->setVisible(false);
+    controller().spinnerView()->setVisible(true);
+    const auto* const spinner = controller().spinnerView()->findChild<QNSpinner*>();
+    ASSERT_NE(spinner, nullptr);
+    const QRect part = frameOf(*spinner);
+    QImage pixels;
+    // It turns all the while: the display does not settle.
+    EXPECT_TRUE(test::waitFor([&] {
+        pixels = test::screenPixels().copy(body()).copy(part);
+        return pixels.pixelColor(pixels.width() / 2, static_cast<int>(3 * scale())) != kWhite &&
+               pixels.pixelColor(0, 0) == kWhite;
+    }));
+    const QImage file = fileForScale(u"connecting_Spinner"_s);
+    double least = 255.0;
+    for (int degrees = 0; degrees < 360; ++degrees) {
+        const QImage turned = drawn(*spinner, Qt::white, [&](QPainter& painter) {
+            painter.setRenderHint(QPainter::SmoothPixmapTransform);
+            painter.translate(18.0, 18.0);
+            painter.rotate(degrees);
+            painter.drawImage(QRectF(-18.0, -18.0, 36.0, 36.0), file, QRectF(file.rect()));
+        });
+        least = std::min(least, difference(pixels, turned));
+    }
+    // Half a degree beside, it is 0.4 at most; drawn at scale 1 and enlarged it would be 1.4 and more.
+    EXPECT_LE(least, 0.6);
+}
+
+TEST_F(ScaledWindow, DISABLED_ShowsItsTextsAtItsScale) {
+    controller().showGenericError();
+    const QImage pixels = content();
+    const QNErrorController& panel = *controller().errorController();
+    for (const TextField* field : {panel.errorTitle(), static_cast<TextField*>(panel.errorMessage()),
+                                   static_cast<TextField*>(panel.infoText())}) {
+        const TextView view(field->shownText(), QRectF(field->rect()), field->alignment());
+        const QImage shown = pixels.copy(frameOf(*field));
+        EXPECT_LE(difference(shown, drawnText(*field, Qt::white, view)), kSame) << qPrintable(field->objectName());
+    }
+    for (const Button* button : {panel.closeButton(), panel.contactSupportButton()}) {
+        const double height = TextView(button->attributedTitle(), QRectF(button->rect()), Qt::AlignHCenter).height();
+        const QRectF line(0.0, (button->height() - height) / 2.0, button->width(), height);
+        const TextView view(button->attributedTitle(), line, Qt::AlignHCenter);
+        const QColor background(paintColor(button->layer().backgroundColor.value()));
+        // Its rounded ends are not text.
+        const int end = static_cast<int>(26.0 * scale());
+        const QRect middle = QRect(QPoint(), frameOf(*button).size()).adjusted(end, 0, -end, 0);
+        const QImage shown = pixels.copy(frameOf(*button)).copy(middle);
+        const QImage expected = drawnText(*button, background, view).copy(middle);
+        EXPECT_LE(difference(shown, expected), kSame) << qPrintable(button->objectName());
+    }
+}
+
+namespace {
+
+// A display of its own, large enough for the window at every scale.
+class AtScale : public testing::TestWithParam<const char*> {
+protected:
+    AtScale() {
+        server_.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"2160x1920x24"_s, u"-noreset"_s,
+                                  u"-nolisten"_s, u"tcp"_s});
+        EXPECT_TRUE(server_.waitForStarted() && server_.waitForReadyRead());
+        display_ = u':' + QString::fromLatin1(server_.readLine()).trimmed();
+    }
+    ~AtScale() override {
+        server_.terminate();
+        server_.waitForFinished();
+    }
+    // Runs a case of the scaled window there.
+    void expectPassed(const QString& name) {
+        const QByteArray failures =
+            test::failuresOf(u"ScaledWindow.DISABLED_"_s + name,
+                             {{u"DISPLAY"_s, display_}, {u"QT_SCALE_FACTOR"_s, QString::fromLatin1(GetParam())}});
+        EXPECT_TRUE(failures.isEmpty()) << failures.toStdString();
+    }
+
+private:
+    QProcess server_;
+    QString display_;
+};
+
+} // namespace
+
+TEST_P(AtScale, IsCutToItsRoundedShapeWithoutACompositor) {
+    expectPassed(u"IsCutToItsRoundedShape"_s);
+}
+
+TEST_P(AtScale, HasSmoothCornersAndAShadowWithACompositor) {
+    expectPassed(u"HasSmoothCornersAndAShadow"_s);
+}
+
+TEST_P(AtScale, ShowsItsPicturesInThePixelsOfTheirFiles) {
+    expectPassed(u"ShowsItsPicturesAtItsScale"_s);
+}
+
+TEST_P(AtScale, DrawsItsTextsForItsPixels) {
+    expectPassed(u"ShowsItsTextsAtItsScale"_s);
+}
+
+TEST_P(AtScale, ShowsItsSpinnerInThePixelsOfItsFile) {
+    expectPassed(u"ShowsItsSpinnerAtItsScale"_s);
+}
+
+INSTANTIATE_TEST_SUITE_P(Scales, AtScale, testing::Values("1", "1.5", "2", "3"));
