@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -21,9 +22,27 @@ mode_t creationMask() {
     return mask;
 }
 
+std::string folderOf(const std::string& path) {
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    return folder.empty() ? "." : folder;
+}
+
+// By which a file without a name can be given one.
+std::string openedPath(int descriptor) {
+    return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
 } // namespace
 
-NewFile::NewFile(std::string path) : path_(std::move(path)), temporary_(path_ + ".XXXXXX") {
+NewFile::NewFile(std::string path) : path_(std::move(path)) {
+    descriptor_ = ::open(folderOf(path_).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+    if (descriptor_ >= 0 && ::access(openedPath(descriptor_).c_str(), F_OK) == 0) {
+        return;
+    }
+    if (descriptor_ >= 0) {
+        ::close(descriptor_);
+    }
+    temporary_ = path_ + ".XXXXXX";
     descriptor_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
     if (descriptor_ < 0) {
         fail(errno);
@@ -33,7 +52,9 @@ NewFile::NewFile(std::string path) : path_(std::move(path)), temporary_(path_ + 
 NewFile::~NewFile() {
     if (descriptor_ >= 0) {
         ::close(descriptor_);
-        ::unlink(temporary_.c_str());
+        if (!temporary_.empty()) {
+            ::unlink(temporary_.c_str());
+        }
     }
 }
 
@@ -52,11 +73,34 @@ void NewFile::append(std::span<const std::byte> bytes) {
 }
 
 void NewFile::commit() {
-    if (::fchmod(descriptor_, 0666 & ~creationMask()) != 0 || std::rename(temporary_.c_str(), path_.c_str()) != 0) {
+    if (::fchmod(descriptor_, 0666 & ~creationMask()) != 0) {
         fail(errno);
     }
+    giveName();
     // Some file systems report only now that a write has failed.
     if (::close(std::exchange(descriptor_, -1)) != 0) {
+        fail(errno);
+    }
+}
+
+// A link never replaces anything; what is to be replaced takes another name and a renaming.
+void NewFile::giveName() {
+    const std::string opened = openedPath(descriptor_);
+    const auto link = [&opened](const std::string& name) {
+        return ::linkat(AT_FDCWD, opened.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW);
+    };
+    if (temporary_.empty() && link(path_) == 0) {
+        return;
+    }
+    for (unsigned number = 0; temporary_.empty(); ++number) {
+        const std::string name = path_ + "." + std::to_string(::getpid()) + "-" + std::to_string(number);
+        if (link(name) == 0) {
+            temporary_ = name;
+        } else if (errno != EEXIST) {
+            fail(errno);
+        }
+    }
+    if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
         fail(errno);
     }
 }

@@ -7,8 +7,9 @@
 
 namespace hdi {
 
-// A file that appears under its name only when it is complete; until then it has another one beside it. Goes away again
-// unless commit() was called. Throws ImageError kIo.
+// A file that appears under its name only when it is complete. Until then it has none, so that it goes with the process
+// however that ends; where the file system cannot do that, it has another one beside it. Goes away again unless
+// commit() was called. Throws ImageError kIo.
 class NewFile {
 public:
     explicit NewFile(std::string path);
@@ -22,10 +23,11 @@ public:
     void commit();
 
 private:
+    void giveName();
     [[noreturn]] void fail(int error) const;
 
     std::string path_;
-    std::string temporary_;
+    std::string temporary_; // its name so far; empty: none
     int descriptor_ = -1;
     std::uint64_t size_ = 0;
 };

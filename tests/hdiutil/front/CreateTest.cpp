@@ -130,6 +130,22 @@ TEST_F(Created, StaysWhenAFileOfThatNameIsThere) {
     EXPECT_GT(fs::file_size(made()), 8U);
 }
 
+// The image cannot be written without a name then.
+TEST_F(Created, IsMadeWithoutAProcessFileSystemToo) {
+    Words words = {"sh", "-c", "mount -t tmpfs none /proc && exec \"$@\"", "sh"};
+    const Words creation = command({"create", "-srcfolder", source(), "-volname", "V", "-format", "UDRO", made()});
+    words.insert(words.end(), creation.begin(), creation.end());
+    const Outcome outcome = runProgram(inMountNamespace(words));
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(hdiutil({"verify", made()}).status, 0);
+    EXPECT_EQ(fs::status(made()).permissions(), fs::perms(0644));
+    Words names;
+    for (const auto& entry : fs::directory_iterator(base())) {
+        names.push_back(entry.path().filename().string());
+    }
+    EXPECT_THAT(names, testing::UnorderedElementsAre("made.dmg", "root", "source", "tmp"));
+}
+
 TEST_F(Created, NeedsAFolder) {
     const Outcome outcome = hdiutil({"create", "-srcfolder", base() + "/none", "-volname", "X", made()});
     EXPECT_EQ(outcome.status, 1);

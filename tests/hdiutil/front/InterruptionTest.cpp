@@ -172,5 +172,32 @@ TEST_F(InterruptedExtraction, IsBusyForWhoeverDetachesMeanwhile) {
     EXPECT_EQ(running().finish().status, 0);
 }
 
+class SignalledCreation : public FrontWorld, public testing::WithParamInterface<int> {};
+INSTANTIATE_TEST_SUITE_P(Signals, SignalledCreation, testing::Values(SIGINT, SIGTERM, SIGKILL), nameOfSignal);
+
+// Not even half an image under another name.
+TEST_P(SignalledCreation, LeavesNothingBehind) {
+    noiseImage(base(), 20);
+    fs::create_directories(base() + "/target");
+    Running running(
+        withInjection("write:delay_enter=100000", command({"create", "-srcfolder", base() + "/source", "-volname", "V",
+                                                           "-format", "UDRO", base() + "/target/new.dmg"})));
+    const pid_t tool = toolBelow(running.pid());
+    // A megabyte of what is being written, wherever that is.
+    ASSERT_TRUE(holdsWithin(std::chrono::seconds(20), [&] {
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(tool) + "/fd", error)) {
+            const bool isOurs = fs::read_symlink(entry.path(), error).string().starts_with(base() + "/target/");
+            if (isOurs && fs::file_size(entry.path(), error) > 1'000'000) {
+                return true;
+            }
+        }
+        return false;
+    }));
+    kill(tool, GetParam());
+    EXPECT_EQ(running.finish().status, 128 + GetParam());
+    EXPECT_TRUE(fs::is_empty(base() + "/target"));
+}
+
 } // namespace
 } // namespace hdi::test
