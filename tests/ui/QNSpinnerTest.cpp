@@ -28,6 +28,22 @@ protected:
         EXPECT_TRUE(QTest::qWaitForWindowExposed(&parent));
     }
     qsizetype pictureViews() const { return spinner.findChildren<ImageView*>().size(); }
+    // Where the middle of the bright arc is, in degrees clockwise from the right. The picture's own reaches from the
+    // top to the right.
+    double angle() {
+        const QImage picture = spinner.grab().toImage();
+        double x = 0.0;
+        double y = 0.0;
+        for (int row = 0; row < picture.height(); ++row) {
+            for (int column = 0; column < picture.width(); ++column) {
+                const QColor color = picture.pixelColor(column, row);
+                const double blueness = std::max(0, color.blue() - color.red() - 60);
+                x += blueness * (column - picture.width() / 2.0);
+                y += blueness * (row - picture.height() / 2.0);
+            }
+        }
+        return std::atan2(y, x) * 180.0 / std::numbers::pi;
+    }
     static void turnLoopFor(std::chrono::milliseconds duration) {
         QElapsedTimer clock;
         clock.start();
@@ -78,6 +94,20 @@ TEST_F(QNSpinnerTest, TurnsAboutTheMiddleOfItsFrame) {
     EXPECT_EQ(spinner.layerPosition(), QPointF(100.0, 99.5));
 }
 
+TEST_F(QNSpinnerTest, RoundsThePositionThroughSinglePrecision) {
+    // Halfway between two numbers that single precision has there: the even one is taken.
+    spinner.setGeometry(16777217, 3, 36, 37);
+    spinner.drawRect();
+    EXPECT_EQ(spinner.layerPosition(), QPointF(16777236.0, 21.5));
+}
+
+TEST_F(QNSpinnerTest, BeginsItsTurnAnewAtEachDrawing) {
+    show();
+    ASSERT_TRUE(test::waitFor([this] { return std::abs(std::remainder(angle() - 135.0, 360.0)) < 60.0; }));
+    spinner.drawRect();
+    EXPECT_NEAR(angle(), -45.0, 60.0) << "upright, or a moment later";
+}
+
 TEST_F(QNSpinnerTest, TurnsOnceASecondAsALayerCounts) {
     EXPECT_EQ(QNSpinner::kDuration, 1000ms);
     EXPECT_EQ(QNSpinner::rotationAt(0ms), 0.0);
@@ -87,22 +117,6 @@ TEST_F(QNSpinnerTest, TurnsOnceASecondAsALayerCounts) {
 
 TEST_F(QNSpinnerTest, TurnsClockwiseOnTheScreen) {
     show();
-    // The bright arc begins at the top and reaches to the right; a quarter of a turn later it reaches from the right to
-    // the bottom. Its middle is followed through the pictures.
-    const auto angle = [this] {
-        const QImage picture = spinner.grab().toImage();
-        double x = 0.0;
-        double y = 0.0;
-        for (int row = 0; row < picture.height(); ++row) {
-            for (int column = 0; column < picture.width(); ++column) {
-                const QColor color = picture.pixelColor(column, row);
-                const double blueness = std::max(0, color.blue() - color.red() - 60);
-                x += blueness * (column - picture.width() / 2.0);
-                y += blueness * (row - picture.height() / 2.0);
-            }
-        }
-        return std::atan2(y, x) * 180.0 / std::numbers::pi;
-    };
     double turned = 0.0;
     double last = angle();
     QElapsedTimer clock;
