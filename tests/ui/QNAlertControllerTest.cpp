@@ -52,6 +52,14 @@ TEST_F(QNAlertControllerTest, OpensAFloatingRoundedWindowInTheMiddle) {
     EXPECT_EQ(alert.noNotification(), u"ANSWER_NO"_s);
 }
 
+TEST_F(QNAlertControllerTest, TakesTheKeyboardFromTheWindowBelow) {
+    const Window& below = shownWindow();
+    QNAlertController alert;
+    open(alert);
+    EXPECT_TRUE(test::waitFor([&] { return alert.window()->isActiveWindow(); }));
+    EXPECT_FALSE(below.isActiveWindow());
+}
+
 TEST_F(QNAlertControllerTest, StylesHeaderAndBody) {
     test::setSetting(u"PRIMARY_COLOR"_s, u"#123456"_s);
     test::setSetting(u"SECONDARY_COLOR"_s, u"#654321"_s);

@@ -106,6 +106,24 @@ TEST_F(ScreensTest, StartsWithItsFieldsSet) {
     EXPECT_EQ(c.view()->layer().borderWidth, 0.0);
 }
 
+TEST_F(ScreensTest, HasNoBackgroundWithoutItsSetting) {
+    test::setSetting(u"BG_COLOR"_s, QVariant());
+    EXPECT_FALSE(controller().view()->layer().backgroundColor);
+}
+
+TEST_F(ScreensTest, LeavesLabelsEmptyWhoseTextsAreMissing) {
+    const QString table = test::ownResources() + u"/en.lproj/Localizable.strings"_s;
+    test::writeFile(table, test::readFile(table).replace("\"MessageConnecting\"", "\"Other\""));
+    EXPECT_EQ(controller().connectingLabel()->string(), QString());
+    EXPECT_EQ(panel().errorTitle()->string(), u"No internet connection"_s);
+}
+
+TEST_F(ScreensTest, IsTheDelegateOfItsMenu) {
+    const MainInterface interface = loadMainMenu();
+    const QNMainController other(u"QNMainController"_s, interface.mainMenu);
+    EXPECT_EQ(interface.mainMenu->delegate(), &other);
+}
+
 TEST_F(ScreensTest, HasATurningSpinnerFromTheInterfaceFile) {
     EXPECT_EQ(controller().spinnerView()->findChildren<QNSpinner*>().size(), 1);
 }
