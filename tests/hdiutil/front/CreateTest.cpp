@@ -130,9 +130,9 @@ TEST_F(Created, StaysWhenAFileOfThatNameIsThere) {
     EXPECT_GT(fs::file_size(made()), 8U);
 }
 
-// The image cannot be written without a name then.
-TEST_F(Created, IsMadeWithoutAProcessFileSystemToo) {
-    Words words = {"sh", "-c", "mount -t tmpfs none /proc && exec \"$@\"", "sh"};
+// A file without a name could not be given one then.
+TEST_F(Created, IsMadeWithoutSightOfItsDescriptorsToo) {
+    Words words = {"sh", "-c", "mount -t tmpfs none /proc/$$/fd && exec \"$@\"", "sh"};
     const Words creation = command({"create", "-srcfolder", source(), "-volname", "V", "-format", "UDRO", made()});
     words.insert(words.end(), creation.begin(), creation.end());
     const Outcome outcome = runProgram(inMountNamespace(words));
