@@ -5,27 +5,12 @@
 #include "hdiutil/volume/Numbers.h"
 
 #include <array>
-#include <cstring>
 #include <new>
 #include <utility>
 
 namespace hdi {
 
-namespace {
-
-bool hasSignature(const ByteSource& partition) {
-    std::array<std::byte, 4096> block{};
-    if (partition.size() < block.size())
-        return false;
-    partition.read(0, block);
-    return std::memcmp(block.data() + 32, "NXSB", 4) == 0;
-}
-
-} // namespace
-
 std::shared_ptr<ApfsContainer> ApfsContainer::open(const ByteSourcePtr& partition) {
-    if (!hasSignature(*partition))
-        return nullptr;
     std::shared_ptr<ApfsContainer> opened(new ApfsContainer);
     opened->sourceError_ = std::make_shared<std::exception_ptr>();
     opened->io_ = apfs::makeIoHandle(partition, opened->sourceError_);

@@ -14,7 +14,7 @@ namespace hdi {
 // knows no threads, so all its volumes share the one mutex here; whoever calls into the library holds it.
 class ApfsContainer {
 public:
-    // Null when `partition` holds no container. Throws ImageError.
+    // Throws ImageError.
     static std::shared_ptr<ApfsContainer> open(const ByteSourcePtr& partition);
 
     std::mutex& mutex() const { return mutex_; }

@@ -47,8 +47,6 @@ std::string textOf(const ApfsContainer& container, Object* object, std::size_t l
 std::vector<std::unique_ptr<Volume>> ApfsVolume::openAll(const ByteSourcePtr& partition) {
     std::vector<std::unique_ptr<Volume>> volumes;
     const auto container = ApfsContainer::open(partition);
-    if (!container)
-        return volumes;
     libfsapfs_error_t* error = nullptr;
     int count = 0;
     container->check(libfsapfs_container_get_number_of_volumes(container->get(), &count, &error),

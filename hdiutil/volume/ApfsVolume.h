@@ -20,8 +20,7 @@ namespace hdi {
 // Threads: any number at once, one at a time inside the library.
 class ApfsVolume final : public Volume {
 public:
-    // Every readable volume of the container, none when `partition` holds no container. Throws ImageError: kEncrypted
-    // when all of them are encrypted, kDamaged.
+    // Every readable volume of the container. Throws ImageError: kEncrypted when all of them are encrypted, kDamaged.
     static std::vector<std::unique_ptr<Volume>> openAll(const ByteSourcePtr& partition);
 
     ApfsVolume(std::shared_ptr<ApfsContainer> container, apfs::LibraryVolume volume);

@@ -1,4 +1,4 @@
-#include "hdiutil/volume/ApfsVolume.h"
+#include "hdiutil/volume/ApfsVolumes.h"
 #include "hdiutil/volume/ForeignFileSystems.h"
 #include "hdiutil/volume/HfsVolume.h"
 #include "hdiutil/volume/Volume.h"
@@ -11,7 +11,7 @@ std::vector<std::unique_ptr<Volume>> openVolumes(const ByteSourcePtr& partition)
         volumes.push_back(std::move(volume));
         return volumes;
     }
-    volumes = ApfsVolume::openAll(partition);
+    volumes = openApfsVolumes(partition);
     if (!volumes.empty())
         return volumes;
     refuseForeignFileSystem(*partition);

@@ -15,6 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 constexpr const char* kLicenceTable =
     "/dev/disk2          \tApple_partition_scheme         \t\n"
@@ -61,6 +62,18 @@ TEST_F(MountDaemon, HasOnlyTheImageTheDeviceAndASessionOfItsOwn) {
     EXPECT_THAT(opened, testing::ElementsAre("/dev/fuse", "/dev/null", path));
     EXPECT_EQ(fs::read_symlink(process + "/cwd"), "/");
     EXPECT_EQ(getsid(record.process.pid), record.process.pid);
+}
+
+// The module lies beside the program, so a program that was copied alone has none.
+TEST_P(Mount, SaysWhyApfsCannotBeReadWithoutItsModule) {
+    fs::create_directories(base() + "/alone");
+    const std::string program = base() + "/alone/hdiutil";
+    fs::copy_file(HDIUTIL_PROGRAM, program);
+    Words words = {program, "mount", copyOf("apfs-gpt-zlib-one-file.dmg")};
+    const Outcome outcome = runProgram(GetParam() == Way::kFuse ? words : withoutFuse(words));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(outcome.err, StartsWith("hdiutil: attach failed - APFS cannot be read here: libhdiutil_apfs.so: "));
 }
 
 TEST_P(Mount, GivesATakenNameANumber) {
