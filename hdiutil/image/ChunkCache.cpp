@@ -14,6 +14,10 @@ constexpr std::size_t kStreams = 8;
 
 constexpr std::size_t kAheadPerThread = 4;
 
+// Headers and partition tables are neighbours too: what is decoded because of them keeps the processors busy just when
+// the first file is waited for.
+constexpr std::size_t kBytesInARow = std::size_t{128} * 1024;
+
 } // namespace
 
 ChunkCache::ChunkCache(Source source, std::size_t maxBytes, unsigned threads)
@@ -33,7 +37,7 @@ ChunkCache::~ChunkCache() {
 
 void ChunkCache::read(std::size_t chunk, std::size_t offset, std::span<std::byte> into) {
     Lock lock(mutex_);
-    noteRead(chunk);
+    noteRead(chunk, into.size());
     Entry& entry = pin(lock, chunk);
     lock.unlock();
     std::copy_n(entry.buffer.bytes.get() + offset, into.size(), into.data());
@@ -148,20 +152,25 @@ void ChunkCache::drop(Buffer buffer) {
     bytes_ -= buffer.capacity;
 }
 
-void ChunkCache::noteRead(std::size_t chunk) {
+void ChunkCache::noteRead(std::size_t chunk, std::size_t size) {
     const auto follows = [chunk](const Stream& stream) { return stream.last == chunk || stream.last + 1 == chunk; };
     auto stream = std::find_if(streams_.begin(), streams_.end(), follows);
     if (stream == streams_.end()) {
         stream = std::min_element(streams_.begin(), streams_.end(),
                                   [](const Stream& a, const Stream& b) { return a.used < b.used; });
-        *stream = {chunk, 0, ++clock_};
+        *stream = {chunk, size, 0, ++clock_};
         return;
     }
     stream->used = ++clock_;
+    const bool isEnough = stream->read >= kBytesInARow;
+    stream->read += size;
     if (stream->last == chunk) {
         return;
     }
     stream->last = chunk;
+    if (!isEnough) {
+        return;
+    }
     stream->ahead = std::min(std::max<std::size_t>(threadCount_, stream->ahead * 2), threadCount_ * kAheadPerThread);
     readAhead(chunk + 1, stream->ahead);
 }

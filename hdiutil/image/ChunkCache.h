@@ -16,8 +16,8 @@
 namespace hdi {
 
 // Decoded chunks, at most so many bytes of them, the least recently read given up first. Chunks that are read one after
-// the other are decoded ahead on threads of its own; these start with the first such read, so that a program may still
-// fork after it has opened an image. A chunk is never decoded twice at the same time.
+// the other are decoded ahead on threads of its own, once enough bytes in a row have been asked for; these start with
+// the first such read. A chunk is never decoded twice at the same time.
 //
 // Every byte counts against the bound: of chunks kept, being decoded, and of memory kept for reuse. Whoever finds it
 // full of chunks in use waits for one. Only a single chunk larger than the bound exceeds it, alone.
@@ -58,6 +58,7 @@ private:
     // A run of reads that follow each other.
     struct Stream {
         std::size_t last = SIZE_MAX - 1; // nothing follows it
+        std::size_t read = 0;            // bytes
         std::size_t ahead = 0;           // chunks
         std::uint64_t used = 0;
     };
@@ -69,7 +70,7 @@ private:
     bool takeSpare(std::size_t size, Buffer& into);
     bool evictOne();
     void drop(Buffer buffer);
-    void noteRead(std::size_t chunk);
+    void noteRead(std::size_t chunk, std::size_t size);
     void readAhead(std::size_t from, std::size_t count);
     void startThreads();
     void work();

@@ -74,6 +74,12 @@ Bytes readChunk(ChunkCache& cache, std::size_t chunk) {
     return bytes;
 }
 
+void readInOrder(ChunkCache& cache, std::size_t first, std::size_t last) {
+    for (std::size_t chunk = first; chunk <= last; ++chunk) {
+        EXPECT_EQ(readChunk(cache, chunk), Bytes(kSize, valueOf(chunk)));
+    }
+}
+
 } // namespace
 
 TEST(ChunkCache, DecodesAChunkOnceWhileItIsKept) {
@@ -113,14 +119,20 @@ TEST(ChunkCache, ReadsAChunkThatIsLargerThanTheBound) {
 }
 
 TEST(ChunkCache, DecodesAheadOfReadsInOrder) {
-    Chunks chunks(100);
-    ChunkCache cache(chunks.source(), 100 * kSize, 2);
-    readChunk(cache, 10);
-    readChunk(cache, 11);
-    EXPECT_TRUE(chunks.waitUntilDecoded(12));
-    EXPECT_TRUE(chunks.waitUntilDecoded(13));
-    EXPECT_EQ(readChunk(cache, 12), Bytes(kSize, valueOf(12)));
-    EXPECT_EQ(chunks.decodedCount(12), 1U);
+    Chunks chunks(400);
+    ChunkCache cache(chunks.source(), 400 * kSize, 2);
+    readInOrder(cache, 10, 149);
+    EXPECT_TRUE(chunks.waitUntilDecoded(150));
+    EXPECT_TRUE(chunks.waitUntilDecoded(151));
+    EXPECT_EQ(readChunk(cache, 150), Bytes(kSize, valueOf(150)));
+    EXPECT_EQ(chunks.decodedCount(150), 1U);
+}
+
+TEST(ChunkCache, DecodesNothingAheadOfAFewNeighbours) {
+    Chunks chunks(400);
+    ChunkCache cache(chunks.source(), 400 * kSize, 2);
+    readInOrder(cache, 0, 100);
+    EXPECT_EQ(cache.bytesInUse(), 101 * kSize);
 }
 
 TEST(ChunkCache, DecodesNothingAheadOfReadsHereAndThere) {
@@ -144,14 +156,13 @@ TEST(ChunkCache, GivesTheErrorToEveryReaderAndTriesAgain) {
 }
 
 TEST(ChunkCache, KeepsABadChunkAheadToItself) {
-    Chunks chunks(10);
-    chunks.failOn(3);
-    ChunkCache cache(chunks.source(), 10 * kSize, 2);
-    readChunk(cache, 1);
-    readChunk(cache, 2);
-    EXPECT_TRUE(chunks.waitUntilDecoded(3));
-    EXPECT_EQ(readChunk(cache, 4), Bytes(kSize, valueOf(4)));
-    EXPECT_EQ(errorOf([&] { readChunk(cache, 3); }), ImageError::Kind::kDamaged);
+    Chunks chunks(400);
+    chunks.failOn(150);
+    ChunkCache cache(chunks.source(), 400 * kSize, 2);
+    readInOrder(cache, 10, 149);
+    EXPECT_TRUE(chunks.waitUntilDecoded(150));
+    EXPECT_EQ(readChunk(cache, 151), Bytes(kSize, valueOf(151)));
+    EXPECT_EQ(errorOf([&] { readChunk(cache, 150); }), ImageError::Kind::kDamaged);
 }
 
 TEST(ChunkCache, ServesManyReadersWithinItsBound) {
