@@ -8,6 +8,16 @@
 
 namespace hdi::hfs {
 
+namespace {
+
+// FNV-1a
+constexpr std::uint32_t kHashStart = 0x811C9DC5U;
+constexpr std::uint32_t addToHash(std::uint32_t hash, char16_t unit) {
+    return (hash ^ unit) * 0x01000193U;
+}
+
+} // namespace
+
 Catalog::Catalog(const ByteSource& file, const OverflowExtents& overflow, bool isHfsx, bool isJournaled) {
     const TreeHeader header = readTreeHeader(file);
     caseSensitive_ = isHfsx && header.keyCompare == kBinaryCompare;
@@ -39,10 +49,23 @@ std::string_view Catalog::name(const Entry& entry) const {
 }
 
 NameKey Catalog::keyOf(std::string_view name) const {
-    NameKey key{0x811C9DC5U, comparisonKey(toUtf16(name), caseSensitive_)};
+    NameKey key{kHashStart, comparisonKey(toUtf16(name), caseSensitive_)};
     for (const char16_t unit : key.text)
-        key.hash = (key.hash ^ unit) * 0x01000193U; // FNV-1a
+        key.hash = addToHash(key.hash, unit);
     return key;
+}
+
+// Most names are ASCII, and a mount waits for the hash of each of them.
+std::uint32_t Catalog::hashOf(std::string_view name) const {
+    std::uint32_t hash = kHashStart;
+    for (const char character : name) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (byte == 0 || byte >= 0x80)
+            return keyOf(name).hash;
+        const bool isCapital = byte >= 'A' && byte <= 'Z';
+        hash = addToHash(hash, isCapital && !caseSensitive_ ? byte + ('a' - 'A') : byte);
+    }
+    return hash;
 }
 
 // Equal numbers are rare, and then the names themselves decide: a volume made so that all numbers are equal stays

@@ -82,6 +82,7 @@ private:
     friend class CatalogLoader;
 
     NameKey keyOf(std::string_view name) const;
+    std::uint32_t hashOf(std::string_view name) const; // keyOf(name).hash, without making the text where it can
     bool isBefore(const Index& left, const Index& right) const;
 
     bool caseSensitive_ = false;

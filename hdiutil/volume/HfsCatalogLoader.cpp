@@ -125,10 +125,10 @@ void CatalogLoader::addRuns(Node& node, const CatalogRecord& record) {
     const auto append = [&](const Fork& fork, std::uint8_t forkType) {
         if (fork.totalBlocks == 0 && fork.extents[0].count == 0)
             return std::uint32_t{0};
-        const std::vector<Run> runs = collectRuns(fork, overflow_, record.id, forkType);
-        checkLimit(runs.size() <= kMaxRuns - std::min(kMaxRuns, all.size()));
-        all.insert(all.end(), runs.begin(), runs.end());
-        return static_cast<std::uint32_t>(runs.size());
+        const std::size_t before = all.size();
+        appendRuns(all, fork, overflow_, record.id, forkType);
+        checkLimit(all.size() <= kMaxRuns);
+        return static_cast<std::uint32_t>(all.size() - before);
     };
     node.dataRuns = append(record.data, 0);
     if (node.isCompressed)
@@ -232,7 +232,7 @@ void CatalogLoader::buildIndex() {
     catalog_.index_.reserve(catalog_.entries_.size());
     for (std::uint32_t i = 0; i < catalog_.entries_.size(); ++i) {
         const Entry& entry = catalog_.entries_[i];
-        catalog_.index_.push_back({entry.parent, catalog_.keyOf(catalog_.name(entry)).hash, i});
+        catalog_.index_.push_back({entry.parent, catalog_.hashOf(catalog_.name(entry)), i});
     }
     std::ranges::sort(catalog_.index_, [this](const auto& a, const auto& b) { return catalog_.isBefore(a, b); });
 }

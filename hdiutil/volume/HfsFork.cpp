@@ -13,9 +13,9 @@ namespace {
     throw ImageError(ImageError::Kind::kDamaged, what);
 }
 
-} // namespace
-
-std::uint32_t appendRuns(std::vector<Run>& runs, const ExtentRecord& record, std::uint32_t fileBlock) {
+// The extents of one record, up to the first empty one; `fileBlock` is where they begin in the file. Gives the file
+// block after them.
+std::uint32_t appendRecord(std::vector<Run>& runs, const ExtentRecord& record, std::uint32_t fileBlock) {
     for (const Extent& extent : record) {
         if (extent.count == 0 || extent.count > std::numeric_limits<std::uint32_t>::max() - fileBlock)
             break;
@@ -24,6 +24,8 @@ std::uint32_t appendRuns(std::vector<Run>& runs, const ExtentRecord& record, std
     }
     return fileBlock;
 }
+
+} // namespace
 
 void BlockSpace::read(std::span<const Run> runs, std::uint64_t offset, std::span<std::byte> into) const {
     const auto isBefore = [this](std::uint64_t at, const Run& run) {
@@ -54,16 +56,14 @@ BlockSpace::BlockSpace(ByteSourcePtr volume, std::uint32_t blockSize, std::uint3
     : volume_(std::move(volume)), blockSize_(blockSize),
       size_(std::min(volume_->size(), static_cast<std::uint64_t>(blockSize) * totalBlocks)) {}
 
-std::vector<Run> collectRuns(const Fork& fork, const OverflowExtents& overflow, std::uint32_t fileId,
-                             std::uint8_t forkType) {
-    std::vector<Run> runs;
-    std::uint32_t next = appendRuns(runs, fork.extents, 0);
+void appendRuns(std::vector<Run>& runs, const Fork& fork, const OverflowExtents& overflow, std::uint32_t fileId,
+                std::uint8_t forkType) {
+    std::uint32_t next = appendRecord(runs, fork.extents, 0);
     for (auto found = overflow.find({fileId, forkType, next}); found != overflow.end();) {
         const std::uint32_t before = next;
-        next = appendRuns(runs, found->second, next);
+        next = appendRecord(runs, found->second, next);
         found = next == before ? overflow.end() : overflow.find({fileId, forkType, next});
     }
-    return runs;
 }
 
 void ForkSource::read(std::uint64_t offset, std::span<std::byte> into) const {

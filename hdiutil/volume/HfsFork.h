@@ -51,13 +51,10 @@ struct OverflowKey {
 
 using OverflowExtents = std::map<OverflowKey, ExtentRecord>;
 
-// Appends the extents of one record, up to the first empty one; `fileBlock` is where they begin in the file. Gives the
-// file block after them. Extents are not judged here but when they are read: one bad file does not spoil a volume.
-std::uint32_t appendRuns(std::vector<Run>& runs, const ExtentRecord& record, std::uint32_t fileBlock);
-
-// All runs of a fork, those of the overflow file included.
-std::vector<Run> collectRuns(const Fork& fork, const OverflowExtents& overflow, std::uint32_t fileId,
-                             std::uint8_t forkType);
+// Appends all runs of a fork, those of the overflow file included. Extents are not judged here but when they are read:
+// one bad file does not spoil a volume.
+void appendRuns(std::vector<Run>& runs, const Fork& fork, const OverflowExtents& overflow, std::uint32_t fileId,
+                std::uint8_t forkType);
 
 // A fork as bytes that can be read at any place.
 class ForkSource final : public ByteSource {

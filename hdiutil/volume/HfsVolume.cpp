@@ -31,7 +31,9 @@ hfs::ForkSource openFork(const hfs::BlockSpace& space, const hfs::Fork& fork, co
                          std::uint32_t id) {
     if (fork.logicalSize > space.size())
         damaged("one of the volume's own files is larger than the volume");
-    return {space, hfs::collectRuns(fork, overflow, id, 0), fork.logicalSize};
+    std::vector<hfs::Run> runs;
+    hfs::appendRuns(runs, fork, overflow, id, 0);
+    return {space, std::move(runs), fork.logicalSize};
 }
 
 hfs::OverflowExtents loadOverflow(const hfs::BlockSpace& space, const hfs::VolumeHeader& header) {
