@@ -8,10 +8,12 @@
 #include "hdiutil/front/UniqueFd.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <malloc.h>
 #include <new>
+#include <sys/resource.h>
 #include <syslog.h>
 #include <thread>
 #include <unistd.h>
@@ -134,13 +136,22 @@ void ImageServer::startAll() {
 void ImageServer::serve(bool received) {
     if (received) {
         state_.reset();
-        widenAll(); // takes milliseconds, so nobody waits for it
-        if (prepared_.checkBeside) {
-            std::thread([this] { checkBeside(); }).detach(); // the process ends without waiting for it
-        }
+        std::thread([this] { workBeside(); }).detach(); // the process ends without waiting for it
         waitForEnd();
     }
     takeBack();
+}
+
+// What takes milliseconds or seconds must not stand in the way of the first file, for which somebody is waiting now.
+void ImageServer::workBeside() {
+    constexpr auto kFirstReads = std::chrono::milliseconds(50);
+    constexpr int kLowest = 19;
+    std::this_thread::sleep_for(kFirstReads);
+    (void)setpriority(PRIO_PROCESS, 0, kLowest); // on Linux each thread has a priority of its own
+    widenAll();
+    if (prepared_.checkBeside) {
+        check();
+    }
 }
 
 void ImageServer::widenAll() {
@@ -159,7 +170,7 @@ void ImageServer::waitForEnd() {
     }
 }
 
-void ImageServer::checkBeside() {
+void ImageServer::check() {
     const std::string damage = checkImage(*prepared_.opened.image);
     if (damage.empty()) {
         return;

@@ -38,8 +38,9 @@ private:
     bool mountAll();
     void startAll();
     void unmountAll();
+    void workBeside();
     void widenAll();
-    void checkBeside();
+    void check();
     void noteDamage(const std::string& damage);
     void waitForEnd();
     void takeBack();
