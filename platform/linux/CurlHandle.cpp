@@ -21,7 +21,7 @@ QByteArray withoutLineEnds(const QString& text) {
 }
 
 void append(CurlList& list, const QByteArray& line) {
-    curl_slist* const longer = curl_slist_append(list.get(), line.constData());
+    curl_slist* const longer = curlLibrary()->append(list.get(), line.constData());
     if (!longer)
         return;
     [[maybe_unused]] const curl_slist* const before = list.release();
@@ -31,12 +31,15 @@ void append(CurlList& list, const QByteArray& line) {
 } // namespace
 
 CurlHandle makeCurlHandle() {
-    static const CURLcode prepared = curl_global_init(CURL_GLOBAL_DEFAULT);
-    return CurlHandle(prepared == CURLE_OK ? curl_easy_init() : nullptr);
+    const CurlLibrary* const curl = curlLibrary();
+    static const bool kPrepared = curl && curl->globalInit(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+    return CurlHandle(kPrepared ? curl->init() : nullptr);
 }
 
 CurlList headerLines(const UrlRequest& request) {
     CurlList list;
+    if (!curlLibrary())
+        return list;
     append(list, "Expect:");
     for (const auto& [name, value] : request.headers) {
         const QByteArray bytes = withoutLineEnds(value);
@@ -47,33 +50,33 @@ CurlList headerLines(const UrlRequest& request) {
 }
 
 void setCommonOptions(CURL* handle, const TransferLimits& limits, const CurlList& headers) {
-    curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L); // hops are judged one by one by us
-    curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-    curl_easy_setopt(handle, CURLOPT_BUFFERSIZE, limits.receiveBuffer);
-    curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, "gzip, deflate, br");
-    curl_easy_setopt(handle, CURLOPT_PATH_AS_IS, 1L);
-    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L); // a time-out does not wait for the name server's own
-    curl_easy_setopt(handle, CURLOPT_OPENSOCKETFUNCTION, openCloseOnExec);
-    curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
-    curl_easy_setopt(handle, CURLOPT_USERAGENT, userAgent(Bundle::mainBundle().infoDictionary()).constData());
+    setOption(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+    setOption(handle, CURLOPT_FOLLOWLOCATION, 0L); // hops are judged one by one by us
+    setOption(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    setOption(handle, CURLOPT_BUFFERSIZE, limits.receiveBuffer);
+    setOption(handle, CURLOPT_ACCEPT_ENCODING, "gzip, deflate, br");
+    setOption(handle, CURLOPT_PATH_AS_IS, 1L);
+    setOption(handle, CURLOPT_NOSIGNAL, 1L);
+    setOption(handle, CURLOPT_QUICK_EXIT, 1L); // a time-out does not wait for the name server's own
+    setOption(handle, CURLOPT_OPENSOCKETFUNCTION, openCloseOnExec);
+    setOption(handle, CURLOPT_HTTPHEADER, headers.get());
+    setOption(handle, CURLOPT_USERAGENT, userAgent(Bundle::mainBundle().infoDictionary()).constData());
     // The library leaves this variable to the programs that use it.
     const char* const certificates = std::getenv("SSL_CERT_FILE");
     if (certificates && *certificates != '\0')
-        curl_easy_setopt(handle, CURLOPT_CAINFO, certificates);
+        setOption(handle, CURLOPT_CAINFO, certificates);
 }
 
 void setHop(CURL* handle, const QString& address, const QString& method, const QByteArray& body) {
-    curl_easy_setopt(handle, CURLOPT_URL, address.toUtf8().constData());
-    curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, nullptr);
+    setOption(handle, CURLOPT_URL, address.toUtf8().constData());
+    setOption(handle, CURLOPT_CUSTOMREQUEST, nullptr);
     if (method == QStringLiteral("POST")) {
-        curl_easy_setopt(handle, CURLOPT_POST, 1L);
-        curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-        curl_easy_setopt(handle, CURLOPT_POSTFIELDS, body.constData());
+        setOption(handle, CURLOPT_POST, 1L);
+        setOption(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+        setOption(handle, CURLOPT_POSTFIELDS, body.constData());
         return;
     }
-    curl_easy_setopt(handle, CURLOPT_HTTPGET, 1L);
+    setOption(handle, CURLOPT_HTTPGET, 1L);
     if (method != QStringLiteral("GET"))
-        curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, method.toUtf8().constData());
+        setOption(handle, CURLOPT_CUSTOMREQUEST, method.toUtf8().constData());
 }

@@ -1,23 +1,28 @@
 #pragma once
 
 #include "platform/UrlSession.h"
-
-#include <curl/curl.h>
+#include "platform/linux/CurlLibrary.h"
 
 #include <memory>
 
 // A libcurl transfer handle, and how this program sets it up.
 
 struct CurlHandleFree {
-    void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
-    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+    void operator()(CURL* handle) const { curlLibrary()->cleanup(handle); }
+    void operator()(curl_slist* list) const { curlLibrary()->freeList(list); }
 };
 using CurlHandle = std::unique_ptr<CURL, CurlHandleFree>;
 using CurlList = std::unique_ptr<curl_slist, CurlHandleFree>;
 
-// Prepares the library when it is first needed, which the program's start does not pay for. Any thread. Null when there
-// is no memory.
+// Loads and prepares the library when it is first needed, which the program's start does not pay for. Any thread. Null
+// when there is no library or no memory.
 CurlHandle makeCurlHandle();
+
+// `value` has exactly the type that the option's manual page names: the library cannot know what it was given.
+template <typename Value>
+void setOption(CURL* handle, CURLoption option, Value value) {
+    curlLibrary()->setOption(handle, option, value);
+}
 
 // Header lines of a request, in order, and without the Expect header that libcurl would add to a large body. A line end
 // inside a value would make a second header of it and is left out.

@@ -29,19 +29,19 @@ TransferResult HttpTransfer::run() {
 }
 
 void HttpTransfer::connectCallbacks() {
-    curl_easy_setopt(handle_.get(), CURLOPT_WRITEFUNCTION, takeBody);
-    curl_easy_setopt(handle_.get(), CURLOPT_WRITEDATA, this);
-    curl_easy_setopt(handle_.get(), CURLOPT_HEADERFUNCTION, takeHeader);
-    curl_easy_setopt(handle_.get(), CURLOPT_HEADERDATA, this);
-    curl_easy_setopt(handle_.get(), CURLOPT_XFERINFOFUNCTION, takeProgress);
-    curl_easy_setopt(handle_.get(), CURLOPT_XFERINFODATA, this);
-    curl_easy_setopt(handle_.get(), CURLOPT_NOPROGRESS, 0L);
+    setOption(handle_.get(), CURLOPT_WRITEFUNCTION, takeBody);
+    setOption(handle_.get(), CURLOPT_WRITEDATA, this);
+    setOption(handle_.get(), CURLOPT_HEADERFUNCTION, takeHeader);
+    setOption(handle_.get(), CURLOPT_HEADERDATA, this);
+    setOption(handle_.get(), CURLOPT_XFERINFOFUNCTION, takeProgress);
+    setOption(handle_.get(), CURLOPT_XFERINFODATA, this);
+    setOption(handle_.get(), CURLOPT_NOPROGRESS, 0L);
 }
 
 std::optional<TransportError::Code> HttpTransfer::performHop() {
     headIsWhole_ = false;
     bodyBegan_ = false;
-    const CURLcode code = curl_easy_perform(handle_.get());
+    const CURLcode code = curlLibrary()->perform(handle_.get());
     // A connection that ends within the head is an empty answer to the library.
     if (code == CURLE_OK)
         return headIsWhole_ ? std::nullopt : std::optional(TransportError::kConnectionLost);
@@ -50,7 +50,7 @@ std::optional<TransportError::Code> HttpTransfer::performHop() {
     if (clock_.hasExpired())
         return TransportError::kTimedOut;
     long systemError = 0;
-    curl_easy_getinfo(handle_.get(), CURLINFO_OS_ERRNO, &systemError);
+    curlLibrary()->getInfo(handle_.get(), CURLINFO_OS_ERRNO, &systemError);
     return transportErrorCode(code, systemError, platform::defaultRouteIsReachable());
 }
 
@@ -58,7 +58,7 @@ std::optional<TransportError::Code> HttpTransfer::goOn(long followed) {
     if (followed >= limits_.redirects)
         return TransportError::kTooManyRedirects;
     const char* target = nullptr;
-    curl_easy_getinfo(handle_.get(), CURLINFO_REDIRECT_URL, &target);
+    curlLibrary()->getInfo(handle_.get(), CURLINFO_REDIRECT_URL, &target);
     const QString next = QString::fromUtf8(target);
     if (!HttpRedirect::mayFollow(address_, next))
         return TransportError::kUnsupportedAddress;
@@ -108,15 +108,16 @@ bool HttpTransfer::isRedirect() const {
 
 long HttpTransfer::status() const {
     long status = 0;
-    curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
+    curlLibrary()->getInfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
     return status;
 }
 
 const char* HttpTransfer::header(const char* name) const {
     curl_header* found = nullptr;
     constexpr int kOfLastRequest = -1;
-    return curl_easy_header(handle_.get(), name, 0, CURLH_HEADER, kOfLastRequest, &found) == CURLHE_OK ? found->value
-                                                                                                       : nullptr;
+    return curlLibrary()->header(handle_.get(), name, 0, CURLH_HEADER, kOfLastRequest, &found) == CURLHE_OK
+               ? found->value
+               : nullptr;
 }
 
 std::int64_t HttpTransfer::expectedLength() const {
@@ -124,7 +125,7 @@ std::int64_t HttpTransfer::expectedLength() const {
     if (header("Content-Encoding"))
         return -1;
     curl_off_t length = -1;
-    curl_easy_getinfo(handle_.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    curlLibrary()->getInfo(handle_.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     return length;
 }
 

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <curl/curl.h>
+
+// What is used of libcurl. It is loaded with the first request and not with the program: it brings thirty libraries
+// along, whose symbols would take a tenth of the time until the window shows. It stays loaded.
+struct CurlLibrary {
+    decltype(&curl_global_init) globalInit = nullptr;
+    decltype(&curl_easy_init) init = nullptr;
+    decltype(&curl_easy_cleanup) cleanup = nullptr;
+    decltype(&curl_easy_setopt) setOption = nullptr;
+    decltype(&curl_easy_getinfo) getInfo = nullptr;
+    decltype(&curl_easy_perform) perform = nullptr;
+    decltype(&curl_easy_header) header = nullptr;
+    decltype(&curl_slist_append) append = nullptr;
+    decltype(&curl_slist_free_all) freeList = nullptr;
+};
+
+// Any thread. Null when the system has no such library, or too old a one; the console then says so, once.
+const CurlLibrary* curlLibrary();
