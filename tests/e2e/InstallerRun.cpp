@@ -233,7 +233,8 @@ void InstallerRun::sendSignal(int signal) {
 }
 
 bool InstallerRun::waitForEnd() {
-    return process_.waitForFinished(30'000);
+    // Waiting for one that has ended meanwhile counts as a failure.
+    return process_.state() == QProcess::NotRunning || process_.waitForFinished(30'000);
 }
 
 QStringList InstallerRun::openedAddresses(int count) const {

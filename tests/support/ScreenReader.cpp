@@ -8,6 +8,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
+#include <QProcessEnvironment>
 
 #include <algorithm>
 
@@ -121,6 +122,10 @@ void collect(Node node, std::vector<Node>& found) {
 } // namespace
 
 ScreenReader::ScreenReader() {
+    // On one display there is one accessibility bus: what starts it is not to see the display, which other cases use.
+    QProcessEnvironment surroundings = QProcessEnvironment::systemEnvironment();
+    surroundings.remove(u"DISPLAY"_s);
+    daemon_.setProcessEnvironment(surroundings);
     daemon_.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
     EXPECT_TRUE(daemon_.waitForStarted() && daemon_.waitForReadyRead());
     address_ = QString::fromUtf8(daemon_.readLine()).trimmed();
@@ -180,15 +185,20 @@ QStringList ScreenReader::pressable() const {
 }
 
 bool ScreenReader::press(const QString& description) const {
-    std::vector<Node> nodes = showingNodes();
-    std::erase_if(nodes, [&](const Node& node) { return node.description != description; });
-    if (nodes.size() != 1)
-        return false;
-    const int action = pressActionOf(nodes.front());
-    if (action < 0)
+    std::vector<Node> nodes;
+    int action = -1;
+    // A walk takes many questions, and the tree may change between two of them.
+    const bool found = test::waitFor([&] {
+        nodes = showingNodes();
+        std::erase_if(nodes, [&](const Node& node) { return node.description != description; });
+        action = nodes.size() == 1 ? pressActionOf(nodes.front()) : -1;
+        return action >= 0;
+    });
+    if (!found)
         return false;
     const QDBusMessage reply = call(nodes.front(), kAction, u"DoAction"_s, {action});
-    if (reply.type() != QDBusMessage::ReplyMessage || !reply.arguments().value(0).toBool())
+    EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+    if (!reply.arguments().value(0).toBool())
         return false;
     // A button shows for a moment that it is pressed before it does anything.
     return test::waitFor([&] { return !hasState(nodes.front(), kPressed); });
