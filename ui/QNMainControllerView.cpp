@@ -71,6 +71,11 @@ View* QNMainController::view() const {
 }
 
 void QNMainController::setViewHidden(bool hidden) {
+    if (view_->isWindow()) {
+        // Not in the window yet: shown now, it would be a window of its own, for an instant. Only the wish is kept.
+        view_->setAttribute(Qt::WA_WState_ExplicitShowHide, hidden);
+        return;
+    }
     view_->setVisible(!hidden);
     auto* const window = qobject_cast<Window*>(view_->window());
     if (window == nullptr)
@@ -84,7 +89,7 @@ void QNMainController::setViewHidden(bool hidden) {
 }
 
 bool QNMainController::isViewHidden() const {
-    return view_->isHidden();
+    return view_->isWindow() ? view_->testAttribute(Qt::WA_WState_ExplicitShowHide) : view_->isHidden();
 }
 
 void QNMainController::setErrorController(std::unique_ptr<QNErrorController> controller) {

@@ -291,6 +291,17 @@ TEST_F(ScreensTest, TurnsHtmlIntoStyledText) {
     EXPECT_EQ(other.attributesAt(0).font, defaultFont());
 }
 
+TEST_F(ScreensTest, MakesNoWindowOfAViewThatIsNotInTheWindowYet) {
+    EXPECT_FALSE(controller().isViewHidden()) << "it has shown that there is no connection";
+    EXPECT_TRUE(QGuiApplication::allWindows().isEmpty());
+    controller().setViewHidden(true);
+    EXPECT_TRUE(controller().isViewHidden());
+    controller().setViewHidden(false);
+    EXPECT_TRUE(QGuiApplication::allWindows().isEmpty());
+    EXPECT_TRUE(shownWindow().isVisible());
+    EXPECT_TRUE(controller().view()->isVisible());
+}
+
 TEST_F(ScreensTest, TakesTheWindowOffTheScreenWithItsViewAndBringsItBack) {
     Window& shown = shownWindow();
     EXPECT_FALSE(controller().isViewHidden());
