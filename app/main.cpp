@@ -12,6 +12,7 @@
 #include "platform/base/ProcessSetup.h"
 #include "platform/base/Termination.h"
 #include "platform/base/UncaughtException.h"
+#include "sysinfo/QNSystemInfo.h"
 #include "ui/PrivatePlugins.h"
 #include "ui/Window.h"
 
@@ -72,6 +73,7 @@ int main(int argc, char** argv) {
     platform::installTerminateNet();
     platform::captureQtMessages();
     setProcessArguments(arguments);
+    QNSystemInfo::askToolsAhead();
     // The arguments are the program's own; the toolkit must not take any of them for its options.
     int toolkitArgc = 1;
     std::optional<PrivatePlugins> plugins(std::in_place, *windowSystem);

@@ -25,6 +25,7 @@ public:
     void readInBackgroundAndNotify();
 
 private:
+    friend class Task;
     int descriptor_;
 };
 
@@ -52,6 +53,12 @@ private:
 // Threads: one at a time.
 class Task : public std::enable_shared_from_this<Task> {
 public:
+    // Starts a tool whose output is sure to be wanted soon, so that it works while this program does something else.
+    // The next task with the same path and arguments and with a pipe takes the running tool over instead of starting it
+    // again, and waits for its start. Never throws: what cannot be started now fails when that task is launched. Any
+    // thread, and not on it: the tool is started on one of its own.
+    static void launchAhead(const QString& launchPath, const QStringList& arguments);
+
     Task() = default;
     // A child that still runs is left alone; it is collected when it ends.
     ~Task();
@@ -75,6 +82,9 @@ public:
     void notifyOnTermination();
 
 private:
+    bool takeOver();
+    void start();
+
     std::optional<QString> launchPath_;
     QStringList arguments_;
     std::shared_ptr<Pipe> standardOutput_;

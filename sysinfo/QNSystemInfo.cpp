@@ -2,6 +2,7 @@
 
 #include "install/QNTask.h"
 #include "platform/Machine.h"
+#include "platform/Task.h"
 #include "sysinfo/ProbeGuard.h"
 #include "sysinfo/ProbeOutput.h"
 #include "sysinfo/Slot.h"
@@ -9,6 +10,11 @@
 #include <QStringList>
 
 namespace {
+
+const auto kProfiler = QStringLiteral("/usr/sbin/system_profiler");
+const auto kHardware = QStringLiteral("SPHardwareDataType");
+const auto kInterfaceLister = QStringLiteral("/sbin/ifconfig");
+const auto kAllInterfaces = QStringLiteral("-a");
 
 struct ProbeSlots {
     Slot<QString> osVersion;
@@ -23,6 +29,11 @@ ProbeSlots& probeSlots() {
 }
 
 } // namespace
+
+void QNSystemInfo::askToolsAhead() {
+    Task::launchAhead(kInterfaceLister, {kAllInterfaces});
+    Task::launchAhead(kProfiler, {kHardware});
+}
 
 QString QNSystemInfo::getOSVersion() {
     auto& slot = probeSlots().osVersion;
@@ -49,8 +60,7 @@ std::optional<QString> QNSystemInfo::getCPUName() {
     if (auto kept = slot.value())
         return kept;
     guardingProbe("CPU error: %@", "+[QNSystemInfo getCPUName]", [&] {
-        const auto profile = QNTask::runTaskWithPath(QStringLiteral("/usr/sbin/system_profiler"),
-                                                     {QStringLiteral("SPHardwareDataType")});
+        const auto profile = QNTask::runTaskWithPath(kProfiler, {kHardware});
         if (const auto name = ProbeOutput::processorName(profile.value_or(QString())))
             slot.store(*name);
     });
@@ -66,7 +76,7 @@ std::optional<QString> QNSystemInfo::getMacAddress() {
     if (auto kept = slot.value())
         return kept;
     guardingProbe("MAC Address error: %@", "+[QNSystemInfo getMacAddress]", [&] {
-        const auto interfaces = QNTask::runTaskWithPath(QStringLiteral("/sbin/ifconfig"), {QStringLiteral("-a")});
+        const auto interfaces = QNTask::runTaskWithPath(kInterfaceLister, {kAllInterfaces});
         if (const auto address = ProbeOutput::firstHardwareAddress(interfaces.value_or(QString())))
             slot.store(*address);
     });

@@ -13,6 +13,9 @@
 // Threads: any, except getScreenResolution(), which belongs to the main thread until it has found a size.
 class QNSystemInfo {
 public:
+    // Starts the tools that getCPUName() and getMacAddress() will ask, so that their answers are there by then.
+    static void askToolsAhead();
+
     // "major.minor.bugfix", or "(MacOS)Unknown" for good once the query has failed.
     static QString getOSVersion();
     // "<width>x<height>" of the main screen in whole points, truncated; "0x0" without a screen.

@@ -11,12 +11,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <functional>
+#include <future>
+#include <mutex>
 #include <system_error>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -46,6 +50,22 @@ void waitWithoutCollecting(pid_t child) {
     siginfo_t information{};
     while (::waitid(P_PID, static_cast<id_t>(child), &information, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
     }
+}
+
+// A tool that runs ahead of the task that will want it.
+struct AheadTask {
+    std::shared_ptr<Task> task;
+    std::shared_future<bool> started;
+};
+
+struct Ahead {
+    std::mutex mutex;
+    std::vector<AheadTask> tasks;
+};
+
+Ahead& ahead() {
+    static auto* const tasks = new Ahead; // never destroyed: whatever still runs at the end is left alone
+    return *tasks;
 }
 
 PlatformException launchFailure(int error) {
@@ -114,10 +134,59 @@ Task::~Task() {
     }
 }
 
+void Task::launchAhead(const QString& launchPath, const QStringList& arguments) {
+    const auto task = std::make_shared<Task>();
+    task->launchPath_ = launchPath;
+    task->arguments_ = arguments;
+    const auto started = std::make_shared<std::promise<bool>>();
+    const std::lock_guard lock(ahead().mutex);
+    try {
+        task->standardOutput_ = std::make_shared<Pipe>();
+        onHelperThread([task, started] {
+            try {
+                task->start();
+                started->set_value(true);
+            } catch (const PlatformException&) {
+                started->set_value(false);
+            }
+        });
+        ahead().tasks.push_back({task, started->get_future().share()});
+    } catch (const PlatformException&) {
+        return;
+    }
+}
+
 void Task::launch() {
     if (!launchPath_) {
         throw PlatformException::invalidArgument(QStringLiteral("must provide a launch path"));
     }
+    if (!takeOver()) {
+        start();
+    }
+}
+
+bool Task::takeOver() {
+    const std::lock_guard lock(ahead().mutex);
+    auto& tasks = ahead().tasks;
+    const auto found = std::find_if(tasks.begin(), tasks.end(), [this](const AheadTask& other) {
+        return other.task->launchPath_ == launchPath_ && other.task->arguments_ == arguments_;
+    });
+    if (!standardOutput_ || found == tasks.end()) {
+        return false;
+    }
+    const AheadTask other = *found;
+    tasks.erase(found);
+    // Whoever reads may hold the handle already, so it is its descriptor that changes.
+    if (!other.started.get() || ::dup3(other.task->standardOutput_->reading_->descriptor_,
+                                       standardOutput_->reading_->descriptor_, O_CLOEXEC) < 0) {
+        return false;
+    }
+    pid_ = std::exchange(other.task->pid_, -1);
+    ::close(std::exchange(standardOutput_->writing_, -1));
+    return true;
+}
+
+void Task::start() {
     platform::SpawnRequest request{.program = platform::realPath(*launchPath_), .arguments = arguments_};
     if (standardOutput_) {
         request.standardOutput = standardOutput_->writing_;

@@ -135,6 +135,12 @@ void Task::launch() {
     if (!launchPath_) {
         throw PlatformException::invalidArgument(QStringLiteral("must provide a launch path"));
     }
+    if (!takeOver()) {
+        start();
+    }
+}
+
+void Task::start() {
     const int output = standardOutput_ ? standardOutput_->writing_ : STDOUT_FILENO;
     if (spawn(*launchPath_, arguments_, output, pid_) != 0) {
         pid_ = -1;
@@ -143,6 +149,13 @@ void Task::launch() {
     if (standardOutput_) {
         ::close(std::exchange(standardOutput_->writing_, -1));
     }
+}
+
+// Nothing is started ahead: the tools of this system have not been seen to hold up a start.
+void Task::launchAhead(const QString&, const QStringList&) {}
+
+bool Task::takeOver() {
+    return false;
 }
 
 void Task::waitUntilExit() {

@@ -290,3 +290,29 @@ TEST(Task, LeavesAChildThatStillRunsAloneAndCollectsItLater) {
     EXPECT_TRUE(test::waitFor([] { return ::waitpid(-1, nullptr, WNOHANG) < 0 && errno == ECHILD; }));
     EXPECT_EQ(test::readFile(done), "go\n");
 }
+
+TEST(Task, TakesOverAToolThatWasStartedAhead) {
+    const QString script = QStringLiteral("echo x >>%1/started; echo answer; exit 3").arg(test::folder());
+    Task::launchAhead(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), script});
+    const auto pipe = std::make_shared<Pipe>();
+    const auto handle = pipe->fileHandleForReading();
+    const auto task = shellTask(script, pipe);
+    task->launch();
+    task->waitUntilExit();
+    EXPECT_EQ(handle->readDataToEndOfFile(), "answer\n");
+    EXPECT_EQ(task->terminationStatus(), 3);
+    EXPECT_EQ(test::readFile(test::folder() + QStringLiteral("/started")), "x\n");
+    EXPECT_EQ(run(script).output, "answer\n");
+    EXPECT_EQ(test::readFile(test::folder() + QStringLiteral("/started")), "x\nx\n"); // only once
+}
+
+TEST(Task, StartsAnotherToolThanTheOneThatWasStartedAhead) {
+    Task::launchAhead(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("echo ahead")});
+    EXPECT_EQ(run(QStringLiteral("echo mine")).output, "mine\n");
+    EXPECT_EQ(run(QStringLiteral("echo ahead")).output, "ahead\n");
+}
+
+TEST(Task, SaysOnlyAtItsLaunchThatAToolCannotBeStartedAhead) {
+    Task::launchAhead(QStringLiteral("/no/such/tool"), {});
+    EXPECT_EQ(reasonOfLaunching(QStringLiteral("/no/such/tool")), QStringLiteral("launch path not accessible"));
+}
