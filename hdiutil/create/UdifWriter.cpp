@@ -34,12 +34,19 @@ UdifChecksum checksumOf(std::uint32_t value) {
     return {UdifChecksum::kCrc32, 32, value};
 }
 
+// A file system says at the very beginning of its partition what it is. That is a small chunk of its own: who mounts
+// the image waits for it, but not for the contents behind it.
+constexpr std::uint64_t kFirstSectors = 32;
+
 std::vector<Piece> piecesOf(const std::vector<DiskRange>& ranges, std::uint64_t chunkLength) {
     std::vector<Piece> pieces;
     for (std::size_t table = 0; table < ranges.size(); ++table) {
         const DiskRange& range = ranges[table];
-        for (std::uint64_t done = 0; done < range.sectorCount; done += chunkLength) {
-            pieces.push_back({table, range.firstSector + done, std::min(chunkLength, range.sectorCount - done)});
+        for (std::uint64_t done = 0; done < range.sectorCount;) {
+            const std::uint64_t wanted = done == 0 ? std::min(kFirstSectors, chunkLength) : chunkLength;
+            const std::uint64_t length = std::min(wanted, range.sectorCount - done);
+            pieces.push_back({table, range.firstSector + done, length});
+            done += length;
         }
     }
     return pieces;
