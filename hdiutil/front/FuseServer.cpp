@@ -155,6 +155,9 @@ void FuseServer::start(std::function<void()> ended) {
     loop_ = std::thread([session = session_, ended = std::move(ended)] {
         fuse_loop_config* config = fuse_loop_cfg_create();
         fuse_loop_cfg_set_clone_fd(config, 1);
+        // More only means more buffers: each has the kernel's largest request and a decoder to itself.
+        constexpr unsigned kThreadsPerCore = 2;
+        fuse_loop_cfg_set_max_threads(config, kThreadsPerCore * std::max(2U, std::thread::hardware_concurrency()));
         fuse_session_loop_mt(session, config);
         fuse_loop_cfg_destroy(config);
         ended();
