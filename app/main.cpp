@@ -73,6 +73,7 @@ int main(int argc, char** argv) {
     platform::installTerminateNet();
     platform::captureQtMessages();
     setProcessArguments(arguments);
+    platform::prepareFonts();
     QNSystemInfo::askToolsAhead();
     // The arguments are the program's own; the toolkit must not take any of them for its options.
     int toolkitArgc = 1;

@@ -13,4 +13,8 @@ namespace platform {
 // Linux: "wayland" when $WAYLAND_DISPLAY answers and its plugin is there, else "xcb" when the X server answers.
 std::optional<QByteArray> windowSystemPlugin(const QString& pluginsFolder);
 
+// Reads the system's font configuration on a thread of its own, so that it is there when the first text is measured.
+// Any thread. Does not tell when it is done: whoever needs fonts earlier waits for them as ever.
+void prepareFonts();
+
 } // namespace platform

@@ -3,12 +3,15 @@
 #include <QDir>
 #include <QFile>
 
+#include <fontconfig/fontconfig.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 #include <xcb/xcb.h>
 
 #include <cstring>
+#include <system_error>
+#include <thread>
 
 namespace platform {
 
@@ -47,6 +50,14 @@ bool xServerAnswers() {
 }
 
 } // namespace
+
+void prepareFonts() {
+    try {
+        std::thread([] { FcInit(); }).detach();
+    } catch (const std::system_error&) {
+        // Then the toolkit reads it, when it comes to that.
+    }
+}
 
 std::optional<QByteArray> windowSystemPlugin(const QString& pluginsFolder) {
     if (hasPlugin(pluginsFolder, "libqwayland-*.so") && waylandAnswers())

@@ -8,4 +8,6 @@ std::optional<QByteArray> windowSystemPlugin(const QString&) {
     return NSScreen.mainScreen ? std::optional<QByteArray>("cocoa") : std::nullopt;
 }
 
+void prepareFonts() {} // the system's own service has read them
+
 } // namespace platform
