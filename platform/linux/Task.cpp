@@ -55,7 +55,7 @@ void waitWithoutCollecting(pid_t child) {
 // A tool that runs ahead of the task that will want it.
 struct AheadTask {
     std::shared_ptr<Task> task;
-    std::shared_future<bool> started;
+    std::future<void> started; // throws what starting it threw
 };
 
 struct Ahead {
@@ -138,21 +138,12 @@ void Task::launchAhead(const QString& launchPath, const QStringList& arguments) 
     const auto task = std::make_shared<Task>();
     task->launchPath_ = launchPath;
     task->arguments_ = arguments;
-    const auto started = std::make_shared<std::promise<bool>>();
     const std::lock_guard lock(ahead().mutex);
     try {
         task->standardOutput_ = std::make_shared<Pipe>();
-        onHelperThread([task, started] {
-            try {
-                task->start();
-                started->set_value(true);
-            } catch (const PlatformException&) {
-                started->set_value(false);
-            }
-        });
-        ahead().tasks.push_back({task, started->get_future().share()});
-    } catch (const PlatformException&) {
-        return;
+        ahead().tasks.push_back({task, std::async(std::launch::async, [task] { task->start(); })});
+    } catch (const PlatformException&) { // no descriptors for a pipe
+    } catch (const std::system_error&) { // no thread
     }
 }
 
@@ -174,11 +165,16 @@ bool Task::takeOver() {
     if (!standardOutput_ || found == tasks.end()) {
         return false;
     }
-    const AheadTask other = *found;
+    AheadTask other = std::move(*found);
     tasks.erase(found);
+    try {
+        other.started.get();
+    } catch (const PlatformException&) {
+        return false;
+    }
     // Whoever reads may hold the handle already, so it is its descriptor that changes.
-    if (!other.started.get() || ::dup3(other.task->standardOutput_->reading_->descriptor_,
-                                       standardOutput_->reading_->descriptor_, O_CLOEXEC) < 0) {
+    if (::dup3(other.task->standardOutput_->reading_->descriptor_, standardOutput_->reading_->descriptor_, O_CLOEXEC) <
+        0) {
         return false;
     }
     pid_ = std::exchange(other.task->pid_, -1);
