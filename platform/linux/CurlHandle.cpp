@@ -38,8 +38,6 @@ CurlHandle makeCurlHandle() {
 
 CurlList headerLines(const UrlRequest& request) {
     CurlList list;
-    if (!curlLibrary())
-        return list;
     append(list, "Expect:");
     for (const auto& [name, value] : request.headers) {
         const QByteArray bytes = withoutLineEnds(value);

@@ -25,7 +25,7 @@ void setOption(CURL* handle, CURLoption option, Value value) {
 }
 
 // Header lines of a request, in order, and without the Expect header that libcurl would add to a large body. A line end
-// inside a value would make a second header of it and is left out.
+// inside a value would make a second header of it and is left out. Only where makeCurlHandle() has given a handle.
 CurlList headerLines(const UrlRequest& request);
 
 // Everything that is the same for all hops: protocols, HTTP version, buffer, encodings, certificates, User-Agent.

@@ -9,12 +9,12 @@
 
 HttpTransfer::HttpTransfer(const UrlRequest& request, const TransferLimits& limits, const BodySink& sink)
     : request_(request), limits_(limits), sink_(sink), address_(request.address->text), method_(request.method),
-      handle_(makeCurlHandle()), headers_(headerLines(request)),
-      clock_(limits.idle, limits.whole, std::chrono::steady_clock::now()) {}
+      handle_(makeCurlHandle()), clock_(limits.idle, limits.whole, std::chrono::steady_clock::now()) {}
 
 TransferResult HttpTransfer::run() {
     if (!handle_)
         return TransportError{TransportError::kUnknown, address_};
+    headers_ = headerLines(request_);
     setCommonOptions(handle_.get(), limits_, headers_);
     connectCallbacks();
     for (long followed = 0;; ++followed) {
