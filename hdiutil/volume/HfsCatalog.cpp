@@ -4,6 +4,7 @@
 #include "hdiutil/volume/HfsNames.h"
 
 #include <algorithm>
+#include <numeric>
 #include <tuple>
 
 namespace hdi::hfs {
@@ -14,6 +15,10 @@ namespace {
 constexpr std::uint32_t kHashStart = 0x811C9DC5U;
 constexpr std::uint32_t addToHash(std::uint32_t hash, char16_t unit) {
     return (hash ^ unit) * 0x01000193U;
+}
+
+std::uint32_t hashOfKey(std::u16string_view key) {
+    return std::accumulate(key.begin(), key.end(), kHashStart, addToHash);
 }
 
 } // namespace
@@ -48,20 +53,17 @@ std::string_view Catalog::name(const Entry& entry) const {
     return std::string_view(names_).substr(entry.nameOffset, entry.nameLength);
 }
 
-NameKey Catalog::keyOf(std::string_view name) const {
-    NameKey key{kHashStart, comparisonKey(toUtf16(name), caseSensitive_)};
-    for (const char16_t unit : key.text)
-        key.hash = addToHash(key.hash, unit);
-    return key;
+std::u16string Catalog::keyOf(std::string_view name) const {
+    return comparisonKey(toUtf16(name), caseSensitive_);
 }
 
-// Most names are ASCII, and a mount waits for the hash of each of them.
+// Most names are ASCII, and a mount waits for the number of each of them: those are not written out as keys first.
 std::uint32_t Catalog::hashOf(std::string_view name) const {
     std::uint32_t hash = kHashStart;
     for (const char character : name) {
         const auto byte = static_cast<unsigned char>(character);
         if (byte == 0 || byte >= 0x80)
-            return keyOf(name).hash;
+            return hashOfKey(keyOf(name));
         const bool isCapital = byte >= 'A' && byte <= 'Z';
         hash = addToHash(hash, isCapital && !caseSensitive_ ? byte + ('a' - 'A') : byte);
     }
@@ -76,23 +78,24 @@ bool Catalog::isBefore(const Index& left, const Index& right) const {
     const std::string_view a = name(entries_[left.entry]);
     const std::string_view b = name(entries_[right.entry]);
     if (a != b)
-        if (const int order = keyOf(a).text.compare(keyOf(b).text); order != 0)
+        if (const int order = keyOf(a).compare(keyOf(b)); order != 0)
             return order < 0;
     return std::tie(a, left.entry) < std::tie(b, right.entry);
 }
 
 std::optional<std::uint32_t> Catalog::lookUp(std::uint32_t folder, std::string_view wanted) const {
-    const NameKey key = keyOf(wanted);
+    const std::u16string key = keyOf(wanted);
+    const std::uint32_t hash = hashOf(wanted);
     const auto isBeforeWanted = [&](const Index& index, std::string_view exact) {
-        if (index.parent != folder || index.hash != key.hash)
-            return std::tie(index.parent, index.hash) < std::tie(folder, key.hash);
+        if (index.parent != folder || index.hash != hash)
+            return std::tie(index.parent, index.hash) < std::tie(folder, hash);
         const std::string_view own = name(entries_[index.entry]);
-        const int order = keyOf(own).text.compare(key.text);
+        const int order = keyOf(own).compare(key);
         return order != 0 ? order < 0 : own < exact;
     };
     const auto isSame = [&](std::vector<Index>::const_iterator index) {
-        return index != index_.end() && index->parent == folder && index->hash == key.hash &&
-               keyOf(name(entries_[index->entry])).text == key.text;
+        return index != index_.end() && index->parent == folder && index->hash == hash &&
+               keyOf(name(entries_[index->entry])) == key;
     };
     const auto exact = std::lower_bound(index_.begin(), index_.end(), wanted, isBeforeWanted);
     if (isSame(exact) && name(entries_[exact->entry]) == wanted)

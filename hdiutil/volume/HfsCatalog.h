@@ -43,12 +43,6 @@ struct Entry {
     std::uint32_t linkReference = 0;
 };
 
-// A name as it is compared, and a number made from that.
-struct NameKey {
-    std::uint32_t hash;
-    std::u16string text;
-};
-
 // A whole catalog in memory: names made safe for a path and unique in their folder, hard links resolved, the
 // format's own folders and files taken out, no folder inside itself.
 //
@@ -81,8 +75,8 @@ private:
 
     friend class CatalogLoader;
 
-    NameKey keyOf(std::string_view name) const;
-    std::uint32_t hashOf(std::string_view name) const; // keyOf(name).hash, without making the text where it can
+    std::u16string keyOf(std::string_view name) const; // the name as it is compared
+    std::uint32_t hashOf(std::string_view name) const; // a number made from that
     bool isBefore(const Index& left, const Index& right) const;
 
     bool caseSensitive_ = false;
