@@ -43,7 +43,7 @@ std::vector<Piece> piecesOf(const std::vector<DiskRange>& ranges, std::uint64_t 
     for (std::size_t table = 0; table < ranges.size(); ++table) {
         const DiskRange& range = ranges[table];
         for (std::uint64_t done = 0; done < range.sectorCount;) {
-            const std::uint64_t wanted = done == 0 ? std::min(kFirstSectors, chunkLength) : chunkLength;
+            const std::uint64_t wanted = done == 0 ? kFirstSectors : chunkLength;
             const std::uint64_t length = std::min(wanted, range.sectorCount - done);
             pieces.push_back({table, range.firstSector + done, length});
             done += length;
