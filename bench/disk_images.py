@@ -10,6 +10,7 @@ for minutes, and looking past them would cost whoever extracts next more than th
 
 import argparse
 import os
+import pathlib
 import random
 import resource
 import shutil
@@ -98,17 +99,14 @@ class Bench:
 
     def mount(self, image, *options):
         """Seconds from exec until the first executable has run its first bytes through us."""
-        nothing = os.open(os.devnull, os.O_WRONLY | os.O_CLOEXEC)
-        quiet = [(os.POSIX_SPAWN_DUP2, nothing, 1), (os.POSIX_SPAWN_DUP2, nothing, 2)]
+        quiet = [(os.POSIX_SPAWN_OPEN, fd, os.devnull, os.O_WRONLY, 0) for fd in (1, 2)]
         words = [self.tool, "mount", *options, image]
         begin = time.perf_counter()
         _, status = os.waitpid(os.posix_spawn(self.tool, words, os.environ, file_actions=quiet), 0)
         assert status == 0
         with open(os.path.join(self.volume, "Setup.app/Contents/MacOS/setup"), "rb") as file:
             assert file.read(2) == b"#!"
-        seconds = time.perf_counter() - begin
-        os.close(nothing)
-        return seconds
+        return time.perf_counter() - begin
 
     def detach(self):
         # The daemon is nobody's child here, so its processor time is asked for before it ends. A check beside the reads
@@ -126,11 +124,14 @@ class Bench:
         self.detach()
         return seconds
 
+    def read_volume(self):
+        self.run("sh", "-c", 'find "$0" -type f -print0 | xargs -0 -n 1000 -P 2 cat', self.volume)
+
     def read_all(self, image, *options):
         """Exec to the last byte of the last file, by two readers."""
         begin = time.perf_counter()
         self.mount(image, *options)
-        self.run("sh", "-c", 'find "$0" -type f -print0 | xargs -0 -n 1000 -P 2 cat', self.volume)
+        self.read_volume()
         seconds = time.perf_counter() - begin
         self.detach()
         return seconds
@@ -141,7 +142,7 @@ class Bench:
         text = subprocess.run([self.tool, "info"], check=True, capture_output=True, text=True).stdout
         pid = next(line.split(":")[1].strip() for line in text.splitlines() if line.startswith("process ID"))
         idle = self.status(pid, "VmRSS")
-        self.run("sh", "-c", 'find "$0" -type f -print0 | xargs -0 -n 1000 -P 2 cat', self.volume)
+        self.read_volume()
         peak = self.status(pid, "VmHWM")
         self.detach()
         return idle / 1024, (peak - idle) / 1024
@@ -159,9 +160,8 @@ class Bench:
         self.run("unshare", "-m", "--propagation", "slave", "sh", "-c",
                  'mount --bind "$1" /dev/fuse && shift && exec "$@"', "sh", nothing, self.tool, "mount", image)
         seconds = time.perf_counter() - begin
-        data = subprocess.run(["find", self.temporary, "-name", "Setup.app", "-maxdepth", "3"], check=True,
-                              capture_output=True, text=True).stdout.strip()
-        shutil.copytree(data, self.new_place(), copy_function=os.link)
+        [extracted] = pathlib.Path(self.temporary).glob("*/*/Setup.app")
+        shutil.copytree(extracted, self.new_place(), copy_function=os.link)
         self.detach()
         return seconds
 
