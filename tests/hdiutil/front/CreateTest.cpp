@@ -60,9 +60,6 @@ protected:
         words.push_back(made());
         return hdiutil(words);
     }
-    static Outcome mount(Way way, const Words& words) {
-        return way == Way::kFuse ? hdiutil(words) : hdiutilWithoutFuse(words);
-    }
 };
 
 class CreatedImage : public Created, public testing::WithParamInterface<std::tuple<Way, const char*, const char*>> {};
@@ -80,7 +77,7 @@ TEST_P(CreatedImage, ShowsTheTreeItWasMadeFrom) {
     const Outcome creation = create({"-format", format, "-layout", layout});
     ASSERT_EQ(creation.status, 0) << creation.err;
     EXPECT_EQ(creation.out, "created: " + made() + "\n");
-    const Outcome outcome = mount(way, {"mount", made()});
+    const Outcome outcome = hdiutil(way, {"mount", made()});
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_THAT(outcome.out, testing::EndsWith("\t/Volumes/My Installer\n"));
     EXPECT_EQ(withoutLinkModes(readFolder(mounted())), withoutLinkModes(readFolder(source())));
@@ -90,7 +87,7 @@ TEST_P(CreatedImage, ShowsTheTreeItWasMadeFrom) {
 TEST_P(CreatedImage, ShowsTheTreeThat7ZipReads) {
     const auto& [way, format, layout] = GetParam();
     ASSERT_EQ(create({"-format", format, "-layout", layout}).status, 0);
-    ASSERT_EQ(mount(way, {"mount", made()}).status, 0);
+    ASSERT_EQ(hdiutil(way, {"mount", made()}).status, 0);
     Tree expected = readWith7z(made(), base() + "/7z");
     // 7-Zip shows each name of a file with several as an empty file of its own: there the source is what counts.
     const Tree source = readFolder(this->source());
@@ -114,7 +111,7 @@ INSTANTIATE_TEST_SUITE_P(Both, CreatedApp, testing::Values(Way::kFuse, Way::kExt
 
 TEST_P(CreatedApp, RunsItsScriptsAndTheProgramsBehindItsSymlinks) {
     ASSERT_EQ(create({}).status, 0);
-    ASSERT_EQ(mount(GetParam(), {"mount", made()}).status, 0);
+    ASSERT_EQ(hdiutil(GetParam(), {"mount", made()}).status, 0);
     const std::string contents = mounted() + "/Setup.app/Contents";
     EXPECT_EQ(runProgram({contents + "/MacOS/setup", "--a --b"}).out, "script --a --b\n");
     EXPECT_EQ(runProgram({contents + "/Frameworks/Tool.framework/Tool", "program"}).out, "program\n");

@@ -105,7 +105,7 @@ TEST_F(DamagedBigImage, IsReportedAndNotAttachedAgain) {
 
 TEST_F(DamagedBigImage, IsRefusedByExtraction) {
     damage();
-    const Outcome outcome = hdiutilWithoutFuse({"mount", path()});
+    const Outcome outcome = hdiutil(Way::kExtracted, {"mount", path()});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out, "");
     EXPECT_THAT(outcome.err, HasSubstr("attach failed - image data corrupted"));

@@ -245,6 +245,10 @@ Words FrontWorld::leftovers() const {
     return names;
 }
 
+Words inWay(Way way, const Words& words) {
+    return way == Way::kFuse ? words : withoutFuse(words);
+}
+
 std::string nameOf(Way way) {
     return way == Way::kFuse ? "ThroughFuse" : "Extracted";
 }

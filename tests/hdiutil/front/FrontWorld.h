@@ -60,6 +60,13 @@ Words inMountNamespace(const Words& words);
 // plain file. What is extracted there shows everywhere.
 Words withoutFuse(const Words& words);
 
+// The two ways of attaching, and the command line whose `words` attach in that way.
+enum class Way { kFuse, kExtracted };
+Words inWay(Way way, const Words& words);
+std::string nameOf(Way way);
+std::string nameOfWay(const testing::TestParamInfo<Way>& instance);
+void PrintTo(Way way, std::ostream* out);
+
 // Makes `folder`/source with one file of noise, and of that an image, stored as it is, with the volume "Noise"; its
 // path.
 std::string noiseImage(const std::string& folder, std::size_t mebibytes);
@@ -79,7 +86,7 @@ protected:
 
     static Words command(const Words& words);
     static Outcome hdiutil(const Words& words) { return runProgram(command(words)); }
-    static Outcome hdiutilWithoutFuse(const Words& words) { return runProgram(withoutFuse(command(words))); }
+    static Outcome hdiutil(Way way, const Words& words) { return runProgram(inWay(way, command(words))); }
     // A copy in the case's own folder, so that two cases never attach the same file.
     std::string copyOf(const std::string& name, const std::string& as = "");
     // What is in the volumes and the temporary folder, hidden entries included.
@@ -90,15 +97,9 @@ private:
 };
 
 // The same with both ways of attaching.
-enum class Way { kFuse, kExtracted };
 class BothWays : public FrontWorld, public testing::WithParamInterface<Way> {
 protected:
-    static Outcome mount(const Words& words) {
-        return GetParam() == Way::kFuse ? hdiutil(words) : hdiutilWithoutFuse(words);
-    }
+    static Outcome mount(const Words& words) { return hdiutil(GetParam(), words); }
 };
-std::string nameOf(Way way);
-std::string nameOfWay(const testing::TestParamInfo<Way>& instance);
-void PrintTo(Way way, std::ostream* out);
 
 } // namespace hdi::test

@@ -166,8 +166,7 @@ TEST_P(HostileImage, IsRefusedWithinSecondsAndLeavesNothing) {
     const auto& [way, hostile] = GetParam();
     const std::string path = base() + "/image.dmg";
     writeFile(path, hostile.make());
-    const Words words = command({"mount", path});
-    const Outcome outcome = runProgram(way == Way::kFuse ? words : withoutFuse(words), std::chrono::seconds(20));
+    const Outcome outcome = runProgram(inWay(way, command({"mount", path})), std::chrono::seconds(20));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(outcome.err, std::string("hdiutil: attach failed - ") + hostile.reason + "\n");

@@ -158,7 +158,7 @@ TEST_F(InterruptedExtraction, IsTakenBackByDetachWhenItWasKilled) {
 TEST_F(InterruptedExtraction, IsTakenBackByTheNextMountWhenItWasKilled) {
     kill(tool(), SIGKILL);
     running().finish();
-    const Outcome outcome = hdiutilWithoutFuse({"mount", path()});
+    const Outcome outcome = hdiutil(Way::kExtracted, {"mount", path()});
     EXPECT_THAT(outcome.out, HasSubstr("\t/Volumes/Noise\n"));
     EXPECT_EQ(runProgram({"cmp", base() + "/source/noise", volumes() + "/Noise/noise"}).status, 0);
     EXPECT_EQ(leftovers().size(), 3U); // no second set of data

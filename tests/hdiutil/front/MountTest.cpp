@@ -69,8 +69,7 @@ TEST_P(Mount, SaysWhyApfsCannotBeReadWithoutItsModule) {
     fs::create_directories(base() + "/alone");
     const std::string program = base() + "/alone/hdiutil";
     fs::copy_file(HDIUTIL_PROGRAM, program);
-    Words words = {program, "mount", copyOf("apfs-gpt-zlib-one-file.dmg")};
-    const Outcome outcome = runProgram(GetParam() == Way::kFuse ? words : withoutFuse(words));
+    const Outcome outcome = runProgram(inWay(GetParam(), {program, "mount", copyOf("apfs-gpt-zlib-one-file.dmg")}));
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out, "");
     EXPECT_THAT(outcome.err, StartsWith("hdiutil: attach failed - APFS cannot be read here: libhdiutil_apfs.so: "));
@@ -241,7 +240,7 @@ TEST_P(MountRefusal, HasNoOutputAMessageAndAStatus) {
     const auto& [way, refusal] = GetParam();
     const std::string path = copyOf("hfsplus-gpt-zlib-stub-app.dmg");
     refusal.make(path);
-    const Outcome outcome = way == Way::kFuse ? hdiutil({"mount", path}) : hdiutilWithoutFuse({"mount", path});
+    const Outcome outcome = hdiutil(way, {"mount", path});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out, "");
     EXPECT_THAT(outcome.err, testing::StartsWith(refusal.message));

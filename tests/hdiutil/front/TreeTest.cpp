@@ -22,7 +22,7 @@ class Mounted : public FrontWorld {
 protected:
     // The tree of an image with one volume.
     Tree mountedTree(Way way, const std::string& path) const {
-        const Outcome outcome = way == Way::kFuse ? hdiutil({"mount", path}) : hdiutilWithoutFuse({"mount", path});
+        const Outcome outcome = hdiutil(way, {"mount", path});
         EXPECT_EQ(outcome.status, 0) << outcome.err;
         const std::size_t shown = outcome.out.find("/Volumes/");
         if (shown == std::string::npos) {
@@ -56,13 +56,15 @@ std::string wordOf(std::string name, Way way) {
     return name + nameOf(way);
 }
 
+constexpr auto kNameOfInstance = [](const auto& instance) {
+    return wordOf(std::get<1>(instance.param).name, std::get<0>(instance.param));
+};
+
 // The seventh one is encrypted, and refused.
 class MountedRealImage : public Mounted, public testing::WithParamInterface<std::tuple<Way, RealImage>> {};
 INSTANTIATE_TEST_SUITE_P(All, MountedRealImage,
                          testing::Combine(testing::Values(Way::kFuse, Way::kExtracted), testing::ValuesIn(kRealImages)),
-                         [](const auto& instance) {
-                             return wordOf(std::get<1>(instance.param).name, std::get<0>(instance.param));
-                         });
+                         kNameOfInstance);
 
 TEST_P(MountedRealImage, ShowsTheTreeThat7ZipReads) {
     const auto& [way, real] = GetParam();
@@ -182,9 +184,7 @@ protected:
 };
 INSTANTIATE_TEST_SUITE_P(All, MountedContainer,
                          testing::Combine(testing::Values(Way::kFuse, Way::kExtracted), testing::ValuesIn(kContainers)),
-                         [](const auto& instance) {
-                             return wordOf(std::get<1>(instance.param).name, std::get<0>(instance.param));
-                         });
+                         kNameOfInstance);
 
 TEST_P(MountedContainer, ShowsTheTreeOfItsSource) {
     const auto& [way, container] = GetParam();

@@ -64,9 +64,7 @@ TEST_F(Verbs, InfoOfNothingIsNothing) {
 
 class AttachedVerbs : public Verbs, public testing::WithParamInterface<Way> {
 protected:
-    static Outcome mount(const Words& words) {
-        return GetParam() == Way::kFuse ? hdiutil(words) : hdiutilWithoutFuse(words);
-    }
+    static Outcome mount(const Words& words) { return hdiutil(GetParam(), words); }
 };
 INSTANTIATE_TEST_SUITE_P(Both, AttachedVerbs, testing::Values(Way::kFuse, Way::kExtracted), nameOfWay);
 
