@@ -29,25 +29,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// A program of the X display, for the length of a case.
-class Helper {
-public:
-    explicit Helper(const QString& program) {
-        process_.start(program, QStringList());
-        EXPECT_TRUE(process_.waitForStarted());
-    }
-    ~Helper() {
-        process_.terminate();
-        process_.waitForFinished();
-    }
-    Helper(const Helper&) = delete;
-    Helper& operator=(const Helper&) = delete;
-
-private:
-    QProcess process_;
-};
-
-const QColor kBackdrop(0, 128, 255);
 const QColor kWhite(Qt::white);
 
 // What counts as the same: the same glyphs and pixels, painted in one go or in two.
@@ -57,31 +38,20 @@ constexpr double kSame = 0.1;
 class ScaledWindow : public UserInterfaceTest {
 protected:
     double scale() { return window().devicePixelRatioF(); }
-    // The content view's rectangle on the display, in pixels.
-    QRect body() {
-        const QPoint corner = window().pos() + window().contentView()->pos();
-        return {(QPointF(corner) * scale()).toPoint(), (QSizeF(window().contentView()->size()) * scale()).toSize()};
-    }
     // The whole display with the shown window on a plain desktop, once nothing is being painted any more.
     QImage screen() {
         EXPECT_EQ(scale(), qEnvironmentVariable("QT_SCALE_FACTOR").toDouble());
-        backdrop_.setGeometry(QGuiApplication::primaryScreen()->geometry());
-        QPalette palette;
-        palette.setColor(QPalette::Window, kBackdrop);
-        backdrop_.setPalette(palette);
-        backdrop_.setWindowFlag(Qt::FramelessWindowHint);
-        backdrop_.show();
-        EXPECT_TRUE(QTest::qWaitForWindowExposed(&backdrop_));
+        showBackdrop();
         shownWindow();
         return settledWindow();
     }
     QImage settledWindow() {
-        const QPoint inside = body().topLeft() + QPoint(body().width() / 2, 1);
+        const QPoint inside = contentInPixels().topLeft() + QPoint(contentInPixels().width() / 2, 1);
         EXPECT_TRUE(test::waitFor([&] { return test::screenPixels().pixelColor(inside) == kWhite; }));
         return test::settledScreen();
     }
     // The content view's own pixels.
-    QImage content() { return screen().copy(body()); }
+    QImage content() { return screen().copy(contentInPixels()); }
     // A widget's rectangle in them. Every widget of ours lies on whole points.
     QRect frameOf(const QWidget& widget) {
         const QPointF corner = QPointF(widget.mapTo(window().contentView(), QPoint())) * scale();
@@ -98,7 +68,7 @@ protected:
     }
     // A widget's pixels when it is painted so, on a display of this scale.
     QImage drawn(const QWidget& widget, const QColor& background, const std::function<void(QPainter&)>& paint) {
-        QImage picture(body().size(), QImage::Format_RGB32);
+        QImage picture(contentInPixels().size(), QImage::Format_RGB32);
         picture.fill(background);
         picture.setDevicePixelRatio(scale());
         QPainter painter(&picture);
@@ -111,9 +81,6 @@ protected:
     QImage drawnText(const QWidget& widget, const QColor& background, const TextView& text) {
         return drawn(widget, background, [&text](QPainter& painter) { text.draw(painter); });
     }
-
-private:
-    QWidget backdrop_;
 };
 
 // What a pixel at (x, y) from a corner of the body, counted inwards, belongs to.
@@ -160,45 +127,46 @@ TEST_F(ScaledWindow, DISABLED_IsCutToItsRoundedShape) {
     const QImage pixels = screen();
     EXPECT_FALSE(window().showsShadow());
     const double radius = 8.0 * scale();
-    visitCorners(pixels, body(), radius, [](Belongs belongs, const QColor& color, const QPoint& point) {
-        if (belongs != Belongs::kInside && color == kBackdrop)
+    visitCorners(pixels, contentInPixels(), radius, [](Belongs belongs, const QColor& color, const QPoint& point) {
+        if (belongs != Belongs::kInside && color == test::kBackdrop)
             return;
         EXPECT_TRUE(belongs != Belongs::kOutside && color == kWhite)
             << point.x() << ',' << point.y() << ' ' << qPrintable(color.name());
     });
-    const QRect around = body().adjusted(-1, -1, 1, 1);
+    const QRect around = contentInPixels().adjusted(-1, -1, 1, 1);
     const int far = static_cast<int>(radius) + 3;
-    for (int x = body().left() + far; x <= body().right() - far; ++x) {
-        EXPECT_EQ(pixels.pixelColor(x, around.top()), kBackdrop);
-        EXPECT_EQ(pixels.pixelColor(x, body().top()), kWhite);
-        EXPECT_EQ(pixels.pixelColor(x, body().bottom()), kWhite);
-        EXPECT_EQ(pixels.pixelColor(x, around.bottom()), kBackdrop);
+    for (int x = contentInPixels().left() + far; x <= contentInPixels().right() - far; ++x) {
+        EXPECT_EQ(pixels.pixelColor(x, around.top()), test::kBackdrop);
+        EXPECT_EQ(pixels.pixelColor(x, contentInPixels().top()), kWhite);
+        EXPECT_EQ(pixels.pixelColor(x, contentInPixels().bottom()), kWhite);
+        EXPECT_EQ(pixels.pixelColor(x, around.bottom()), test::kBackdrop);
     }
-    for (int y = body().top() + far; y <= body().bottom() - far; ++y) {
-        EXPECT_EQ(pixels.pixelColor(around.left(), y), kBackdrop);
-        EXPECT_EQ(pixels.pixelColor(body().left(), y), kWhite);
-        EXPECT_EQ(pixels.pixelColor(body().right(), y), kWhite);
-        EXPECT_EQ(pixels.pixelColor(around.right(), y), kBackdrop);
+    for (int y = contentInPixels().top() + far; y <= contentInPixels().bottom() - far; ++y) {
+        EXPECT_EQ(pixels.pixelColor(around.left(), y), test::kBackdrop);
+        EXPECT_EQ(pixels.pixelColor(contentInPixels().left(), y), kWhite);
+        EXPECT_EQ(pixels.pixelColor(contentInPixels().right(), y), kWhite);
+        EXPECT_EQ(pixels.pixelColor(around.right(), y), test::kBackdrop);
     }
 }
 
 TEST_F(ScaledWindow, DISABLED_HasSmoothCornersAndAShadow) {
-    const Helper compositor(u"xcompmgr"_s);
+    const test::DisplayProgram compositor(u"xcompmgr"_s);
     shownWindow();
     ASSERT_TRUE(test::waitFor([this] { return window().showsShadow(); }));
     const QImage pixels = screen();
     // The backdrop has no red, so red tells how much of the body a pixel shows, and blue how dark the shadow is.
     int between = 0;
-    visitCorners(pixels, body(), 8.0 * scale(), [&](Belongs belongs, const QColor& color, const QPoint& point) {
-        EXPECT_GT(color.blue(), 150) << "black at " << point.x() << ',' << point.y();
-        EXPECT_TRUE(belongs != Belongs::kOutside || color.red() < 30) << point.x() << ',' << point.y();
-        EXPECT_TRUE(belongs != Belongs::kInside || color == kWhite) << point.x() << ',' << point.y();
-        between += color.red() > 30 && color.red() < 225 ? 1 : 0;
-    });
+    visitCorners(pixels, contentInPixels(), 8.0 * scale(),
+                 [&](Belongs belongs, const QColor& color, const QPoint& point) {
+                     EXPECT_GT(color.blue(), 150) << "black at " << point.x() << ',' << point.y();
+                     EXPECT_TRUE(belongs != Belongs::kOutside || color.red() < 30) << point.x() << ',' << point.y();
+                     EXPECT_TRUE(belongs != Belongs::kInside || color == kWhite) << point.x() << ',' << point.y();
+                     between += color.red() > 30 && color.red() < 225 ? 1 : 0;
+                 });
     EXPECT_GE(between, 4 * 4 * scale()) << "each corner is smooth along its arc";
     const auto darknessBelow = [&](double points) {
-        const int y = body().bottom() + static_cast<int>(points * scale());
-        return kBackdrop.blue() - pixels.pixelColor(body().center().x(), y).blue();
+        const int y = contentInPixels().bottom() + static_cast<int>(points * scale());
+        return test::kBackdrop.blue() - pixels.pixelColor(contentInPixels().center().x(), y).blue();
     };
     EXPECT_GT(darknessBelow(3), 20);
     EXPECT_GT(darknessBelow(3), darknessBelow(20));
@@ -233,7 +201,7 @@ TEST_F(ScaledWindow, DISABLED_ShowsItsSpinnerAtItsScale) {
     QImage pixels;
     // It turns all the while: the display does not settle.
     EXPECT_TRUE(test::waitFor([&] {
-        pixels = test::screenPixels().copy(body()).copy(part);
+        pixels = test::screenPixels().copy(contentInPixels()).copy(part);
         return pixels.pixelColor(pixels.width() / 2, static_cast<int>(3 * scale())) != kWhite &&
                pixels.pixelColor(0, 0) == kWhite;
     }));

@@ -12,7 +12,6 @@
 
 #include <QApplication>
 #include <QFile>
-#include <QProcess>
 #include <QScreen>
 #include <QWindow>
 
@@ -93,6 +92,24 @@ Window& UserInterfaceTest::shownWindow() {
     return *window_;
 }
 
+QRect UserInterfaceTest::contentInPixels() {
+    const double scale = window().devicePixelRatioF();
+    const QPoint corner = window().pos() + window().contentView()->pos();
+    return {(QPointF(corner) * scale).toPoint(), (QSizeF(window().contentView()->size()) * scale).toSize()};
+}
+
+QWidget& UserInterfaceTest::showBackdrop() {
+    backdrop_ = std::make_unique<QWidget>();
+    backdrop_->setGeometry(QGuiApplication::primaryScreen()->geometry());
+    QPalette palette;
+    palette.setColor(QPalette::Window, test::kBackdrop);
+    backdrop_->setPalette(palette);
+    backdrop_->setWindowFlag(Qt::FramelessWindowHint);
+    backdrop_->show();
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(backdrop_.get()));
+    return *backdrop_;
+}
+
 QStringList UserInterfaceTest::openedAddresses(int count) {
     const auto opened = [] {
         return QString::fromUtf8(test::readFile(test::home() + u"/opened"_s)).split(u'\n', Qt::SkipEmptyParts);
@@ -103,6 +120,16 @@ QStringList UserInterfaceTest::openedAddresses(int count) {
 }
 
 namespace test {
+
+DisplayProgram::DisplayProgram(const QString& program) {
+    process_.start(program, QStringList());
+    EXPECT_TRUE(process_.waitForStarted());
+}
+
+DisplayProgram::~DisplayProgram() {
+    process_.terminate();
+    process_.waitForFinished();
+}
 
 QByteArray failuresOf(const QString& name, const std::map<QString, QString>& environment) {
     QProcessEnvironment whole = QProcessEnvironment::systemEnvironment();

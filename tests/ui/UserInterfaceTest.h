@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <QByteArray>
+#include <QColor>
 #include <QImage>
 #include <QPoint>
+#include <QProcess>
+#include <QRect>
 #include <QString>
 #include <QStringList>
 
@@ -29,6 +32,11 @@ protected:
     // The window on the screen, painted, with the keyboard.
     Window& shownWindow();
 
+    // The content view's rectangle on the display, in pixels.
+    QRect contentInPixels();
+    // A plain window of another colour below everything, in place of a desktop.
+    QWidget& showBackdrop();
+
     // What the user's default handler was asked to open, once there are `count` addresses.
     static QStringList openedAddresses(int count = 1);
     // The names of the notifications of the program's vocabulary that were posted since the fixture was made, each with
@@ -43,9 +51,24 @@ private:
     QStringList posted_;
     std::unique_ptr<Window> window_;
     std::unique_ptr<QNMainController> controller_;
+    std::unique_ptr<QWidget> backdrop_;
 };
 
 namespace test {
+
+const QColor kBackdrop(0, 128, 255);
+
+// A program of the X display, such as its compositor, for as long as the object lives.
+class DisplayProgram {
+public:
+    explicit DisplayProgram(const QString& program);
+    ~DisplayProgram();
+    DisplayProgram(const DisplayProgram&) = delete;
+    DisplayProgram& operator=(const DisplayProgram&) = delete;
+
+private:
+    QProcess process_;
+};
 
 // Runs a case of this program anew, in the same bundle, with these variables of its environment: another language or
 // scale. What it said when it failed.

@@ -16,55 +16,15 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// A compositor of the X display, for the length of a case.
-class Helper {
-public:
-    explicit Helper(const QString& program) {
-        process_.start(program, QStringList());
-        started_ = process_.waitForStarted();
-    }
-    ~Helper() {
-        process_.terminate();
-        process_.waitForFinished();
-    }
-    Helper(const Helper&) = delete;
-    Helper& operator=(const Helper&) = delete;
-    bool started() const { return started_; }
-
-private:
-    QProcess process_;
-    bool started_ = false;
-};
-
 class WindowTest : public UserInterfaceTest {
 protected:
-    // The content view's rectangle on the screen, in pixels.
-    QRect content() {
-        const double scale = window().devicePixelRatioF();
-        const QPoint corner = window().pos() + window().contentView()->pos();
-        return {(QPointF(corner) * scale).toPoint(), (QSizeF(window().contentView()->size()) * scale).toSize()};
-    }
     // The screen once it shows the window's white here, and nothing is being painted any more.
     static QImage screenWithWhiteAt(const QPoint& point) {
         EXPECT_TRUE(test::waitFor([&] { return test::screenPixels().pixelColor(point) == QColor(Qt::white); }));
         return test::settledScreen();
     }
     static QColor at(const QImage& screen, const QPoint& point) { return screen.pixelColor(point); }
-    // A plain window of another colour below everything, in place of a desktop.
-    void showBackdrop() {
-        backdrop_.setGeometry(QGuiApplication::primaryScreen()->geometry());
-        QPalette palette;
-        palette.setColor(QPalette::Window, QColor(0, 128, 255));
-        backdrop_.setPalette(palette);
-        backdrop_.setWindowFlag(Qt::FramelessWindowHint);
-        backdrop_.show();
-        EXPECT_TRUE(QTest::qWaitForWindowExposed(&backdrop_));
-    }
-
-    QWidget backdrop_;
 };
-
-const QColor kBackdrop(0, 128, 255);
 
 } // namespace
 
@@ -88,29 +48,29 @@ TEST_F(WindowTest, FollowsACompositorThatComesAndGoesAndStaysInItsPlace) {
     showBackdrop();
     Window& shown = shownWindow();
     ASSERT_FALSE(shown.showsShadow());
-    const QRect before = content();
+    const QRect before = contentInPixels();
     {
-        const Helper compositor(u"xcompmgr"_s);
+        const test::DisplayProgram compositor(u"xcompmgr"_s);
         EXPECT_TRUE(test::waitFor([&] { return shown.showsShadow(); }));
-        EXPECT_EQ(content(), before);
+        EXPECT_EQ(contentInPixels(), before);
     }
     EXPECT_TRUE(test::waitFor([&] { return !shown.showsShadow(); }));
-    EXPECT_EQ(content(), before);
+    EXPECT_EQ(contentInPixels(), before);
     const QImage screen = screenWithWhiteAt(QPoint(before.center().x(), before.top() + 1));
-    EXPECT_EQ(at(screen, before.topLeft()), kBackdrop);
+    EXPECT_EQ(at(screen, before.topLeft()), test::kBackdrop);
     EXPECT_EQ(at(screen, before.topLeft() + QPoint(8, 0)), QColor(Qt::white));
 }
 
 TEST_F(WindowTest, TakesNoClicksOnItsShadow) {
-    const Helper compositor(u"xcompmgr"_s);
-    showBackdrop();
+    const test::DisplayProgram compositor(u"xcompmgr"_s);
+    const QWidget& backdrop = showBackdrop();
     Window& shown = shownWindow();
     ASSERT_TRUE(test::waitFor([&] { return shown.showsShadow(); }));
     test::settledScreen();
-    const QRect body = content();
+    const QRect body = contentInPixels();
     QProcess::execute(u"xdotool"_s,
                       {u"mousemove"_s, QString::number(body.left() - 10), QString::number(body.top() + 50)});
-    EXPECT_TRUE(test::waitFor([&] { return backdrop_.underMouse(); }));
+    EXPECT_TRUE(test::waitFor([&] { return backdrop.underMouse(); }));
     QProcess::execute(u"xdotool"_s,
                       {u"mousemove"_s, QString::number(body.left() + 10), QString::number(body.top() + 50)});
     EXPECT_TRUE(test::waitFor([&] { return shown.underMouse(); }));
@@ -119,13 +79,13 @@ TEST_F(WindowTest, TakesNoClicksOnItsShadow) {
 TEST_F(WindowTest, IsMovedByItsBackgroundWithoutAWindowManager) {
     Window& shown = shownWindow();
     test::settledScreen();
-    const QPoint start = content().topLeft();
+    const QPoint start = contentInPixels().topLeft();
     const QPoint grip = start + QPoint(30, 20);
     const auto drag = [](const QStringList& steps) { EXPECT_EQ(QProcess::execute(u"xdotool"_s, steps), 0); };
     drag({u"mousemove"_s, QString::number(grip.x()), QString::number(grip.y()), u"mousedown"_s, u"1"_s});
     ASSERT_TRUE(test::waitFor([] { return QGuiApplication::mouseButtons() == Qt::LeftButton; }));
     drag({u"mousemove_relative"_s, u"--"_s, u"40"_s, u"-25"_s});
-    EXPECT_TRUE(test::waitFor([&] { return content().topLeft() == start + QPoint(40, -25); }));
+    EXPECT_TRUE(test::waitFor([&] { return contentInPixels().topLeft() == start + QPoint(40, -25); }));
     drag({u"mouseup"_s, u"1"_s});
     EXPECT_TRUE(test::waitFor([] { return QGuiApplication::mouseButtons() == Qt::NoButton; }));
     EXPECT_TRUE(shown.isVisible());
