@@ -13,7 +13,9 @@
 
 #include <filesystem>
 
+#include <sched.h>
 #include <signal.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -183,6 +185,15 @@ void InstallerRun::blockSignals() {
         ::sigfillset(&all);
         ::sigprocmask(SIG_BLOCK, &all, nullptr);
         ::signal(SIGCHLD, SIG_IGN);
+    });
+}
+
+void InstallerRun::emptyFile(const QString& path) {
+    process_.setChildProcessModifier([file = QFile::encodeName(path)] {
+        if (::unshare(CLONE_NEWNS) == 0 || ::unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0) {
+            ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+            ::mount("/dev/null", file.constData(), nullptr, MS_BIND, nullptr);
+        }
     });
 }
 

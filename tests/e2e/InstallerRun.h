@@ -54,6 +54,8 @@ public:
     // Before start(): the program finds its standard descriptors closed; the end's signals blocked, SIGCHLD ignored.
     void closeStandardStreams();
     void blockSignals();
+    // Before start(): the program finds a file of nothing at this place.
+    void emptyFile(const QString& path);
     // Ends the process and deletes the folder, so that a case can have another run.
     void discard();
     // Before start(): the program's opened files are written to folder() + "/opens".

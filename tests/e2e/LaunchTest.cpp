@@ -8,12 +8,21 @@
 
 #include <memory>
 
+#include <dlfcn.h>
+#include <link.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
 qsizetype lineCount(const InstallerRun& run) {
     return test::readFile(run.logPath()).count("\r\n");
+}
+
+QString libraryForRequests() {
+    link_map* place = nullptr;
+    void* const library = dlopen("libcurl.so.4", RTLD_LAZY);
+    return library && dlinfo(library, RTLD_DI_LINKMAP, &place) == 0 ? QString::fromLocal8Bit(place->l_name) : QString();
 }
 
 } // namespace
@@ -227,4 +236,18 @@ TEST(Launch, OpensTheLogTwiceForEachEntry) {
     // The first entry finds no file: a third open, and one that makes the file.
     EXPECT_EQ(creations, 1);
     EXPECT_EQ(opens, 2 * lineCount(run) + 2) << trace.toStdString();
+}
+
+TEST(Launch, ShowsTheErrorScreenAndSaysWhyWithoutTheLibraryForRequests) {
+    const QString library = libraryForRequests();
+    ASSERT_FALSE(library.isEmpty());
+    InstallerRun run;
+    run.emptyFile(library);
+    run.start();
+    ASSERT_TRUE(run.waitForMessage(u"Show generic error screen."_s));
+    EXPECT_TRUE(run.console().contains(u"Nothing can be requested: "_s + library + u": file too short\n"_s))
+        << run.console().toStdString();
+    run.askToEnd();
+    ASSERT_TRUE(run.waitForEnd());
+    EXPECT_EQ(run.exitStatus(), 0);
 }
