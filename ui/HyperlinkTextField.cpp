@@ -48,9 +48,12 @@ TextView HyperlinkTextField::textView() const {
 }
 
 std::optional<std::vector<HyperlinkInfo>> HyperlinkTextField::hyperlinkInfos() const {
+    const auto runs = linkRuns(text());
+    if (runs.empty())
+        return std::nullopt;
     std::vector<HyperlinkInfo> infos;
     const TextView view = textView();
-    for (const auto& [range, url] : linkRuns(text())) {
+    for (const auto& [range, url] : runs) {
         for (const QRectF& rect : view.rectsForRange(range))
             infos.push_back({range, url, rect});
     }
