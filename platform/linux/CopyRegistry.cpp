@@ -96,8 +96,8 @@ private:
     // Behind the newest entry that lives, so that the order of the entries is that of their making.
     void take(off_t entry) {
         const QByteArray record = QByteArray::number(::getpid()).leftJustified(kRecordSize, ' ');
-        const bool written = ::ftruncate(file_, entry * kRecordSize) == 0 &&
-                             ::pwrite(file_, record.constData(), kRecordSize, entry * kRecordSize) == kRecordSize;
+        const bool written = ::pwrite(file_, record.constData(), kRecordSize, entry * kRecordSize) == kRecordSize &&
+                             ::ftruncate(file_, (entry + 1) * kRecordSize) == 0;
         if (written && setLock(F_OFD_SETLK, entry + 1, F_WRLCK)) {
             own_ = entry;
         }

@@ -31,10 +31,13 @@ xcb_connection_t* connectionToX() {
 }
 
 xcb_atom_t compositorSelection(xcb_connection_t* connection) {
-    const std::string name = "_NET_WM_CM_S0";
-    const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-    const ReplyPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+    static const xcb_atom_t selection = [connection] {
+        const std::string name = "_NET_WM_CM_S0";
+        const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
+        const ReplyPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
+        return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+    }();
+    return selection;
 }
 
 // Sees each change of the compositor's selection.
