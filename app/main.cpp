@@ -13,6 +13,7 @@
 #include "platform/base/Termination.h"
 #include "platform/base/UncaughtException.h"
 #include "sysinfo/QNSystemInfo.h"
+#include "ui/Fonts.h"
 #include "ui/PrivatePlugins.h"
 #include "ui/Window.h"
 
@@ -79,8 +80,11 @@ int main(int argc, char** argv) {
     int toolkitArgc = 1;
     std::optional<PrivatePlugins> plugins(std::in_place, *windowSystem);
     Application application(toolkitArgc, argv);
+    loadFontsAhead();
     plugins.reset();
     QGuiApplication::setQuitOnLastWindowClosed(false);
     MainQueue::attachToMainThread();
-    return run(application);
+    const int status = run(application);
+    waitForFonts(); // which need the toolkit
+    return status;
 }

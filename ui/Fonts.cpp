@@ -1,9 +1,12 @@
 #include "ui/Fonts.h"
 
 #include <QGuiApplication>
+#include <QImage>
+#include <QPainter>
 
 #include <algorithm>
 #include <cmath>
+#include <future>
 #include <utility>
 
 namespace {
@@ -26,6 +29,19 @@ std::pair<QStringList, QFont::Weight> familiesAndWeight(const QString& name) {
             weight};
 }
 
+void paintLetter() {
+    constexpr int kSize = 16;
+    QImage picture(kSize, kSize, QImage::Format_ARGB32_Premultiplied);
+    QPainter painter(&picture);
+    painter.setFont(fontFor({QStringLiteral("Common Sans"), kSize}));
+    painter.drawText(QPoint(0, kSize), QStringLiteral("a"));
+}
+
+std::future<void>& loading() {
+    static auto* const loading = new std::future<void>; // never destroyed: the process ends without waiting for it
+    return *loading;
+}
+
 } // namespace
 
 QFont fontFor(const FontChoice& choice) {
@@ -43,4 +59,14 @@ QFont fontFor(const FontChoice& choice) {
 
 FontChoice defaultFont() {
     return {QGuiApplication::font().family(), kDefaultSize};
+}
+
+// Where no thread is to be had, the letter is painted by whoever waits.
+void loadFontsAhead() {
+    loading() = std::async(paintLetter);
+}
+
+void waitForFonts() {
+    if (loading().valid())
+        loading().wait();
 }

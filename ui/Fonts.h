@@ -13,8 +13,15 @@ struct FontChoice {
 
 // The font to paint with. "Common Sans" and "CommonSans-Light", "-Medium" and "-Bold" are one family in its weights,
 // for which the open font Inter stands in; scripts it lacks come from the Noto fonts. Any other name is the name of a
-// family. Where a family is missing, the system's sans-serif font takes its place. Main thread.
+// family. Where a family is missing, the system's sans-serif font takes its place. Any thread.
 QFont fontFor(const FontChoice& choice);
 
 // What a text without a font is painted with: the system's font at 12 points.
 FontChoice defaultFont();
+
+// Finds our fonts, and makes the table by which their edges are blended, on a thread of its own. Main thread, once the
+// toolkit runs. The table is not made for two threads: nothing is painted before waitForFonts().
+void loadFontsAhead();
+
+// Main thread. At once when none are being loaded.
+void waitForFonts();

@@ -2,6 +2,7 @@
 
 #include "platform/WindowSystem.h"
 #include "ui/FocusRing.h"
+#include "ui/Fonts.h"
 #include "ui/Shadow.h"
 #include "ui/View.h"
 
@@ -208,6 +209,7 @@ void Window::showEvent(QShowEvent*) {
 }
 
 void Window::paintEvent(QPaintEvent* event) {
+    waitForFonts();
     QPainter painter(this);
     if (opaque_ || !compositorRunning()) {
         // Clear would come out black: white shows through wherever the content leaves a gap.
