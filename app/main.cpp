@@ -6,6 +6,7 @@
 #include "platform/Display.h"
 #include "platform/EndSignals.h"
 #include "platform/RealPath.h"
+#include "platform/base/FirstFrame.h"
 #include "platform/base/Format.h"
 #include "platform/base/MainQueue.h"
 #include "platform/base/ProcessArguments.h"
@@ -74,6 +75,7 @@ int main(int argc, char** argv) {
     platform::installTerminateNet();
     platform::captureQtMessages();
     setProcessArguments(arguments);
+    platform::expectFirstFrame();
     platform::prepareFonts();
     QNSystemInfo::askToolsAhead();
     // The arguments are the program's own; the toolkit must not take any of them for its options.

@@ -1,6 +1,7 @@
 #include "ui/Window.h"
 
 #include "platform/WindowSystem.h"
+#include "platform/base/FirstFrame.h"
 #include "ui/FocusRing.h"
 #include "ui/Fonts.h"
 #include "ui/Shadow.h"
@@ -12,9 +13,11 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QTimer>
 #include <QWindow>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 
 namespace {
@@ -26,6 +29,16 @@ constexpr double kAboveCentre = 0.42;
 bool& compositorRunning() {
     static bool running = platform::compositorIsRunning();
     return running;
+}
+
+// Once painted, a frame is on its way; the display has still to show it.
+void tellOfFirstFrame() {
+    constexpr std::chrono::milliseconds kDisplayTime(5);
+    static const bool telling = [] {
+        QTimer::singleShot(kDisplayTime, platform::firstFrameShown);
+        return true;
+    }();
+    static_cast<void>(telling);
 }
 
 // A rectangle whose pixels in the corners lie with their middles within the radius: the outermost rows one by one, and
@@ -210,6 +223,7 @@ void Window::showEvent(QShowEvent*) {
 
 void Window::paintEvent(QPaintEvent* event) {
     waitForFonts();
+    tellOfFirstFrame();
     QPainter painter(this);
     if (opaque_ || !compositorRunning()) {
         // Clear would come out black: white shows through wherever the content leaves a gap.

@@ -1,6 +1,7 @@
 #include "platform/linux/CurlLibrary.h"
 
 #include "platform/Console.h"
+#include "platform/base/FirstFrame.h"
 #include "platform/base/Format.h"
 
 #include <QString>
@@ -17,7 +18,9 @@ bool find(void* library, const char* name, Function& function) {
     return function != nullptr;
 }
 
+// The loader's lock would keep the main thread from its first frame, and some thirty libraries take a while.
 std::optional<CurlLibrary> load() {
+    platform::waitForFirstFrame();
     void* const library = dlopen("libcurl.so.4", RTLD_NOW | RTLD_LOCAL);
     CurlLibrary curl;
     if (library && find(library, "curl_global_init", curl.globalInit) && find(library, "curl_easy_init", curl.init) &&

@@ -238,6 +238,20 @@ TEST(Launch, OpensTheLogTwiceForEachEntry) {
     EXPECT_EQ(opens, 2 * lineCount(run) + 2) << trace.toStdString();
 }
 
+TEST(Launch, LoadsTheLibraryForRequestsOnlyAfterItsFirstPicture) {
+    InstallerRun run;
+    run.expectConfiguration("{}");
+    run.traceOpens();
+    run.start();
+    ASSERT_TRUE(run.waitForMessage(u"Show generic error screen."_s));
+    run.askToEnd();
+    ASSERT_TRUE(run.waitForEnd());
+    const QByteArray trace = test::readFile(run.folder() + u"/opens"_s);
+    const qsizetype picture = trace.indexOf("/connecting_Spinner");
+    EXPECT_GE(picture, 0) << trace.toStdString();
+    EXPECT_GT(trace.indexOf("/libcurl.so.4"), picture) << trace.toStdString();
+}
+
 TEST(Launch, ShowsTheErrorScreenAndSaysWhyWithoutTheLibraryForRequests) {
     const QString library = libraryForRequests();
     ASSERT_FALSE(library.isEmpty());
