@@ -43,9 +43,10 @@ Run run(const QString& script) {
     return {pipe->fileHandleForReading()->readDataToEndOfFile(), task->terminationStatus()};
 }
 
-QString reasonOfLaunching(const std::optional<QString>& path) {
+QString reasonOfLaunching(const std::optional<QString>& path, const std::shared_ptr<Pipe>& output = nullptr) {
     Task task;
     task.setLaunchPath(path);
+    task.setStandardOutput(output);
     try {
         task.launch();
     } catch (const PlatformException& exception) {
@@ -314,5 +315,5 @@ TEST(Task, StartsAnotherToolThanTheOneThatWasStartedAhead) {
 
 TEST(Task, SaysOnlyAtItsLaunchThatAToolCannotBeStartedAhead) {
     Task::launchAhead(QStringLiteral("/no/such/tool"), {});
-    EXPECT_EQ(reasonOfLaunching(QStringLiteral("/no/such/tool")), QStringLiteral("launch path not accessible"));
+    EXPECT_EQ(reasonOfLaunching(QStringLiteral("/no/such/tool"), std::make_shared<Pipe>()), kNotAccessible);
 }
