@@ -20,7 +20,7 @@
 
 #include <QStringList>
 
-#include <optional>
+#include <cstdlib>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -78,15 +78,10 @@ int main(int argc, char** argv) {
     platform::expectFirstFrame();
     platform::prepareFonts();
     QNSystemInfo::askToolsAhead();
-    // The arguments are the program's own; the toolkit must not take any of them for its options.
-    int toolkitArgc = 1;
-    std::optional<PrivatePlugins> plugins(std::in_place, *windowSystem);
-    Application application(toolkitArgc, argv);
+    PrivatePlugins plugins(argv[0], *windowSystem);
+    Application application(plugins.argumentCount(), plugins.arguments());
     loadFontsAhead();
-    plugins.reset();
     QGuiApplication::setQuitOnLastWindowClosed(false);
     MainQueue::attachToMainThread();
-    const int status = run(application);
-    waitForFonts(); // which need the toolkit
-    return status;
+    std::_Exit(run(application)); // destroys nothing that another thread may still be using
 }
