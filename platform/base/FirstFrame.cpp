@@ -33,9 +33,9 @@ void firstFrameShown() {
     firstFrame().shown.notify_all();
 }
 
-void waitForFirstFrame() {
+bool waitForFirstFrame() {
     std::unique_lock lock(firstFrame().mutex);
-    firstFrame().shown.wait_for(lock, kLongestWait, [] { return !firstFrame().isExpected; });
+    return firstFrame().shown.wait_for(lock, kLongestWait, [] { return !firstFrame().isExpected; });
 }
 
 } // namespace platform

@@ -2,6 +2,7 @@
 
 #include "platform/Console.h"
 #include "platform/UrlSession.h"
+#include "platform/base/FirstFrame.h"
 #include "platform/base/Format.h"
 #include "platform/base/MainQueue.h"
 #include "platform/base/UncaughtException.h"
@@ -65,6 +66,7 @@ void terminate() {
         MainQueue::async([] { terminate(); });
         park();
     }
+    firstFrameShown(); // there will be none, and what is sent at the end must not wait for it
     Ending& own = ending();
     if (!std::exchange(own.requested, true) && own.willTerminate)
         runHandler(own.willTerminate);

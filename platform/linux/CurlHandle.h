@@ -14,8 +14,8 @@ struct CurlHandleFree {
 using CurlHandle = std::unique_ptr<CURL, CurlHandleFree>;
 using CurlList = std::unique_ptr<curl_slist, CurlHandleFree>;
 
-// Loads and prepares the library when it is first needed, which the program's start does not pay for. Any thread. Null
-// when there is no library or no memory.
+// Loads and prepares the library when it is first needed, which the program's start does not pay for. Any thread
+// but the main one. Null when there is no library or no memory.
 CurlHandle makeCurlHandle();
 
 // `value` has exactly the type that the option's manual page names: the library cannot know what it was given.

@@ -20,7 +20,7 @@ bool find(void* library, const char* name, Function& function) {
 
 // The loader's lock would keep the main thread from its first frame, and some thirty libraries take a while.
 std::optional<CurlLibrary> load() {
-    platform::waitForFirstFrame();
+    static_cast<void>(platform::waitForFirstFrame());
     void* const library = dlopen("libcurl.so.4", RTLD_NOW | RTLD_LOCAL);
     CurlLibrary curl;
     if (library && find(library, "curl_global_init", curl.globalInit) && find(library, "curl_easy_init", curl.init) &&

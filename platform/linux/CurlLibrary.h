@@ -2,8 +2,8 @@
 
 #include <curl/curl.h>
 
-// What is used of libcurl. It is loaded with the first request and not with the program: it brings thirty libraries
-// along, whose symbols would take a tenth of the time until the window shows. It stays loaded.
+// What is used of libcurl. It is loaded with the first request, once the window shows, and not with the program: it
+// brings thirty libraries along, whose symbols would take a tenth of the time until then. It stays loaded.
 struct CurlLibrary {
     decltype(&curl_global_init) globalInit = nullptr;
     decltype(&curl_easy_init) init = nullptr;
@@ -16,5 +16,6 @@ struct CurlLibrary {
     decltype(&curl_slist_free_all) freeList = nullptr;
 };
 
-// Any thread. Null when the system has no such library, or too old a one; the console then says so, once.
+// Any thread but the main one: the first call waits for the first frame. Null when the system has no such library, or
+// too old a one; the console then says so, once.
 const CurlLibrary* curlLibrary();

@@ -1,5 +1,6 @@
 #include "ui/Window.h"
 
+#include "platform/base/FirstFrame.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/ui/UserInterfaceTest.h"
 #include "ui/QNMainController.h"
@@ -11,6 +12,9 @@
 #include <QWindow>
 
 #include <QtTest/QTest>
+
+#include <chrono>
+#include <future>
 
 using namespace Qt::StringLiterals;
 
@@ -27,6 +31,14 @@ protected:
 };
 
 } // namespace
+
+TEST_F(WindowTest, TellsWhoWaitsForItsFirstFrame) {
+    platform::expectFirstFrame();
+    shownWindow();
+    std::future<bool> waiting = std::async(std::launch::async, platform::waitForFirstFrame);
+    EXPECT_TRUE(test::waitFor([&] { return waiting.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+    EXPECT_TRUE(waiting.get());
+}
 
 TEST_F(WindowTest, IsBorderlessAndCentredALittleAboveTheMiddle) {
     Window& shown = shownWindow();
