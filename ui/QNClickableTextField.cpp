@@ -13,7 +13,7 @@ void QNClickableTextField::onClick(const QByteArray& method, std::shared_ptr<QOb
 
 void QNClickableTextField::mousePressEvent(QMouseEvent* event) {
     event->accept();
-    if (!clickHandler_.isEmpty() && clickTarget_)
+    if (event->button() == Qt::LeftButton && !clickHandler_.isEmpty() && clickTarget_)
         QMetaObject::invokeMethod(clickTarget_.get(), clickHandler_.constData(), Qt::DirectConnection);
 }
 

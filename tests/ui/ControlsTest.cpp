@@ -154,6 +154,15 @@ TEST(QNClickableTextField, CallsTheMethodOfItsTargetWhenItIsPressed) {
     EXPECT_EQ(field.clickTarget(), receiver);
 }
 
+TEST(QNClickableTextField, CallsNobodyForAnotherButtonOfTheMouse) {
+    QNClickableTextField field;
+    const auto receiver = std::make_shared<Receiver>();
+    field.onClick("pressed", receiver);
+    QTest::mousePress(&field, Qt::RightButton);
+    QTest::mousePress(&field, Qt::MiddleButton);
+    EXPECT_EQ(receiver->count, 0);
+}
+
 TEST(QNClickableTextField, KeepsItsTargetAlive) {
     QNClickableTextField field;
     auto receiver = std::make_shared<Receiver>();
