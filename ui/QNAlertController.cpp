@@ -78,18 +78,18 @@ void QNAlertController::showWindow(QObject*, const QString& title, const QString
                                    const QString& yesNotification, const QString& noNotification) {
     yesNotification_ = yesNotification;
     noNotification_ = noNotification;
-    // These decide what kind of window the display makes, so they come before it is brought up.
+    // The level and the looks decide what kind of window the display makes, so they come before it is brought up.
     window_->setLevel(Window::kFloatingLevel);
     window_->setMovableByWindowBackground(true);
     window_->setBackgroundColor(kClear);
     window_->setOpaque(false);
     window_->setHasShadow(true);
-    window_->setCornerRadius(kWindowRadius);
-    title_->setText(title);
-    message_->setText(message);
     window_->setWindowTitle(title);
     window_->center();
     window_->makeKeyAndOrderFront();
+    window_->setCornerRadius(kWindowRadius);
+    title_->setText(title);
+    message_->setText(message);
 }
 
 void QNAlertController::close() {
