@@ -93,10 +93,14 @@ TEST(Launch, OfABundleWithoutSettingsEndsWithStatusOneAndOneConsoleLine) {
               "--- requests\n--- opened\n--- installer\n--- mounted at the end\n--- exit status\n1\n"_s);
 }
 
-TEST(Launch, WithABrokenMainInterfaceFileEndsInTheCrashHandlerAndSendsNothing) {
+class BrokenInterfaceFile : public testing::TestWithParam<const char*> {};
+
+TEST_P(BrokenInterfaceFile, EndsInTheCrashHandlerAndSendsNothing) {
     InstallerRun run;
     run.putSystemFile(u"/proc/net/route"_s, "");
-    test::writeFile(run.ownResources() + u"/Base.lproj/QNMainController.ui"_s, "<ui version=\"4.0\"></ui>");
+    const QString file = run.ownResources() + u"/Base.lproj/"_s + QString::fromLatin1(GetParam());
+    ASSERT_TRUE(QFile::exists(file));
+    test::writeFile(file, "<ui version=\"4.0\"></ui>");
     run.start();
     ASSERT_TRUE(run.waitForEnd());
     const QString account = run.account();
@@ -107,6 +111,11 @@ TEST(Launch, WithABrokenMainInterfaceFileEndsInTheCrashHandlerAndSendsNothing) {
     EXPECT_TRUE(account.contains(u"\"EVT\":\"End\""_s));
     EXPECT_TRUE(account.endsWith(u"--- exit status\n0\n"_s));
 }
+
+INSTANTIATE_TEST_SUITE_P(Launch, BrokenInterfaceFile, testing::Values("QNMainController.ui", "QNErrorController.ui"),
+                         [](const auto& instance) {
+                             return QString::fromLatin1(instance.param).chopped(3).toStdString();
+                         });
 
 class EndingSignal : public testing::TestWithParam<int> {};
 

@@ -14,10 +14,15 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QGlyphRun>
+#include <QImage>
+#include <QPainter>
 #include <QRawFont>
 #include <QTextBoundaryFinder>
 #include <QTextLayout>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -204,6 +209,53 @@ TEST(Fonts, BecomeFamilyAndWeightInPixels) {
         EXPECT_EQ(font.pixelSize(), 17);
     }
     EXPECT_EQ(fontFor({u"Other"_s, 12.0}).families().first(), u"Other"_s);
+}
+
+TEST(Fonts, ThatWereLoadedAheadPaintWhatTheyPaintOtherwise) {
+    const auto painted = [] {
+        QImage picture(120, 30, QImage::Format_RGB32);
+        picture.fill(Qt::white);
+        QPainter painter(&picture);
+        painter.setFont(fontFor({u"Common Sans"_s, 16.0}));
+        painter.drawText(QPoint(5, 22), u"Connecting"_s);
+        return picture;
+    };
+    loadFontsAhead();
+    waitForFonts();
+    const QImage ahead = painted();
+    EXPECT_TRUE(std::any_of(ahead.constBits(), ahead.constBits() + ahead.sizeInBytes(),
+                            [](uchar byte) { return byte < 0x80; }));
+    EXPECT_EQ(ahead, painted());
+    waitForFonts(); // again: at once
+}
+
+// Runs in a process of its own, on a system without the chosen fonts.
+TEST_F(LayoutTest, DISABLED_ShowsItsScreensInAnotherFont) {
+    QTextLayout layout(u"Installation"_s, fontFor({u"Common Sans"_s, 16.0}));
+    layout.beginLayout();
+    layout.createLine();
+    layout.endLayout();
+    const QRawFont font = layout.glyphRuns().value(0).rawFont();
+    EXPECT_EQ(font.familyName(), u"Noto Serif"_s);
+    EXPECT_TRUE(font.supportsCharacter(u'a'));
+    shownWindow();
+    controller().showGenericError();
+    EXPECT_GT(controller().errorController()->errorTitle()->height(), 30);
+}
+
+TEST(Fonts, AreTheSystemsWhereTheChosenOnesAreMissing) {
+    const QString folder = test::folder() + u"/fonts"_s;
+    ASSERT_TRUE(QDir().mkpath(folder));
+    const QString font = u"NotoSerif-Regular.ttf"_s;
+    ASSERT_TRUE(QFile::copy(u"/usr/share/fonts/truetype/noto/"_s + font, folder + u'/' + font));
+    const QString configuration = test::folder() + u"/fonts.conf"_s;
+    test::writeFile(configuration,
+                    "<?xml version=\"1.0\"?><!DOCTYPE fontconfig SYSTEM \"fonts.dtd\"><fontconfig><dir>" +
+                        folder.toUtf8() + "</dir><cachedir>" + test::folder().toUtf8() +
+                        "/cache</cachedir></fontconfig>");
+    EXPECT_EQ(test::failuresOf(u"LayoutTest.DISABLED_ShowsItsScreensInAnotherFont"_s,
+                               {{u"FONTCONFIG_FILE"_s, configuration}}),
+              "");
 }
 
 // Runs in a process of its own for each language and scale; see below.

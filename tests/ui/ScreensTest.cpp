@@ -106,6 +106,17 @@ TEST_F(ScreensTest, StartsWithItsFieldsSet) {
     EXPECT_EQ(c.view()->layer().borderWidth, 0.0);
 }
 
+TEST_F(ScreensTest, TakesItsBackgroundFromTheSettings) {
+    test::setSetting(u"BG_COLOR"_s, u"#FFE0C0"_s);
+    EXPECT_EQ(controller().view()->layer().backgroundColor->hexColor(), u"#FFE0C0"_s);
+    EXPECT_EQ(panel().view()->layer().backgroundColor->hexColor(), u"#FFE0C0"_s);
+}
+
+TEST_F(ScreensTest, HasNoBackgroundForAColourThatIsNone) {
+    test::setSetting(u"BG_COLOR"_s, u"#12345"_s);
+    EXPECT_FALSE(controller().view()->layer().backgroundColor);
+}
+
 TEST_F(ScreensTest, HasNoBackgroundWithoutItsSetting) {
     test::setSetting(u"BG_COLOR"_s, QVariant());
     EXPECT_FALSE(controller().view()->layer().backgroundColor);
