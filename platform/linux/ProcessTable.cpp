@@ -19,7 +19,17 @@ namespace {
 struct Found {
     std::uint64_t startTime;
     pid_t process;
+    pid_t parent;
 };
+
+// Counted as proc(5) does.
+std::optional<std::uint64_t> fieldOf(const QByteArray& stat, qsizetype number) {
+    constexpr qsizetype kFirst = 3; // the state, which follows the name
+    const QByteArrayList fields = stat.mid(stat.lastIndexOf(')') + 1).simplified().split(' ');
+    bool valid = false;
+    const quint64 value = fields.size() > number - kFirst ? fields[number - kFirst].toULongLong(&valid) : 0;
+    return valid ? std::optional<std::uint64_t>(value) : std::nullopt;
+}
 
 QString linkTarget(const QString& link) {
     std::array<char, PATH_MAX> buffer{};
@@ -52,12 +62,12 @@ bool hasIdentifier(const QString& bundlePath, const QString& identifier) {
 
 } // namespace
 
+std::optional<std::uint64_t> parentOf(const QByteArray& stat) {
+    return fieldOf(stat, 4);
+}
+
 std::optional<std::uint64_t> startTimeOf(const QByteArray& stat) {
-    constexpr qsizetype kStartTime = 22 - 3; // counted from the state, which follows the name
-    const QByteArrayList fields = stat.mid(stat.lastIndexOf(')') + 1).simplified().split(' ');
-    bool valid = false;
-    const quint64 time = fields.size() > kStartTime ? fields[kStartTime].toULongLong(&valid) : 0;
-    return valid ? std::optional<std::uint64_t>(time) : std::nullopt;
+    return fieldOf(stat, 22);
 }
 
 QByteArray firstArgumentOf(const QByteArray& commandLine) {
@@ -88,10 +98,11 @@ std::vector<pid_t> processesWithBundleIdentifier(const QString& identifier) {
             continue;
         }
         const auto bundle = bundleOfProcess(folder);
-        const auto stat = readFileAt(folder + QStringLiteral("/stat"));
-        const auto startTime = startTimeOf(stat.value_or(QByteArray()));
-        if (bundle && startTime && hasIdentifier(*bundle, identifier)) {
-            found.push_back({*startTime, process});
+        const QByteArray stat = readFileAt(folder + QStringLiteral("/stat")).value_or(QByteArray());
+        const auto parent = parentOf(stat);
+        const auto startTime = startTimeOf(stat);
+        if (bundle && parent && startTime && hasIdentifier(*bundle, identifier)) {
+            found.push_back({*startTime, process, static_cast<pid_t>(*parent)});
         }
     }
     std::sort(found.begin(), found.end(), [](const Found& one, const Found& other) {
@@ -100,7 +111,11 @@ std::vector<pid_t> processesWithBundleIdentifier(const QString& identifier) {
     std::vector<pid_t> processes;
     processes.reserve(found.size());
     for (const Found& entry : found) {
-        processes.push_back(entry.process);
+        const bool isChild = std::any_of(found.begin(), found.end(),
+                                         [&entry](const Found& other) { return other.process == entry.parent; });
+        if (!isChild) {
+            processes.push_back(entry.process);
+        }
     }
     return processes;
 }

@@ -12,12 +12,15 @@
 // Looking through /proc (proc(5)). Any thread.
 namespace platform {
 
-// The processes of this user whose program lies in Contents/MacOS of a bundle with that identifier, newest first.
+// The processes of this user whose program lies in Contents/MacOS of a bundle with that identifier, newest first. Not
+// those whose parent is one of them: a script's child looks like the script until it runs its own program.
 std::vector<pid_t> processesWithBundleIdentifier(const QString& identifier);
 
 // Pure parts of it.
 
-// The start time, field 22 of /proc/PID/stat; the name before it may hold blanks and parentheses.
+// The parent and the start time, fields 4 and 22 of /proc/PID/stat; the name before them may hold blanks and
+// parentheses.
+std::optional<std::uint64_t> parentOf(const QByteArray& stat);
 std::optional<std::uint64_t> startTimeOf(const QByteArray& stat);
 
 // What an interpreter runs: the first argument that is no option. Empty when there is none.

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+TEST(ProcessParent, IsReadBehindANameWithBlanksAndParentheses) {
+    EXPECT_EQ(platform::parentOf("7 (a) b (c) S 12 7 7 0 -1 4194560\n"), 12U);
+    EXPECT_EQ(platform::parentOf("7 (a) S"), std::nullopt);
+}
+
 TEST(ProcessStartTime, IsReadBehindANameWithBlanksAndParentheses) {
     EXPECT_EQ(platform::startTimeOf("7 (a) b (c) S 1 7 7 0 -1 4194560 1 2 3 4 5 6 7 8 20 0 1 0 98765 1 2\n"), 98765U);
 }

@@ -22,6 +22,20 @@ namespace {
 // Of this case alone: cases run side by side, and processes are looked for in the whole machine.
 const QString kIdentifier = QStringLiteral("com.example.copies.") + QFileInfo(test::folder()).fileName();
 
+const QString kScriptIdentifier = QStringLiteral("com.example.script.") + QFileInfo(test::folder()).fileName();
+
+// An application that is a script; its path.
+std::string putScript(const QByteArray& commands) {
+    const QString contents = test::folder() + QStringLiteral("/Script.app/Contents");
+    test::writeFile(contents + QStringLiteral("/Info.plist"),
+                    "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" + kScriptIdentifier.toUtf8() +
+                        "</string></dict></plist>");
+    const QString script = contents + QStringLiteral("/MacOS/Script");
+    test::writeFile(script, "#!/bin/sh\n" + commands);
+    QFile::setPermissions(script, QFile::ReadOwner | QFile::ExeOwner);
+    return script.toStdString();
+}
+
 std::string putProgram() {
     return putIntoBundle(COPY_PROGRAM, QStringLiteral("Copy"), kIdentifier);
 }
@@ -145,20 +159,21 @@ TEST(RunningApplications, OfAnotherIdentifierAreFoundByTheirExecutableNewestFirs
 }
 
 TEST(RunningApplications, AreFoundByTheScriptThatAnInterpreterRuns) {
-    const QString contents = test::folder() + QStringLiteral("/Script.app/Contents");
-    test::writeFile(contents + QStringLiteral("/Info.plist"),
-                    "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>com.example.script</string>"
-                    "</dict></plist>");
-    const QString script = contents + QStringLiteral("/MacOS/Script");
-    test::writeFile(script, "#!/bin/sh\necho ready\nread -r line\n");
-    QFile::setPermissions(script, QFile::ReadOwner | QFile::ExeOwner);
-    ChildProcess running({script.toStdString()});
+    ChildProcess running({putScript("echo ready\nread -r line\n")});
     seenBy(running);
-    const auto found = RunningApplication::withBundleIdentifier(QStringLiteral("com.example.script"));
+    const auto found = RunningApplication::withBundleIdentifier(kScriptIdentifier);
     ASSERT_EQ(found.size(), 1U);
     EXPECT_EQ(found[0].processIdentifier(), running.process());
     running.finish();
-    EXPECT_TRUE(RunningApplication::withBundleIdentifier(QStringLiteral("com.example.script")).empty());
+    EXPECT_TRUE(RunningApplication::withBundleIdentifier(kScriptIdentifier).empty());
+}
+
+TEST(RunningApplications, AreNotTheProcessesThatAnApplicationMadeOfItself) {
+    ChildProcess running({putScript("(echo ready; read -r line)\n:\n")});
+    seenBy(running);
+    const auto found = RunningApplication::withBundleIdentifier(kScriptIdentifier);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].processIdentifier(), running.process());
 }
 
 TEST(RunningApplications, OfAnUnknownIdentifierAreNone) {
