@@ -1,8 +1,14 @@
 #include "tests/support/PrivateBundle.h"
 
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
+
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -96,4 +102,14 @@ std::optional<int> runInPrivateBundle(int argc, char** argv) {
     std::error_code ignored; // a case may have left something mounted; its own failure tells
     fs::remove_all(folder, ignored);
     return status;
+}
+
+void runCasesAndEnd() {
+    const int status = RUN_ALL_TESTS();
+#ifdef __SANITIZE_ADDRESS__
+    __lsan_do_leak_check();
+#endif
+    std::fflush(stdout);
+    std::fflush(stderr);
+    std::_Exit(status);
 }

@@ -25,5 +25,5 @@ int main(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     setProcessArguments(QCoreApplication::arguments());
     MainQueue::attachToMainThread();
-    return RUN_ALL_TESTS();
+    runCasesAndEnd();
 }

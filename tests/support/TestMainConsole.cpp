@@ -14,5 +14,5 @@ int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     setProcessArguments(QCoreApplication::arguments());
     MainQueue::attachToMainThread();
-    return RUN_ALL_TESTS();
+    runCasesAndEnd();
 }
