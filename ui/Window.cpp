@@ -25,15 +25,16 @@ namespace {
 // Of the free height, the part above a centred window.
 constexpr double kAboveCentre = 0.42;
 
+// For the display to show a frame that it was handed.
+constexpr std::chrono::milliseconds kDisplayTime(5);
+
 // Asked once, then told of each change: the question goes to the display and back.
 bool& compositorRunning() {
     static bool running = platform::compositorIsRunning();
     return running;
 }
 
-// Once painted, a frame is on its way; the display has still to show it.
 void tellOfFirstFrame() {
-    constexpr std::chrono::milliseconds kDisplayTime(5);
     static const bool telling = [] {
         QTimer::singleShot(kDisplayTime, platform::firstFrameShown);
         return true;
