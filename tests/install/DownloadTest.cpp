@@ -26,18 +26,28 @@ QVariantMap failedDownload(const QString& url, const QString& reason) {
     return {{u"EVT"_s, u"Download"_s}, {u"RSLT"_s, u"FAIL"_s}, {u"URL"_s, url}, {u"RSN"_s, reason}};
 }
 
-// From here on this process gets no memory for another thread's stack.
-void takeAwayMemory() {
-    long pages = 0;
-    if (std::FILE* const statistics = std::fopen("/proc/self/statm", "re")) {
-        if (std::fscanf(statistics, "%ld", &pages) != 1)
-            pages = 0;
-        std::fclose(statistics);
+// While it lives, this process gets no memory for another thread's stack. The limit is soft: a leak checker needs some
+// at the end.
+class NoMoreMemory {
+public:
+    NoMoreMemory() {
+        long pages = 0;
+        if (std::FILE* const statistics = std::fopen("/proc/self/statm", "re")) {
+            if (std::fscanf(statistics, "%ld", &pages) != 1)
+                pages = 0;
+            std::fclose(statistics);
+        }
+        EXPECT_EQ(::getrlimit(RLIMIT_AS, &usual_), 0);
+        const rlimit limit{static_cast<rlim_t>(pages) * 4096 + 1024 * 1024, usual_.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_AS, &limit), 0);
     }
-    const rlim_t now = static_cast<rlim_t>(pages) * 4096 + 1024 * 1024;
-    const rlimit limit{now, now};
-    ASSERT_EQ(::setrlimit(RLIMIT_AS, &limit), 0);
-}
+    ~NoMoreMemory() { EXPECT_EQ(::setrlimit(RLIMIT_AS, &usual_), 0); }
+    NoMoreMemory(const NoMoreMemory&) = delete;
+    NoMoreMemory& operator=(const NoMoreMemory&) = delete;
+
+private:
+    rlimit usual_{};
+};
 
 } // namespace
 
@@ -116,8 +126,10 @@ TEST_F(Download, HandsTheFinishedFileOnBeforeItCompletes) {
 TEST_F(Download, ThatCannotBeStartedSendsItsEventBeforeTheScreen) {
     goOnline();
     controller().setViewHidden(true);
-    takeAwayMemory();
-    const QStringList console = test::consoleLinesOf([this] { controller().beginInstallation(); });
+    const QStringList console = test::consoleLinesOf([this] {
+        const NoMoreMemory limited;
+        controller().beginInstallation();
+    });
     const QStringList log = messages();
     ASSERT_EQ(log.size(), 4) << log.join(u'\n').toStdString();
     EXPECT_EQ(log[0], u"Download started: "_s + kUrl);
