@@ -98,10 +98,13 @@ std::vector<pid_t> processesWithBundleIdentifier(const QString& identifier) {
             continue;
         }
         const auto bundle = bundleOfProcess(folder);
+        if (!bundle || !hasIdentifier(*bundle, identifier)) {
+            continue;
+        }
         const QByteArray stat = readFileAt(folder + QStringLiteral("/stat")).value_or(QByteArray());
         const auto parent = parentOf(stat);
         const auto startTime = startTimeOf(stat);
-        if (bundle && parent && startTime && hasIdentifier(*bundle, identifier)) {
+        if (parent && startTime) {
             found.push_back({*startTime, process, static_cast<pid_t>(*parent)});
         }
     }
