@@ -64,6 +64,15 @@ StringsTable::Table tableOf(const QString& language) {
     return StringsTable::parse(test::readFile(path)).value_or(StringsTable::Table());
 }
 
+// The font that a text's first letters come from.
+QRawFont rawFontOf(const QString& text) {
+    QTextLayout layout(text, fontFor({u"Common Sans"_s, 16.0}));
+    layout.beginLayout();
+    layout.createLine();
+    layout.endLayout();
+    return layout.glyphRuns().value(0).rawFont();
+}
+
 // What a case of this program says when it fails in another language and at another scale.
 QByteArray failuresOf(const QString& name, const QByteArray& locale, const QByteArray& scale) {
     return test::failuresOf(name, {{u"LANG"_s, QString::fromLatin1(locale + ".UTF-8")},
@@ -183,13 +192,7 @@ TEST(Languages, HaveAGlyphForEveryCharacterInEveryWeight) {
 }
 
 TEST(Languages, AreWrittenInTheChosenFontsWhereTheseAreInstalled) {
-    const auto familyOf = [](const QString& text) {
-        QTextLayout layout(text, fontFor({u"Common Sans"_s, 16.0}));
-        layout.beginLayout();
-        layout.createLine();
-        layout.endLayout();
-        return layout.glyphRuns().value(0).rawFont().familyName();
-    };
+    const auto familyOf = [](const QString& text) { return rawFontOf(text).familyName(); };
     EXPECT_EQ(familyOf(u"Installation"_s), u"Inter"_s);
     EXPECT_EQ(familyOf(u"Установка"_s), u"Inter"_s);
     EXPECT_EQ(familyOf(u"Εγκατάσταση"_s), u"Inter"_s);
@@ -231,11 +234,7 @@ TEST(Fonts, ThatWereLoadedAheadPaintWhatTheyPaintOtherwise) {
 
 // Runs in a process of its own, on a system without the chosen fonts.
 TEST_F(LayoutTest, DISABLED_ShowsItsScreensInAnotherFont) {
-    QTextLayout layout(u"Installation"_s, fontFor({u"Common Sans"_s, 16.0}));
-    layout.beginLayout();
-    layout.createLine();
-    layout.endLayout();
-    const QRawFont font = layout.glyphRuns().value(0).rawFont();
+    const QRawFont font = rawFontOf(u"Installation"_s);
     EXPECT_EQ(font.familyName(), u"Noto Serif"_s);
     EXPECT_TRUE(font.supportsCharacter(u'a'));
     shownWindow();
