@@ -72,6 +72,7 @@ int main(int argc, char** argv) {
         return unusable("There is no display to show a window on, or no plugin for it in %@", bundle.path());
 
     platform::addOwnToolsToPath();
+    platform::keepToolkitFromStartingABus();
     platform::installTerminateNet();
     platform::captureQtMessages();
     setProcessArguments(arguments);

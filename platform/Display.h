@@ -17,4 +17,9 @@ std::optional<QByteArray> windowSystemPlugin(const QString& pluginsFolder);
 // Any thread. Does not tell when it is done: whoever needs fonts earlier waits for them as ever.
 void prepareFonts();
 
+// Keeps the toolkit, which looks for assistive technology on the session's bus, from starting a bus where there is
+// none: it would fork this process while its threads run, keep the first picture waiting, and leave a daemon behind.
+// Changes this process's environment, but not that of the programs it starts. Before any thread.
+void keepToolkitFromStartingABus();
+
 } // namespace platform

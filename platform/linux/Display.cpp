@@ -1,5 +1,7 @@
 #include "platform/Display.h"
 
+#include "platform/linux/SessionBus.h"
+
 #include <QDir>
 #include <QFile>
 
@@ -9,6 +11,7 @@
 #include <unistd.h>
 #include <xcb/xcb.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <system_error>
 #include <thread>
@@ -57,6 +60,11 @@ void prepareFonts() {
     } catch (const std::system_error&) {
         // Then the toolkit reads it, when it comes to that.
     }
+}
+
+void keepToolkitFromStartingABus() {
+    if (!sessionBusAddress())
+        ::setenv(kBusAddressVariable, kNoBusAddress, 1);
 }
 
 std::optional<QByteArray> windowSystemPlugin(const QString& pluginsFolder) {

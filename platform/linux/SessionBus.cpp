@@ -55,7 +55,10 @@ struct Progress {
 
 std::optional<QString> sessionBusAddress() {
     // Asking the library for its default could start a bus by itself.
-    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    const QString address = qEnvironmentVariable(kBusAddressVariable);
+    if (address == QLatin1String(kNoBusAddress)) {
+        return std::nullopt;
+    }
     if (!address.isEmpty()) {
         return address;
     }

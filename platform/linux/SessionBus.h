@@ -11,6 +11,11 @@
 // activation"). Any thread.
 namespace platform {
 
+constexpr const char* kBusAddressVariable = "DBUS_SESSION_BUS_ADDRESS";
+
+// An address of no known transport: what it is given to finds no bus, and starts none.
+constexpr const char* kNoBusAddress = "none:";
+
 // Where the bus of this session listens; absent when there is none. No bus is started.
 std::optional<QString> sessionBusAddress();
 

@@ -1,5 +1,7 @@
 #include "platform/linux/Spawn.h"
 
+#include "platform/linux/SessionBus.h"
+
 #include <QByteArray>
 #include <QFile>
 
@@ -9,6 +11,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <string>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -57,6 +60,18 @@ private:
     posix_spawnattr_t attributes_{};
 };
 
+// That the toolkit is to find no session bus is no matter of other programs.
+std::vector<char*> environmentForChild() {
+    const std::string ownOnly = std::string(kBusAddressVariable) + '=' + kNoBusAddress;
+    std::vector<char*> variables;
+    for (char** variable = environ; variable && *variable; ++variable) {
+        if (*variable != ownOnly)
+            variables.push_back(*variable);
+    }
+    variables.push_back(nullptr);
+    return variables;
+}
+
 } // namespace
 
 std::optional<pid_t> spawn(const SpawnRequest& request) {
@@ -77,9 +92,11 @@ std::optional<pid_t> spawn(const SpawnRequest& request) {
     }
     actions.closeAllBehindStandardError();
     const Attributes attributes(request.ownSession);
+    const std::vector<char*> environment = environmentForChild();
     pid_t child = -1;
     const auto start = request.searchPath ? &::posix_spawnp : &::posix_spawn;
-    const int error = start(&child, arguments[0], actions.get(), attributes.get(), arguments.data(), environ);
+    const int error =
+        start(&child, arguments[0], actions.get(), attributes.get(), arguments.data(), environment.data());
     if (error != 0) {
         errno = error;
         return std::nullopt;

@@ -10,4 +10,6 @@ std::optional<QByteArray> windowSystemPlugin(const QString&) {
 
 void prepareFonts() {} // the system's own service has read them
 
+void keepToolkitFromStartingABus() {} // there is none
+
 } // namespace platform

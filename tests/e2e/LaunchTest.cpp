@@ -25,6 +25,14 @@ QString libraryForRequests() {
     return library && dlinfo(library, RTLD_DI_LINKMAP, &place) == 0 ? QString::fromLocal8Bit(place->l_name) : QString();
 }
 
+// What the program finds on its PATH.
+void putProgram(const InstallerRun& run, const QString& name, const QByteArray& script) {
+    const QString path = run.folder() + u"/bin/"_s + name;
+    QFile::remove(path);
+    test::writeFile(path, "#!/bin/sh\n" + script);
+    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+}
+
 } // namespace
 
 TEST(Launch, OfASecondCopyEndsWithStatusZeroAndWritesNothing) {
@@ -273,4 +281,17 @@ TEST(Launch, ShowsTheErrorScreenAndSaysWhyWithoutTheLibraryForRequests) {
     run.askToEnd();
     ASSERT_TRUE(run.waitForEnd());
     EXPECT_EQ(run.exitStatus(), 0);
+}
+
+TEST(Launch, StartsNoSessionBusAndTellsItsProgramsOfNone) {
+    InstallerRun run;
+    putProgram(run, u"dbus-launch"_s, "touch \"$HOME/asked-for-a-bus\"\n");
+    putProgram(run, u"xdg-open"_s, "echo \"${DBUS_SESSION_BUS_ADDRESS-unset}\" >> \"$HOME/bus-address\"\n");
+    run.expectConfiguration(run.linkDocument("autoOpen"));
+    run.expectAnalytics();
+    run.start();
+    ASSERT_TRUE(run.waitForEnd());
+    EXPECT_EQ(run.exitStatus(), 0);
+    EXPECT_FALSE(QFile::exists(run.folder() + u"/home/asked-for-a-bus"_s));
+    EXPECT_EQ(test::readFile(run.folder() + u"/home/bus-address"_s), "unset\n");
 }

@@ -1,5 +1,6 @@
 #include "platform/AddressEvents.h"
 
+#include "platform/Display.h"
 #include "platform/base/MainQueue.h"
 #include "platform/linux/SessionBus.h"
 #include "tests/platform/ChildProcess.h"
@@ -151,10 +152,29 @@ TEST_F(AddressEvents, HoldNobodyUpWhenTheBusIsSilent) {
 }
 
 TEST_F(AddressEvents, AreFoundAtTheSocketOfTheRuntimeFolderWhenNoAddressIsSet) {
+    test::unsetEnvironment("DBUS_SESSION_BUS_ADDRESS");
     const QString socket = test::folder() + QStringLiteral("/runtime/bus");
     EXPECT_EQ(platform::sessionBusAddress(), std::nullopt);
     test::writeFile(socket, "");
     EXPECT_EQ(platform::sessionBusAddress(), QStringLiteral("unix:path=") + socket);
+}
+
+TEST(ToolkitsBus, IsNoneWithoutABusOfTheSession) {
+    test::unsetEnvironment("DBUS_SESSION_BUS_ADDRESS");
+    platform::keepToolkitFromStartingABus();
+    EXPECT_EQ(qgetenv("DBUS_SESSION_BUS_ADDRESS"), "none:");
+    EXPECT_EQ(platform::sessionBusAddress(), std::nullopt);
+    EXPECT_FALSE(QDBusConnection::sessionBus().isConnected());
+}
+
+TEST(ToolkitsBus, IsTheSessionsOwnWhereThereIsOne) {
+    test::setEnvironment("DBUS_SESSION_BUS_ADDRESS", "unix:path=/tmp/own-bus");
+    platform::keepToolkitFromStartingABus();
+    EXPECT_EQ(qgetenv("DBUS_SESSION_BUS_ADDRESS"), "unix:path=/tmp/own-bus");
+    test::unsetEnvironment("DBUS_SESSION_BUS_ADDRESS");
+    test::writeFile(test::folder() + QStringLiteral("/runtime/bus"), "");
+    platform::keepToolkitFromStartingABus();
+    EXPECT_FALSE(qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS")); // the toolkit finds the socket by itself
 }
 
 TEST_F(AddressEvents, ComeOneForEachAddressOfACall) {
