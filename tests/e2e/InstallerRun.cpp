@@ -334,16 +334,19 @@ QByteArray diskImage(const QString& volumeName, const QMap<QString, QByteArray>&
     return test::readFile(image);
 }
 
+// With an identifier of its own: the installer of a run beside this one is no second copy of it.
 QMap<QString, QByteArray> sampleInstaller(const QString& name, int status) {
     const QString contents = name + u".app/Contents/"_s;
-    return {{contents + u"Info.plist"_s,
-             "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>CFBundleIdentifier</key>"
-             "<string>com.example.setup</string><key>CFBundleExecutable</key>"
-             "<string>Setup</string></dict></plist>\n"},
-            {contents + u"MacOS/Setup"_s,
-             "#!/bin/sh\necho 'PROGRESS: 45/100'\nfor argument; do echo \"argument: $argument\"; done > "
-             "\"$HOME/installer-arguments\"\necho 'PROGRESS: 100/100'\nexit " +
-                 QByteArray::number(status) + "\n"}};
+    return {
+        {contents + u"Info.plist"_s, "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>CFBundleIdentifier</key>"
+                                     "<string>com.example.setup" +
+                                         QByteArray::number(::getpid()) +
+                                         "</string><key>CFBundleExecutable</key>"
+                                         "<string>Setup</string></dict></plist>\n"},
+        {contents + u"MacOS/Setup"_s,
+         "#!/bin/sh\necho 'PROGRESS: 45/100'\nfor argument; do echo \"argument: $argument\"; done > "
+         "\"$HOME/installer-arguments\"\necho 'PROGRESS: 100/100'\nexit " +
+             QByteArray::number(status) + "\n"}};
 }
 
 void expectAccount(const QString& account, const QString& name) {
