@@ -11,10 +11,16 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <climits>
+#include <thread>
 
 namespace platform {
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kLongestWaitForCommandLines(100);
 
 struct Found {
     std::uint64_t startTime;
@@ -42,13 +48,28 @@ bool belongsToThisUser(const QString& folder) {
     return ::stat(QFile::encodeName(folder).constData(), &status) == 0 && status.st_uid == ::getuid();
 }
 
+// A program has its executable, and whoever started it goes on, a moment before the kernel has its command line. Waits
+// for that; some programs never have one.
+QByteArray commandLineOf(const QString& folder, Clock::time_point deadline) {
+    for (;;) {
+        QByteArray line = readFileAt(folder + QStringLiteral("/cmdline")).value_or(QByteArray());
+        if (!line.isEmpty() || Clock::now() >= deadline) {
+            return line;
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(100));
+    }
+}
+
 // The executable's bundle, or for a script that of its first argument.
-std::optional<QString> bundleOfProcess(const QString& folder) {
-    if (auto bundle = bundleHolding(linkTarget(folder + QStringLiteral("/exe")))) {
+std::optional<QString> bundleOfProcess(const QString& folder, Clock::time_point deadline) {
+    const QString executable = linkTarget(folder + QStringLiteral("/exe"));
+    if (executable.isEmpty()) { // a thread of the kernel, or one that has ended
+        return std::nullopt;
+    }
+    if (auto bundle = bundleHolding(executable)) {
         return bundle;
     }
-    const auto commandLine = readFileAt(folder + QStringLiteral("/cmdline"));
-    QString script = QFile::decodeName(firstArgumentOf(commandLine.value_or(QByteArray())));
+    QString script = QFile::decodeName(firstArgumentOf(commandLineOf(folder, deadline)));
     if (!script.isEmpty() && !script.startsWith(u'/')) {
         script = QDir::cleanPath(linkTarget(folder + QStringLiteral("/cwd")) + u'/' + script);
     }
@@ -89,6 +110,7 @@ std::optional<QString> bundleHolding(const QString& executable) {
 
 std::vector<pid_t> processesWithBundleIdentifier(const QString& identifier) {
     std::vector<Found> found;
+    const auto deadline = Clock::now() + kLongestWaitForCommandLines;
     const QDir table(QStringLiteral("/proc"));
     for (const QString& name : table.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         bool isNumber = false;
@@ -97,7 +119,7 @@ std::vector<pid_t> processesWithBundleIdentifier(const QString& identifier) {
         if (!isNumber || !belongsToThisUser(folder)) {
             continue;
         }
-        const auto bundle = bundleOfProcess(folder);
+        const auto bundle = bundleOfProcess(folder, deadline);
         if (!bundle || !hasIdentifier(*bundle, identifier)) {
             continue;
         }

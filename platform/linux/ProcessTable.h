@@ -13,7 +13,8 @@
 namespace platform {
 
 // The processes of this user whose program lies in Contents/MacOS of a bundle with that identifier, newest first. Not
-// those whose parent is one of them: a script's child looks like the script until it runs its own program.
+// those whose parent is one of them: a script's child looks like the script until it runs its own program. Takes up to
+// a tenth of a second more while one of the user's processes has no command line.
 std::vector<pid_t> processesWithBundleIdentifier(const QString& identifier);
 
 // Pure parts of it.

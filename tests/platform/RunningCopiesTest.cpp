@@ -12,9 +12,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -50,6 +52,29 @@ std::vector<pid_t> seenBy(ChildProcess& copy) {
 }
 
 using Processes = std::vector<pid_t>;
+
+// Work for every core, so that what is started meanwhile comes on slowly.
+class BusyCores {
+public:
+    BusyCores() {
+        for (unsigned core = 0; core < std::thread::hardware_concurrency(); ++core)
+            threads_.emplace_back([this] {
+                while (!ended_) {
+                }
+            });
+    }
+    BusyCores(const BusyCores&) = delete;
+    BusyCores& operator=(const BusyCores&) = delete;
+    ~BusyCores() {
+        ended_ = true;
+        for (std::thread& thread : threads_)
+            thread.join();
+    }
+
+private:
+    std::atomic<bool> ended_ = false;
+    std::vector<std::thread> threads_;
+};
 
 } // namespace
 
@@ -174,6 +199,16 @@ TEST(RunningApplications, AreNotTheProcessesThatAnApplicationMadeOfItself) {
     const auto found = RunningApplication::withBundleIdentifier(kScriptIdentifier);
     ASSERT_EQ(found.size(), 1U);
     EXPECT_EQ(found[0].processIdentifier(), running.process());
+}
+
+// A program counts as started before the kernel has its command line.
+TEST(RunningApplications, AreFoundTheMomentTheyAreStarted) {
+    const std::string script = putScript("read -r line\n");
+    const BusyCores others; // so that the moment lasts
+    for (int start = 0; start < 300; ++start) {
+        const ChildProcess running({script});
+        ASSERT_EQ(RunningApplication::withBundleIdentifier(kScriptIdentifier).size(), 1U) << "start " << start;
+    }
 }
 
 TEST(RunningApplications, OfAnUnknownIdentifierAreNone) {
