@@ -79,7 +79,7 @@ protected:
     std::string make() const {
         makeXorrisoSource(base() + "/source");
         fs::remove(base() + "/source/a:colon"); // 7-Zip shows the slash that stands for it as an underscore
-        run("cd " + base() + " && " + std::get<1>(GetParam()) + " 2>&1");
+        runXorriso(base(), std::get<1>(GetParam()));
         return base() + "/out.iso";
     }
 };

@@ -56,7 +56,10 @@ protected:
             fs::create_directories(folder);
             fs::permissions(folder, fs::perms::all);
         }
+        fs::copy_file(HDIUTIL_PROGRAM, tool()); // where it was built may be closed to others than root
     }
+
+    std::string tool() const { return base() + "/hdiutil"; }
 
     void TearDown() override {
         if (isRoot()) {
@@ -64,7 +67,8 @@ protected:
         }
     }
 
-    // Runs a scenario with $H for the tool; the device node lies on the real disk, a tmpfs may be mounted nodev.
+    // Runs a scenario with $H for the tool; the device node lies on the real disk, a tmpfs may be mounted nodev. The
+    // leak checker's options name a file that lies where the tool was built.
     Outcome run(const std::string& scenario) const {
         const World& world = GetParam();
         const std::string device = base() + "/device";
@@ -73,7 +77,7 @@ protected:
         before += "chmod " + std::string(world.device == std::string("open") ? "666 " : "600 ") + device + "\n";
         before += "mount --bind " + device + " /dev/fuse\n";
         before += "exec " + std::string(world.wrapper) + "sh -c " +
-                  shellWord("set -e; H=" + shellWord(HDIUTIL_PROGRAM) + "; cd " + base() + "\n" + scenario);
+                  shellWord("set -e; unset LSAN_OPTIONS; H=" + tool() + "; cd " + base() + "\n" + scenario);
         return runProgram({"unshare", "-m", "--propagation", "slave", "sh", "-c", before});
     }
 };

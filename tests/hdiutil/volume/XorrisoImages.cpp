@@ -1,6 +1,7 @@
 #include "tests/hdiutil/volume/XorrisoImages.h"
 
 #include "hdiutil/image/ByteOrder.h"
+#include "tests/hdiutil/volume/VolumeTree.h"
 
 #include <gtest/gtest.h>
 
@@ -21,6 +22,11 @@ Bytes hfsPart(const std::string& path) {
         }
     ADD_FAILURE() << "no HFS+ in " << path;
     return {};
+}
+
+// It takes the names of files to be in the character set of the environment's language.
+void runXorriso(const std::string& folder, const std::string& command) {
+    run("cd " + folder + " && LC_ALL=C.UTF-8 " + command + " 2>&1");
 }
 
 void makeXorrisoSource(const std::string& folder) {

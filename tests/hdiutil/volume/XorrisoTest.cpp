@@ -15,7 +15,7 @@ class XorrisoImage : public testing::TestWithParam<const char*> {};
 TEST_P(XorrisoImage, HasTheTreeOfItsSource) {
     const TemporaryFolder folder;
     makeXorrisoSource(folder / "source");
-    run("cd " + folder / "" + " && " + GetParam() + " 2>&1");
+    runXorriso(folder / "", GetParam());
     const auto volumes = openVolumes(inMemory(hfsPart(folder / "out.iso")));
     ASSERT_EQ(volumes.size(), 1U);
     EXPECT_EQ(readTree(*volumes[0]), readFolder(folder / "source"));
@@ -26,7 +26,7 @@ TEST_P(XorrisoImage, HasTheTreeThat7ZipReads) {
     const TemporaryFolder folder;
     makeXorrisoSource(folder / "source");
     fs::remove(folder / "source/a:colon");
-    run("cd " + folder / "" + " && " + GetParam() + " 2>&1");
+    runXorriso(folder / "", GetParam());
     const Bytes volume = hfsPart(folder / "out.iso");
     writeFile(folder / "raw.hfs", volume);
     EXPECT_EQ(readTree(*openVolumes(inMemory(volume)).at(0)), readWith7z(folder / "raw.hfs", folder / "x"));
