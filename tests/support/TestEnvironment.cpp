@@ -13,9 +13,16 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <unistd.h>
+
+#include <deque>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace test {
 
@@ -53,6 +60,22 @@ void put(const QString& plainPath, const QByteArray& contents, QFileDevice::Perm
     writeFile(path, contents);
     QFile::setPermissions(path, permissions);
     setEnvironment("QN_SYSTEM_ROOT", systemRoot().toUtf8());
+}
+
+// A thread of some library may be reading while a case changes a variable, and the C library frees what it replaces.
+// The lists of before stay here as they were.
+void replaceVariable(const char* name, std::optional<QByteArray> entry) {
+    static auto* const entries = new std::deque<QByteArray>; // never destroyed: threads may outlive the statics
+    static auto* const lists = new std::deque<std::vector<char*>>;
+    const std::string beginning = std::string(name) + '=';
+    std::vector<char*> list;
+    for (char** variable = environ; *variable; ++variable)
+        if (!std::string_view(*variable).starts_with(beginning))
+            list.push_back(*variable);
+    if (entry)
+        list.push_back(entries->emplace_back(*std::move(entry)).data());
+    list.push_back(nullptr);
+    environ = lists->emplace_back(std::move(list)).data();
 }
 
 } // namespace
@@ -127,11 +150,11 @@ void putSystemTool(const QString& plainPath, const QByteArray& script) {
 }
 
 void setEnvironment(const char* name, const QByteArray& value) {
-    ::setenv(name, value.constData(), 1);
+    replaceVariable(name, name + ("=" + value));
 }
 
 void unsetEnvironment(const char* name) {
-    ::unsetenv(name);
+    replaceVariable(name, std::nullopt);
 }
 
 QByteArray readFile(const QString& path) {

@@ -31,6 +31,7 @@ QString ownResources();
 void putSystemFile(const QString& plainPath, const QByteArray& contents);
 void putSystemTool(const QString& plainPath, const QByteArray& script);
 
+// May be called while other threads read the environment. Not for two threads at once.
 void setEnvironment(const char* name, const QByteArray& value);
 void unsetEnvironment(const char* name);
 
