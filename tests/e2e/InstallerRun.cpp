@@ -40,11 +40,6 @@ void makeBundle(const QString& bundle) {
         linkBundleFolder(built, contents, folder);
 }
 
-void makeExecutable(const QString& path, const QByteArray& contents) {
-    test::writeFile(path, contents);
-    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-}
-
 QString text(const std::string& bytes) {
     return QString::fromStdString(bytes);
 }
@@ -58,7 +53,7 @@ InstallerRun::InstallerRun() : folder_(test::folder() + u"/run"_s) {
                               QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     }
     makeBundle(folder_ + u"/Product.app"_s);
-    makeExecutable(folder_ + u"/bin/xdg-open"_s, "#!/bin/sh\necho \"$1\" >> \"$HOME/opened\"\n");
+    putProgram(u"xdg-open"_s, "echo \"$1\" >> \"$HOME/opened\"\n");
     putSystemFile(u"/etc/os-release"_s, "VERSION_ID=\"12.5\"\n");
     putSystemFile(u"/proc/cpuinfo"_s, "processor\t: 0\nmodel name\t: Sample CPU @ 2.00GHz\n");
     putSystemFile(u"/sys/class/net/eth0/ifindex"_s, "2\n");
@@ -109,6 +104,12 @@ void InstallerRun::setInfo(const QString& key, const QVariant& value) {
 
 void InstallerRun::putSystemFile(const QString& plainPath, const QByteArray& contents) const {
     test::writeFile(folder_ + u"/system"_s + plainPath, contents);
+}
+
+void InstallerRun::putProgram(const QString& name, const QByteArray& commands) const {
+    const QString path = folder_ + u"/bin/"_s + name;
+    test::writeFile(path, "#!/bin/sh\n" + commands);
+    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
 }
 
 QString InstallerRun::address(const QString& path) const {

@@ -25,14 +25,6 @@ QString libraryForRequests() {
     return library && dlinfo(library, RTLD_DI_LINKMAP, &place) == 0 ? QString::fromLocal8Bit(place->l_name) : QString();
 }
 
-// What the program finds on its PATH.
-void putProgram(const InstallerRun& run, const QString& name, const QByteArray& script) {
-    const QString path = run.folder() + u"/bin/"_s + name;
-    QFile::remove(path);
-    test::writeFile(path, "#!/bin/sh\n" + script);
-    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-}
-
 } // namespace
 
 TEST(Launch, OfASecondCopyEndsWithStatusZeroAndWritesNothing) {
@@ -285,8 +277,8 @@ TEST(Launch, ShowsTheErrorScreenAndSaysWhyWithoutTheLibraryForRequests) {
 
 TEST(Launch, StartsNoSessionBusAndTellsItsProgramsOfNone) {
     InstallerRun run;
-    putProgram(run, u"dbus-launch"_s, "touch \"$HOME/asked-for-a-bus\"\n");
-    putProgram(run, u"xdg-open"_s, "echo \"${DBUS_SESSION_BUS_ADDRESS-unset}\" >> \"$HOME/bus-address\"\n");
+    run.putProgram(u"dbus-launch"_s, "touch \"$HOME/asked-for-a-bus\"\n");
+    run.putProgram(u"xdg-open"_s, "echo \"${DBUS_SESSION_BUS_ADDRESS-unset}\" >> \"$HOME/bus-address\"\n");
     run.expectConfiguration(run.linkDocument("autoOpen"));
     run.expectAnalytics();
     run.start();
