@@ -1,5 +1,10 @@
 #include <xcb/xcb.h>
 
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -14,11 +19,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 // From exec to the first painted frame: the time until the display's own pixel, in a place that both windows paint
 // white, is white. The bundle's program takes turns with a minimal one of the same window size. Told for both screens

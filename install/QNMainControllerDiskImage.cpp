@@ -1,5 +1,3 @@
-#include "ui/QNMainController.h"
-
 #include "config/QNConfig.h"
 #include "install/DownloadingStartDate.h"
 #include "install/MountOutput.h"
@@ -17,6 +15,7 @@
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "platform/base/PathText.h"
+#include "ui/QNMainController.h"
 #include "ui/View.h"
 
 using namespace Qt::StringLiterals;

@@ -1,5 +1,3 @@
-#include "ui/QNMainController.h"
-
 #include "config/QNConfig.h"
 #include "install/DownloadingStartDate.h"
 #include "install/QNPreinstallCheck.h"
@@ -9,6 +7,7 @@
 #include "platform/Console.h"
 #include "platform/UrlSession.h"
 #include "platform/base/Format.h"
+#include "ui/QNMainController.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,5 +1,3 @@
-#include "ui/QNMainController.h"
-
 #include "config/QNConfigProvider.h"
 #include "install/InstallerOutput.h"
 #include "install/QNUnmount.h"
@@ -11,6 +9,7 @@
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "platform/base/TextDecoding.h"
+#include "ui/QNMainController.h"
 
 using namespace Qt::StringLiterals;
 

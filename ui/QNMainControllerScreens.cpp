@@ -1,5 +1,3 @@
-#include "ui/QNMainController.h"
-
 #include "config/QNConfig.h"
 #include "logging/QNLogger.h"
 #include "platform/Bundle.h"
@@ -9,6 +7,7 @@
 #include "ui/QNAlertController.h"
 #include "ui/QNErrorController.h"
 #include "ui/QNErrorObject.h"
+#include "ui/QNMainController.h"
 #include "ui/QNSpinner.h"
 #include "ui/Styling.h"
 #include "ui/View.h"

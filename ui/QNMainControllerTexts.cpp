@@ -1,10 +1,9 @@
-#include "ui/QNMainController.h"
-
 #include "config/QNConfig.h"
 #include "config/QNConfigProvider.h"
 #include "platform/Bundle.h"
 #include "platform/base/Address.h"
 #include "platform/base/Format.h"
+#include "ui/QNMainController.h"
 #include "ui/Styling.h"
 
 #include <QGuiApplication>

@@ -1,5 +1,3 @@
-#include "ui/QNMainController.h"
-
 #include "platform/Bundle.h"
 #include "ui/HyperlinkTextField.h"
 #include "ui/ImageView.h"
@@ -8,6 +6,7 @@
 #include "ui/QNButton.h"
 #include "ui/QNClickableTextField.h"
 #include "ui/QNErrorController.h"
+#include "ui/QNMainController.h"
 #include "ui/QNSpinner.h"
 #include "ui/View.h"
 #include "ui/Window.h"

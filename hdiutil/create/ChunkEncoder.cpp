@@ -2,11 +2,12 @@
 
 #include "hdiutil/create/LzfseEncoder.h"
 
-#include <algorithm>
 #include <bzlib.h>
-#include <cstring>
 #include <libdeflate.h>
 #include <lzma.h>
+
+#include <algorithm>
+#include <cstring>
 #include <memory>
 #include <new>
 

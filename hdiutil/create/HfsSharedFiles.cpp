@@ -1,5 +1,4 @@
 #include "hdiutil/create/HfsCatalogWriter.h"
-
 #include "hdiutil/volume/HfsNames.h"
 
 #include <algorithm>

@@ -3,10 +3,11 @@
 #include "hdiutil/image/ByteOrder.h"
 #include "hdiutil/image/ImageError.h"
 
+#include <plist/plist.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
-#include <plist/plist.h>
 #include <string>
 
 namespace hdi {

@@ -2,14 +2,15 @@
 
 #include "hdiutil/front/FrontError.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <charconv>
 #include <fcntl.h>
-#include <filesystem>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <filesystem>
 
 namespace hdi {
 namespace {

@@ -7,15 +7,16 @@
 #include "hdiutil/front/Reaper.h"
 #include "hdiutil/front/UniqueFd.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <csignal>
-#include <exception>
 #include <fcntl.h>
 #include <linux/close_range.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <exception>
 
 namespace hdi {
 namespace {

@@ -7,13 +7,14 @@
 #include "hdiutil/front/MountPoints.h"
 #include "hdiutil/front/Reaper.h"
 
+#include <poll.h>
+#include <sys/syscall.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <filesystem>
-#include <poll.h>
-#include <sys/syscall.h>
 
 namespace hdi {
 namespace {

@@ -9,12 +9,13 @@
 #include "hdiutil/front/Reaper.h"
 #include "hdiutil/image/ImageError.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <sys/stat.h>
 #include <thread>
-#include <unistd.h>
 
 namespace hdi {
 namespace {

@@ -5,10 +5,11 @@
 #include "hdiutil/front/UniqueFd.h"
 #include "hdiutil/image/ImageError.h"
 
-#include <cerrno>
 #include <fcntl.h>
-#include <map>
 #include <sys/stat.h>
+
+#include <cerrno>
+#include <map>
 
 namespace hdi {
 namespace {

@@ -2,12 +2,13 @@
 
 #include "hdiutil/front/UniqueFd.h"
 
-#include <cerrno>
-#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
-#include <memory>
 #include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
 #include <vector>
 
 namespace hdi {

@@ -2,12 +2,13 @@
 
 #include "hdiutil/image/ImageError.h"
 
+#include <sys/statvfs.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <functional>
 #include <new>
-#include <sys/statvfs.h>
-#include <unistd.h>
 
 namespace hdi {
 namespace {

@@ -4,12 +4,14 @@
 
 #include "hdiutil/volume/Volume.h"
 
+#include <fuse_lowlevel.h>
+
+#include <sys/stat.h>
+
 #include <atomic>
 #include <cstddef>
-#include <fuse_lowlevel.h>
 #include <mutex>
 #include <string_view>
-#include <sys/stat.h>
 #include <unordered_set>
 #include <vector>
 

@@ -4,13 +4,14 @@
 #include "hdiutil/front/MountControl.h"
 #include "hdiutil/front/UniqueFd.h"
 
+#include <fcntl.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
-#include <fcntl.h>
-#include <sys/sysmacros.h>
-#include <unistd.h>
 #include <vector>
 
 namespace hdi {

@@ -7,16 +7,17 @@
 #include "hdiutil/front/Reaper.h"
 #include "hdiutil/front/UniqueFd.h"
 
+#include <fcntl.h>
+#include <malloc.h>
+#include <sys/resource.h>
+#include <syslog.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <fcntl.h>
-#include <malloc.h>
 #include <new>
-#include <sys/resource.h>
-#include <syslog.h>
 #include <thread>
-#include <unistd.h>
 
 namespace hdi {
 namespace {

@@ -2,13 +2,14 @@
 
 #include "hdiutil/front/MountTable.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
 #include <vector>
 
 namespace hdi {

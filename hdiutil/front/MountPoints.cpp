@@ -6,11 +6,12 @@
 #include "hdiutil/front/UniqueFd.h"
 #include "hdiutil/front/VolumeName.h"
 
-#include <cerrno>
 #include <fcntl.h>
-#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
 
 namespace hdi {
 namespace {

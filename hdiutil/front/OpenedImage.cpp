@@ -3,10 +3,11 @@
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/image/ImageError.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <optional>
-#include <sys/stat.h>
 
 namespace hdi {
 namespace {

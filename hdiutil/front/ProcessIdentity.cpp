@@ -1,9 +1,10 @@
 #include "hdiutil/front/ProcessIdentity.h"
 
-#include <algorithm>
-#include <charconv>
 #include <fcntl.h>
 #include <sys/syscall.h>
+
+#include <algorithm>
+#include <charconv>
 #include <vector>
 
 namespace hdi {

@@ -2,11 +2,12 @@
 
 #include "hdiutil/front/UniqueFd.h"
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <sys/types.h>
 
 namespace hdi {
 

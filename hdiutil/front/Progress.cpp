@@ -1,9 +1,10 @@
 #include "hdiutil/front/Progress.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <mutex>
-#include <unistd.h>
 
 namespace hdi {
 namespace {

@@ -1,8 +1,9 @@
 #include "hdiutil/front/PropertyListText.h"
 
+#include <plist/plist.h>
+
 #include <cstdlib>
 #include <memory>
-#include <plist/plist.h>
 #include <type_traits>
 
 namespace hdi {

@@ -9,8 +9,9 @@
 #include "hdiutil/image/ImageError.h"
 #include "hdiutil/partition/PartitionMap.h"
 
-#include <cerrno>
 #include <sys/stat.h>
+
+#include <cerrno>
 
 namespace hdi {
 namespace {

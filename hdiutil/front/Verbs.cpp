@@ -9,13 +9,14 @@
 #include "hdiutil/front/PropertyListText.h"
 #include "hdiutil/front/Reports.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <new>
 #include <string_view>
-#include <unistd.h>
 
 namespace hdi {
 namespace {

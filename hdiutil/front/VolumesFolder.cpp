@@ -2,10 +2,11 @@
 
 #include "hdiutil/front/FrontError.h"
 
-#include <cerrno>
-#include <cstdlib>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
 
 namespace hdi {
 namespace {

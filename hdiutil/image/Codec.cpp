@@ -6,6 +6,7 @@
 #include <bzlib.h>
 #include <libdeflate.h>
 #include <lzma.h>
+
 #include <memory>
 
 namespace hdi {

@@ -1,7 +1,8 @@
 #include "hdiutil/image/Crc32.h"
 
-#include <array>
 #include <libdeflate.h>
+
+#include <array>
 
 namespace hdi {
 

@@ -2,11 +2,12 @@
 
 #include "hdiutil/image/ImageError.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
 #include <utility>
 
 namespace hdi {

@@ -2,11 +2,12 @@
 
 #include "hdiutil/image/ImageError.h"
 
+#include <plist/plist.h>
+
 #include <charconv>
 #include <cstdlib>
 #include <memory>
 #include <optional>
-#include <plist/plist.h>
 #include <string_view>
 
 namespace hdi {

@@ -2,9 +2,10 @@
 
 #include "hdiutil/image/ImageError.h"
 
+#include <dlfcn.h>
+
 #include <array>
 #include <cstring>
-#include <dlfcn.h>
 #include <filesystem>
 #include <string>
 

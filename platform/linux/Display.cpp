@@ -6,10 +6,11 @@
 #include <QFile>
 
 #include <fontconfig/fontconfig.h>
+#include <xcb/xcb.h>
+
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
-#include <xcb/xcb.h>
 
 #include <cstdlib>
 #include <cstring>

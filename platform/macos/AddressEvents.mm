@@ -2,10 +2,10 @@
 
 #include "platform/base/UncaughtException.h"
 
-#include <utility>
-
 #import <CoreServices/CoreServices.h>
 #import <Foundation/Foundation.h>
+
+#include <utility>
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <QDateTime>
 #include <QVariantList>
 
-#include <utility>
-
 #import <Foundation/Foundation.h>
+
+#include <utility>
 
 namespace {
 

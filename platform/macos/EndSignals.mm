@@ -2,9 +2,9 @@
 
 #include "platform/base/Termination.h"
 
-#include <csignal>
-
 #import <Foundation/Foundation.h>
+
+#include <csignal>
 
 namespace platform {
 

@@ -1,8 +1,8 @@
 #include "platform/Machine.h"
 
-#include <mach-o/arch.h>
-
 #import <AppKit/AppKit.h>
+
+#include <mach-o/arch.h>
 
 namespace platform {
 

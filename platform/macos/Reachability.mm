@@ -1,8 +1,8 @@
 #include "platform/Reachability.h"
 
-#include <netinet/in.h>
-
 #import <SystemConfiguration/SystemConfiguration.h>
+
+#include <netinet/in.h>
 
 namespace platform {
 

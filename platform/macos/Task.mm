@@ -5,6 +5,8 @@
 #include "platform/base/NotificationNames.h"
 #include "platform/base/PlatformException.h"
 
+#import <Foundation/Foundation.h>
+
 #include <crt_externs.h>
 #include <fcntl.h>
 #include <spawn.h>
@@ -16,8 +18,6 @@
 #include <csignal>
 #include <utility>
 #include <vector>
-
-#import <Foundation/Foundation.h>
 
 namespace {
 

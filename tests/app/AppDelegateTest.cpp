@@ -1,5 +1,4 @@
 #include "app/AppDelegate.h"
-
 #include "app/exceptionHandler.h"
 #include "platform/Bundle.h"
 #include "platform/base/NotificationCenter.h"
@@ -12,10 +11,10 @@
 #include "ui/View.h"
 #include "ui/Window.h"
 
-#include <gtest/gtest.h>
-
 #include <QFile>
 #include <QRegularExpression>
+
+#include <gtest/gtest.h>
 
 #include <memory>
 #include <thread>

@@ -1,6 +1,5 @@
-#include "app/Application.h"
-
 #include "app/AppDelegate.h"
+#include "app/Application.h"
 #include "app/exceptionHandler.h"
 #include "platform/base/Termination.h"
 #include "platform/base/UncaughtException.h"
@@ -8,9 +7,9 @@
 #include "ui/QNMainController.h"
 #include "ui/Window.h"
 
-#include <gtest/gtest.h>
-
 #include <QEvent>
+
+#include <gtest/gtest.h>
 
 namespace {
 

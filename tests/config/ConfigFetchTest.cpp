@@ -1,6 +1,5 @@
-#include "tests/config/ConfigFetchFixture.h"
-
 #include "sysinfo/QNPortalProvider.h"
+#include "tests/config/ConfigFetchFixture.h"
 
 #include <QCoreApplication>
 

@@ -1,5 +1,4 @@
 #include "config/ConfigRequest.h"
-
 #include "config/QNConfig.h"
 #include "tests/support/QtPrinters.h"
 

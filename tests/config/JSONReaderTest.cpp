@@ -1,5 +1,4 @@
 #include "config/JSONReader.h"
-
 #include "tests/support/QtPrinters.h"
 
 #include <QStringEncoder>

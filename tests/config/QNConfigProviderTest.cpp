@@ -1,5 +1,4 @@
 #include "config/QNConfigProvider.h"
-
 #include "tests/support/QtPrinters.h"
 #include "tests/support/TestEnvironment.h"
 

@@ -1,6 +1,5 @@
-#include "config/QNConfig.h"
-
 #include "config/JSONReader.h"
+#include "config/QNConfig.h"
 #include "tests/support/QtPrinters.h"
 #include "tests/support/TestEnvironment.h"
 

@@ -1,11 +1,11 @@
 #include "tests/e2e/InstallerRun.h"
 #include "tests/support/TestEnvironment.h"
 
-#include <gtest/gtest.h>
-
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>

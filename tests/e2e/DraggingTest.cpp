@@ -3,11 +3,11 @@
 #include "tests/support/QtPrinters.h"
 #include "tests/support/TestEnvironment.h"
 
-#include <gtest/gtest.h>
-
 #include <QPoint>
 #include <QProcess>
 #include <QRegularExpression>
+
+#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <optional>

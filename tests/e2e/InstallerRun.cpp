@@ -3,20 +3,20 @@
 #include "platform/Folders.h"
 #include "tests/support/TestEnvironment.h"
 
-#include <gtest/gtest.h>
-
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 
-#include <filesystem>
+#include <gtest/gtest.h>
 
 #include <sched.h>
 #include <signal.h>
 #include <sys/mount.h>
 #include <unistd.h>
+
+#include <filesystem>
 
 using namespace Qt::StringLiterals;
 namespace fs = std::filesystem;

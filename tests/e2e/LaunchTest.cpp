@@ -1,15 +1,15 @@
 #include "tests/e2e/InstallerRun.h"
 #include "tests/support/TestEnvironment.h"
 
-#include <gtest/gtest.h>
-
 #include <QDir>
 #include <QFile>
 
-#include <memory>
+#include <gtest/gtest.h>
 
 #include <dlfcn.h>
 #include <link.h>
+
+#include <memory>
 
 using namespace Qt::StringLiterals;
 

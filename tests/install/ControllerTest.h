@@ -2,11 +2,11 @@
 
 #include "platform/UrlSession.h"
 
-#include <gtest/gtest.h>
-
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
+
+#include <gtest/gtest.h>
 
 #include <functional>
 #include <memory>

@@ -1,7 +1,6 @@
-#include "tests/install/DiskImageTest.h"
-
 #include "config/QNConfig.h"
 #include "install/DownloadingStartDate.h"
+#include "tests/install/DiskImageTest.h"
 #include "tests/support/TestEnvironment.h"
 #include "ui/QNMainController.h"
 

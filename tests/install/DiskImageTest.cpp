@@ -7,14 +7,14 @@
 
 #include <QRegularExpression>
 
+#include <sys/stat.h>
+
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
 #include <semaphore>
 #include <thread>
-
-#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 

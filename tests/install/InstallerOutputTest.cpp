@@ -1,5 +1,4 @@
 #include "install/InstallerOutput.h"
-
 #include "platform/base/PlatformException.h"
 
 #include <gtest/gtest.h>

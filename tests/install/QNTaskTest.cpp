@@ -1,16 +1,15 @@
 #include "install/QNTask.h"
-
 #include "tests/support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 #include <chrono>
 #include <csignal>
 #include <fstream>
 #include <semaphore>
 #include <thread>
-
-#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 

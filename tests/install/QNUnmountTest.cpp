@@ -1,5 +1,4 @@
 #include "install/QNUnmount.h"
-
 #include "platform/Folders.h"
 #include "tests/support/TestEnvironment.h"
 

@@ -1,5 +1,4 @@
 #include "logging/QNLogger.h"
-
 #include "platform/Task.h"
 #include "tests/support/QtPrinters.h"
 #include "tests/support/TestEnvironment.h"

@@ -1,5 +1,4 @@
 #include "logging/LogLine.h"
-
 #include "platform/base/PlatformException.h"
 #include "tests/support/QtPrinters.h"
 

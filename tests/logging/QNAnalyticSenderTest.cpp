@@ -1,5 +1,4 @@
 #include "logging/QNAnalyticSender.h"
-
 #include "platform/base/MainQueue.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"

@@ -1,5 +1,4 @@
 #include "platform/AddressEvents.h"
-
 #include "platform/Display.h"
 #include "platform/base/MainQueue.h"
 #include "platform/linux/SessionBus.h"
@@ -14,6 +13,7 @@
 #include <QFile>
 
 #include <gtest/gtest.h>
+
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>

@@ -1,5 +1,4 @@
 #include "platform/Bundle.h"
-
 #include "tests/support/TestEnvironment.h"
 
 #include <QDir>

@@ -1,7 +1,8 @@
 #include "tests/platform/ChildProcess.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
+
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>

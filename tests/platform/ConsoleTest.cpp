@@ -1,11 +1,11 @@
 #include "platform/Console.h"
-
 #include "tests/support/TestEnvironment.h"
 
 #include <QRegularExpression>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
+
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>

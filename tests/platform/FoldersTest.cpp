@@ -1,5 +1,4 @@
 #include "platform/Folders.h"
-
 #include "tests/support/TestEnvironment.h"
 
 #include <QDir>
@@ -7,6 +6,7 @@
 #include <QFileInfo>
 
 #include <gtest/gtest.h>
+
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,9 +1,9 @@
 #include "platform/Machine.h"
-
 #include "platform/linux/MachineFacts.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
+
 #include <sys/utsname.h>
 
 namespace {

@@ -1,8 +1,8 @@
 #include "platform/Reachability.h"
-
 #include "tests/support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
+
 #include <sched.h>
 
 #include <cstdlib>

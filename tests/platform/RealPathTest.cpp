@@ -1,12 +1,12 @@
-#include "platform/RealPath.h"
-
 #include "platform/Bundle.h"
+#include "platform/RealPath.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <QDir>
 #include <QFile>
 
 #include <gtest/gtest.h>
+
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -1,6 +1,5 @@
-#include "platform/RunningApplications.h"
-
 #include "platform/Bundle.h"
+#include "platform/RunningApplications.h"
 #include "tests/platform/ChildProcess.h"
 #include "tests/platform/ProgramBundle.h"
 #include "tests/support/TestEnvironment.h"
@@ -9,6 +8,7 @@
 #include <QFileInfo>
 
 #include <gtest/gtest.h>
+
 #include <sys/stat.h>
 #include <unistd.h>
 

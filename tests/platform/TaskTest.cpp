@@ -1,5 +1,4 @@
 #include "platform/Task.h"
-
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "platform/base/PlatformException.h"
@@ -9,8 +8,9 @@
 #include <QFile>
 #include <QTimer>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
+
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
-#include "platform/base/Termination.h"
 #include "platform/EndSignals.h"
 #include "platform/base/MainQueue.h"
+#include "platform/base/Termination.h"
 #include "platform/base/UncaughtException.h"
 #include "tests/support/TestEnvironment.h"
 
@@ -8,6 +8,7 @@
 #include <QTimer>
 
 #include <gtest/gtest.h>
+
 #include <unistd.h>
 
 #include <atomic>

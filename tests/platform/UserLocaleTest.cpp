@@ -1,5 +1,4 @@
 #include "platform/UserLocale.h"
-
 #include "tests/support/TestEnvironment.h"
 
 #include <gtest/gtest.h>

@@ -1,13 +1,13 @@
-#include "platform/Volumes.h"
-
 #include "platform/RealPath.h"
+#include "platform/Volumes.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <QDir>
 #include <QFile>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
+
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <array>

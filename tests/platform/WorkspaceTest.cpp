@@ -1,11 +1,11 @@
 #include "platform/Workspace.h"
-
 #include "tests/support/TestEnvironment.h"
 
 #include <QDir>
 #include <QFile>
 
 #include <gtest/gtest.h>
+
 #include <sys/wait.h>
 
 #include <cerrno>

@@ -2,13 +2,13 @@
 
 #include "tests/support/TestEnvironment.h"
 
-#include <gtest/gtest.h>
-
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <QProcessEnvironment>
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 

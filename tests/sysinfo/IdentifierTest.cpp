@@ -1,6 +1,5 @@
-#include "sysinfo/Identifier.h"
-
 #include "platform/base/PlatformException.h"
+#include "sysinfo/Identifier.h"
 #include "sysinfo/QNPortalProvider.h"
 #include "tests/support/QtPrinters.h"
 #include "tests/support/TestEnvironment.h"

@@ -1,6 +1,5 @@
-#include "sysinfo/ProbeGuard.h"
-
 #include "platform/base/PlatformException.h"
+#include "sysinfo/ProbeGuard.h"
 #include "tests/support/QtPrinters.h"
 #include "tests/support/TestEnvironment.h"
 

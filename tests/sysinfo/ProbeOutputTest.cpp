@@ -1,5 +1,4 @@
 #include "sysinfo/ProbeOutput.h"
-
 #include "tests/support/QtPrinters.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
-#include "sysinfo/QNPortalProvider.h"
-
 #include "logging/QNLogger.h"
+#include "sysinfo/QNPortalProvider.h"
 #include "tests/support/QtPrinters.h"
 #include "tests/support/TestEnvironment.h"
 

@@ -1,5 +1,4 @@
 #include "sysinfo/QNSystemInfo.h"
-
 #include "tests/support/QtPrinters.h"
 #include "tests/support/TestEnvironment.h"
 

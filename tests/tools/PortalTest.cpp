@@ -1,8 +1,7 @@
 #include "tools/portal/Content.h"
 
-#include <httplib.h>
-
 #include <gmock/gmock.h>
+#include <httplib.h>
 #include <nlohmann/json.hpp>
 
 #include <fcntl.h>

@@ -2,6 +2,7 @@
 #include "tools/standins/Processor.h"
 
 #include <gtest/gtest.h>
+
 #include <sys/utsname.h>
 #include <sys/wait.h>
 

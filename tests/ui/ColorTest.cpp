@@ -1,6 +1,5 @@
-#include "ui/Color.h"
-
 #include "tests/support/QtPrinters.h"
+#include "ui/Color.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,6 @@
-#include "ui/HyperlinkTextField.h"
-
 #include "tests/support/TestEnvironment.h"
 #include "tests/ui/UserInterfaceTest.h"
+#include "ui/HyperlinkTextField.h"
 
 #include <QtTest/QTest>
 

@@ -1,9 +1,8 @@
-#include "ui/InterfaceFile.h"
-
 #include "platform/base/PlatformException.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/ui/UserInterfaceTest.h"
 #include "ui/Button.h"
+#include "ui/InterfaceFile.h"
 #include "ui/QNAlertController.h"
 #include "ui/QNErrorController.h"
 #include "ui/QNMainController.h"

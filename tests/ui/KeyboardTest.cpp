@@ -10,7 +10,6 @@
 
 #include <QApplication>
 #include <QWindow>
-
 #include <QtTest/QTest>
 
 using namespace Qt::StringLiterals;

@@ -1,11 +1,11 @@
 #include "tests/support/TestEnvironment.h"
 
-#include <gtest/gtest.h>
-
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+
+#include <gtest/gtest.h>
 
 #include <csignal>
 

@@ -1,10 +1,9 @@
-#include "ui/QNAlertController.h"
-
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/ui/UserInterfaceTest.h"
 #include "ui/Button.h"
+#include "ui/QNAlertController.h"
 #include "ui/QNMainController.h"
 #include "ui/TextField.h"
 #include "ui/View.h"
@@ -12,7 +11,6 @@
 
 #include <QPointer>
 #include <QScreen>
-
 #include <QtTest/QTest>
 
 using namespace Qt::StringLiterals;

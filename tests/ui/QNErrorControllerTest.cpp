@@ -1,10 +1,9 @@
-#include "ui/QNErrorController.h"
-
 #include "tests/support/TestEnvironment.h"
 #include "tests/ui/UserInterfaceTest.h"
 #include "ui/Button.h"
 #include "ui/HyperlinkTextField.h"
 #include "ui/ImageView.h"
+#include "ui/QNErrorController.h"
 #include "ui/QNErrorObject.h"
 #include "ui/View.h"
 

@@ -1,11 +1,9 @@
-#include "ui/QNSpinner.h"
-
 #include "tests/support/TestEnvironment.h"
 #include "tests/ui/UserInterfaceTest.h"
 #include "ui/ImageView.h"
+#include "ui/QNSpinner.h"
 
 #include <QElapsedTimer>
-
 #include <QtTest/QTest>
 
 #include <numbers>

@@ -17,7 +17,6 @@
 #include <QPainter>
 #include <QProcess>
 #include <QScreen>
-
 #include <QtTest/QTest>
 
 #include <array>

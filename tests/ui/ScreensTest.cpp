@@ -15,7 +15,6 @@
 
 #include <QScreen>
 #include <QWindow>
-
 #include <QtTest/QTest>
 
 using namespace Qt::StringLiterals;

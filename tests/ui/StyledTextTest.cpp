@@ -1,6 +1,5 @@
-#include "ui/StyledText.h"
-
 #include "platform/base/PlatformException.h"
+#include "ui/StyledText.h"
 
 #include <gtest/gtest.h>
 

@@ -14,7 +14,6 @@
 #include <QFile>
 #include <QScreen>
 #include <QWindow>
-
 #include <QtTest/QTest>
 
 #include <cstdio>

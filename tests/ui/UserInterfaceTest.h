@@ -1,7 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <QByteArray>
 #include <QColor>
 #include <QImage>
@@ -10,6 +8,8 @@
 #include <QRect>
 #include <QString>
 #include <QStringList>
+
+#include <gtest/gtest.h>
 
 #include <functional>
 #include <map>

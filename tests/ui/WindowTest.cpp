@@ -1,16 +1,14 @@
-#include "ui/Window.h"
-
 #include "platform/base/FirstFrame.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/ui/UserInterfaceTest.h"
 #include "ui/QNMainController.h"
 #include "ui/View.h"
+#include "ui/Window.h"
 
 #include <QGuiApplication>
 #include <QProcess>
 #include <QScreen>
 #include <QWindow>
-
 #include <QtTest/QTest>
 
 #include <chrono>

@@ -1,5 +1,4 @@
 #include "hdiutil/create/DiskLayout.h"
-
 #include "tests/hdiutil/image/TestBytes.h"
 
 #include <gmock/gmock.h>

@@ -1,9 +1,9 @@
 #include "hdiutil/create/HfsVolumeWriter.h"
-
 #include "tests/hdiutil/create/HfsCheck.h"
 #include "tests/hdiutil/volume/VolumeTree.h"
 
 #include <gmock/gmock.h>
+
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>

@@ -1,5 +1,4 @@
 #include "hdiutil/create/HfsVolumeWriter.h"
-
 #include "tests/hdiutil/image/TestBytes.h"
 
 #include <gtest/gtest.h>

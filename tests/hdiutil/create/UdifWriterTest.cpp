@@ -1,6 +1,5 @@
-#include "hdiutil/create/UdifWriter.h"
-
 #include "hdiutil/create/DiskLayout.h"
+#include "hdiutil/create/UdifWriter.h"
 #include "hdiutil/image/DiskImage.h"
 #include "hdiutil/partition/PartitionMap.h"
 #include "tests/hdiutil/image/Tools.h"

@@ -3,9 +3,10 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <fstream>
-#include <sys/stat.h>
 
 namespace hdi::test {
 namespace {

@@ -3,11 +3,12 @@
 
 #include <gmock/gmock.h>
 
-#include <cerrno>
 #include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
-#include <unistd.h>
 
 namespace hdi::test {
 namespace {

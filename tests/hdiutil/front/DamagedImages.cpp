@@ -1,10 +1,11 @@
 #include "tests/hdiutil/front/DamageRun.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <string>
-#include <unistd.h>
 
 // The whole run behind the table in docs/reliability.md: damaged_images SEEDS IMAGE…
 namespace {

@@ -1,16 +1,16 @@
-#include "tests/hdiutil/front/FrontWorld.h"
-
 #include "hdiutil/front/AttachRecord.h"
 #include "hdiutil/front/MountControl.h"
+#include "tests/hdiutil/front/FrontWorld.h"
 
 #include <gmock/gmock.h>
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace hdi::test {
 namespace {

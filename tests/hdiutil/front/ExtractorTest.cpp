@@ -1,16 +1,17 @@
-#include "hdiutil/front/Extractor.h"
 #include "hdiutil/front/BusyProcesses.h"
+#include "hdiutil/front/Extractor.h"
 #include "hdiutil/front/FileTree.h"
 #include "hdiutil/front/FrontError.h"
 #include "tests/hdiutil/front/MemoryVolume.h"
 
 #include <gmock/gmock.h>
 
+#include <sys/resource.h>
+#include <sys/stat.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sys/resource.h>
-#include <sys/stat.h>
 
 namespace hdi::test {
 namespace {

@@ -2,11 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/types.h>
+
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 namespace hdi::test {

@@ -1,13 +1,13 @@
+#include "hdiutil/front/MountControl.h"
 #include "tests/hdiutil/front/FrontWorld.h"
 
-#include "hdiutil/front/MountControl.h"
-
 #include <gmock/gmock.h>
+
+#include <sys/stat.h>
 
 #include <csignal>
 #include <filesystem>
 #include <memory>
-#include <sys/stat.h>
 
 // What is left when something dies in the middle: nothing.
 namespace hdi::test {

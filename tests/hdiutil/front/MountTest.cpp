@@ -3,11 +3,12 @@
 
 #include <gmock/gmock.h>
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 #include <set>
 #include <thread>
-#include <unistd.h>
 
 namespace hdi::test {
 namespace {

@@ -1,8 +1,7 @@
+#include "hdiutil/image/ByteOrder.h"
 #include "tests/hdiutil/front/FrontWorld.h"
 #include "tests/hdiutil/image/TestBytes.h"
 #include "tests/hdiutil/volume/HfsBuilder.h"
-
-#include "hdiutil/image/ByteOrder.h"
 
 #include <gmock/gmock.h>
 

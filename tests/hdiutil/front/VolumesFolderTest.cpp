@@ -1,12 +1,13 @@
-#include "hdiutil/front/VolumesFolder.h"
 #include "hdiutil/front/FrontError.h"
+#include "hdiutil/front/VolumesFolder.h"
 #include "tests/hdiutil/front/FrontWorld.h"
 
 #include <gmock/gmock.h>
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
-#include <unistd.h>
 
 namespace hdi::test {
 namespace {

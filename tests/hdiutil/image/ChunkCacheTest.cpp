@@ -1,10 +1,10 @@
 #include "hdiutil/image/ChunkCache.h"
-
 #include "tests/hdiutil/image/TestBytes.h"
+
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
-#include <gtest/gtest.h>
 #include <map>
 #include <set>
 

@@ -1,5 +1,4 @@
 #include "hdiutil/image/Crc32.h"
-
 #include "tests/hdiutil/image/TestBytes.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
-#include "hdiutil/image/DiskImage.h"
-
 #include "hdiutil/create/ChunkEncoder.h"
+#include "hdiutil/image/DiskImage.h"
 #include "hdiutil/partition/PartitionMap.h"
 #include "tests/hdiutil/image/TestImage.h"
 

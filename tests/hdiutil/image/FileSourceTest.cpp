@@ -1,8 +1,8 @@
 #include "hdiutil/image/FileSource.h"
-
 #include "tests/hdiutil/image/TestBytes.h"
 
 #include <gtest/gtest.h>
+
 #include <sys/stat.h>
 
 namespace hdi::test {

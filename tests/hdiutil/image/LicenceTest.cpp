@@ -1,5 +1,4 @@
 #include "hdiutil/image/Licence.h"
-
 #include "hdiutil/image/MacRoman.h"
 #include "tests/hdiutil/image/TestBytes.h"
 

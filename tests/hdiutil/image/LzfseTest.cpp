@@ -1,6 +1,6 @@
-#include "hdiutil/image/Lzfse.h"
 #include "hdiutil/create/LzfseEncoder.h"
 #include "hdiutil/image/ByteOrder.h"
+#include "hdiutil/image/Lzfse.h"
 #include "hdiutil/image/LzfseHeader.h"
 #include "tests/hdiutil/image/TestBytes.h"
 

@@ -1,6 +1,5 @@
-#include "hdiutil/image/ParallelFor.h"
-
 #include "hdiutil/create/OrderedWork.h"
+#include "hdiutil/image/ParallelFor.h"
 #include "tests/hdiutil/image/TestBytes.h"
 
 #include <gtest/gtest.h>

@@ -3,6 +3,8 @@
 #include "hdiutil/image/ByteSource.h"
 #include "hdiutil/image/ImageError.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
@@ -11,7 +13,6 @@
 #include <random>
 #include <string>
 #include <string_view>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 

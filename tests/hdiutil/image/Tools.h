@@ -2,8 +2,9 @@
 
 #include "tests/hdiutil/image/TestBytes.h"
 
-#include <cstdio>
 #include <gtest/gtest.h>
+
+#include <cstdio>
 #include <string>
 
 namespace hdi::test {

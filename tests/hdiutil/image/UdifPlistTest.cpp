@@ -1,5 +1,4 @@
 #include "hdiutil/image/UdifPlist.h"
-
 #include "tests/hdiutil/image/TestImage.h"
 
 #include <gtest/gtest.h>

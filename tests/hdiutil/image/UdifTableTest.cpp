@@ -1,7 +1,6 @@
-#include "hdiutil/image/UdifTable.h"
-
 #include "hdiutil/image/ChunkedDisk.h"
 #include "hdiutil/image/Sectors.h"
+#include "hdiutil/image/UdifTable.h"
 #include "tests/hdiutil/image/TestImage.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,6 @@
-#include "hdiutil/partition/PartitionMap.h"
-
 #include "hdiutil/create/DiskLayout.h"
 #include "hdiutil/image/ByteOrder.h"
+#include "hdiutil/partition/PartitionMap.h"
 #include "tests/hdiutil/image/TestBytes.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
-#include "hdiutil/volume/Decmpfs.h"
-
 #include "hdiutil/create/LzfseEncoder.h"
+#include "hdiutil/volume/Decmpfs.h"
 #include "tests/hdiutil/volume/HfsBuilder.h"
 #include "tests/hdiutil/volume/Packers.h"
 #include "tests/hdiutil/volume/VolumeTree.h"

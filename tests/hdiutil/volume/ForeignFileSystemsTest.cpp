@@ -1,6 +1,5 @@
-#include "hdiutil/volume/ForeignFileSystems.h"
-
 #include "hdiutil/image/ByteOrder.h"
+#include "hdiutil/volume/ForeignFileSystems.h"
 #include "hdiutil/volume/Volume.h"
 #include "tests/hdiutil/image/TestBytes.h"
 

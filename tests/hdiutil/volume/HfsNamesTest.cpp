@@ -1,5 +1,4 @@
 #include "hdiutil/volume/HfsNames.h"
-
 #include "hdiutil/volume/SafeNames.h"
 
 #include <gtest/gtest.h>

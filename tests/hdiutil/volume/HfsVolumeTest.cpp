@@ -1,5 +1,4 @@
 #include "hdiutil/volume/HfsVolume.h"
-
 #include "tests/hdiutil/volume/HfsBuilder.h"
 #include "tests/hdiutil/volume/VolumeTree.h"
 

@@ -1,7 +1,6 @@
-#include "hdiutil/volume/Volume.h"
-
 #include "hdiutil/image/DiskImage.h"
 #include "hdiutil/partition/PartitionMap.h"
+#include "hdiutil/volume/Volume.h"
 #include "tests/hdiutil/volume/HfsBuilder.h"
 #include "tests/hdiutil/volume/Packers.h"
 #include "tests/hdiutil/volume/VolumeTree.h"

@@ -3,6 +3,7 @@
 #include "hdiutil/volume/HfsNames.h"
 
 #include <gtest/gtest.h>
+
 #include <sys/stat.h>
 
 #include <algorithm>

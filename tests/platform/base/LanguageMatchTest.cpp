@@ -1,5 +1,4 @@
 #include "platform/base/LanguageMatch.h"
-
 #include "platform/base/StringsTable.h"
 
 #include <gtest/gtest.h>

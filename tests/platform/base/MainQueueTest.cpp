@@ -1,11 +1,10 @@
 #include "platform/base/MainQueue.h"
-
 #include "platform/base/UncaughtException.h"
 #include "tests/support/TestEnvironment.h"
 
-#include <gtest/gtest.h>
-
 #include <QCoreApplication>
+
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <thread>

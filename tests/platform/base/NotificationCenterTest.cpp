@@ -1,10 +1,9 @@
 #include "platform/base/NotificationCenter.h"
-
 #include "platform/base/PlatformException.h"
 
-#include <gtest/gtest.h>
-
 #include <QStringList>
+
+#include <gtest/gtest.h>
 
 #include <thread>
 

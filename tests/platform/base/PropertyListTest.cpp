@@ -1,9 +1,7 @@
 #include "platform/base/PropertyList.h"
-
 #include "platform/base/PropertyListGuard.h"
 
 #include <gtest/gtest.h>
-
 #include <plist/plist.h>
 
 #include <cstdlib>

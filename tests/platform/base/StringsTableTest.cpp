@@ -1,8 +1,8 @@
 #include "platform/base/StringsTable.h"
 
-#include <gtest/gtest.h>
-
 #include <QStringConverter>
+
+#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 using StringsTable::Table;
