@@ -19,6 +19,8 @@
 #include <cstdlib>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 // How long a download of one gibibyte to a file takes, against the curl command, from the same loopback server, over
 // plain HTTP and over TLS. The runs of the two take turns, so that what else the machine does hits both.
 
@@ -70,7 +72,7 @@ Cost ownDownload(const std::string& address) {
 }
 
 Cost curlDownload(const std::string& address, const std::string& trusted) {
-    const std::string file = (test::folder() + QStringLiteral("/tmp/curl.out")).toStdString();
+    const std::string file = (test::folder() + u"/tmp/curl.out"_s).toStdString();
     std::vector<std::string> arguments{"curl", "-sS", "--cacert", trusted, "-o", file, address};
     std::vector<char*> pointers;
     for (auto& argument : arguments)
@@ -123,7 +125,7 @@ int main(int argc, char** argv) {
     const auto identity = loopback::makeSelfSignedIdentity();
     const loopback::LoopbackProcess plain(reply);
     const loopback::LoopbackProcess secure(reply, identity);
-    const QString trusted = test::folder() + QStringLiteral("/trusted.pem");
+    const QString trusted = test::folder() + u"/trusted.pem"_s;
     test::writeFile(trusted, QByteArray::fromStdString(identity.certificate));
     test::setEnvironment("SSL_CERT_FILE", trusted.toUtf8());
 

@@ -5,6 +5,8 @@
 #include "platform/base/Address.h"
 #include "platform/base/PathText.h"
 
+using namespace Qt::StringLiterals;
+
 namespace ConfigRequest {
 
 std::optional<QString> overridingAddress(const QStringList& arguments) {
@@ -16,10 +18,10 @@ std::optional<QString> overridingAddress(const QStringList& arguments) {
 }
 
 bool hasUsableFormat(const QNConfig& config) {
-    if (config.defaultAction() != QStringLiteral("install") || !config.latestMacURL())
+    if (config.defaultAction() != u"install"_s || !config.latestMacURL())
         return true;
     const QString extension = PathText::pathExtension(*config.latestMacURL());
-    return extension.compare(QStringLiteral("dmg"), Qt::CaseInsensitive) == 0;
+    return extension.compare(u"dmg"_s, Qt::CaseInsensitive) == 0;
 }
 
 Reading read(const QByteArray& document) {
@@ -27,7 +29,7 @@ Reading read(const QByteArray& document) {
     if (!value)
         return {nullptr, failure.value_or(QString())};
     if (value->typeId() != QMetaType::QVariantMap)
-        return {nullptr, QStringLiteral("The document is no JSON object.")};
+        return {nullptr, u"The document is no JSON object."_s};
     return {std::make_shared<QNConfig>(value->toMap()), {}};
 }
 

@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Json = nlohmann::json;
@@ -96,7 +98,7 @@ public:
     bool start_array(std::size_t) override { return open({false, {}, {}, {}}); }
     bool end_array() override { return close(); }
     bool parse_error(std::size_t position, const std::string&, const Json::exception&) override {
-        result.failure = QStringLiteral("The document is no valid JSON at byte %1.").arg(position);
+        result.failure = u"The document is no valid JSON at byte %1."_s.arg(position);
         return false;
     }
 
@@ -110,8 +112,7 @@ private:
 
     bool open(Container container) {
         if (open_.size() == static_cast<std::size_t>(JSONReader::kDeepestNesting)) {
-            result.failure =
-                QStringLiteral("The document nests deeper than %1 levels.").arg(JSONReader::kDeepestNesting);
+            result.failure = u"The document nests deeper than %1 levels."_s.arg(JSONReader::kDeepestNesting);
             return false;
         }
         open_.push_back(std::move(container));
@@ -147,7 +148,7 @@ namespace JSONReader {
 Result read(const QByteArray& bytes) {
     const auto text = utf8Of(bytes);
     if (!text)
-        return {std::nullopt, QStringLiteral("The document's text is damaged.")};
+        return {std::nullopt, u"The document's text is damaged."_s};
     ValueBuilder builder;
     if (!Json::sax_parse(text->cbegin(), text->cend(), &builder))
         builder.result.value.reset(); // what follows a whole value can still be wrong

@@ -5,6 +5,8 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QNConfig::Text textAt(const QVariantMap& object, const char* key) {
@@ -19,7 +21,7 @@ std::optional<QVariantList> listAt(const QVariantMap& object, const char* key) {
 
 // The number 1 and the truth value are not the text "1".
 bool isMarked(const QVariantMap& entry, const char* key) {
-    return textAt(entry, key) == QStringLiteral("1");
+    return textAt(entry, key) == u"1"_s;
 }
 
 } // namespace
@@ -27,7 +29,7 @@ bool isMarked(const QVariantMap& entry, const char* key) {
 QNConfig::QNConfig(const QVariantMap& document)
     : userActionList_(listAt(document, "userAction")), analyticsURL_(textAt(document, "analyticsUrl")) {
     takeUserAction();
-    if (defaultAction_ != QStringLiteral("install"))
+    if (defaultAction_ != u"install"_s)
         return;
     softwareList_ = listAt(document, "software");
     takeSoftware();
@@ -36,7 +38,7 @@ QNConfig::QNConfig(const QVariantMap& document)
 void QNConfig::takeUserAction() {
     for (const QVariant& item : userActionList_.value_or(QVariantList())) {
         const QVariantMap entry = item.toMap(); // empty for anything but an object
-        platform::consoleLog(format("action: %@", entry.value(QStringLiteral("action"))));
+        platform::consoleLog(format("action: %@", entry.value(u"action"_s)));
         if (!isMarked(entry, "isActive"))
             continue;
         defaultAction_ = textAt(entry, "action");

@@ -5,6 +5,8 @@
 #include "platform/base/Format.h"
 #include "sysinfo/Slot.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 Slot<QVariantMap>& portalConfigSlot() {
@@ -36,7 +38,7 @@ std::optional<QString> settingText(const QVariant& value) {
 }
 
 std::optional<QVariantMap> readPortalConfig() {
-    const QVariant value = QNConfigProvider::getPlist().value(QStringLiteral("QNConfig"));
+    const QVariant value = QNConfigProvider::getPlist().value(u"QNConfig"_s);
     return value.typeId() == QMetaType::QVariantMap ? std::optional(value.toMap()) : std::nullopt;
 }
 
@@ -49,12 +51,12 @@ struct EnvironmentKeys {
 };
 
 const char* keyForEnvironment(const EnvironmentKeys& keys) {
-    const auto environment = textOf(QNConfigProvider::getPlist().value(QStringLiteral("QNEnv")));
-    if (environment == QStringLiteral("dev1"))
+    const auto environment = textOf(QNConfigProvider::getPlist().value(u"QNEnv"_s));
+    if (environment == u"dev1"_s)
         return keys.dev1;
-    if (environment == QStringLiteral("qa1"))
+    if (environment == u"qa1"_s)
         return keys.qa1;
-    if (environment == QStringLiteral("beta"))
+    if (environment == u"beta"_s)
         return keys.beta;
     return keys.production;
 }
@@ -93,7 +95,7 @@ std::optional<QString> QNConfigProvider::getStringFromPlist(const QString& key) 
 std::optional<QString> QNConfigProvider::getUrlPlist(const QString& key) {
     auto text = getStringFromPlist(key);
     if (text)
-        text->replace(QStringLiteral("&amp;"), QStringLiteral("&"));
+        text->replace(u"&amp;"_s, u"&"_s);
     return text;
 }
 
@@ -101,7 +103,7 @@ QString QNConfigProvider::getPortalType() {
     auto& slot = portalTypeSlot();
     if (const auto kept = slot.value())
         return *kept;
-    QString type = getStringFromPlist(QStringLiteral("QNPortalType")).value_or(QStringLiteral("qn"));
+    QString type = getStringFromPlist(u"QNPortalType"_s).value_or(u"qn"_s);
     slot.store(type);
     return type;
 }

@@ -12,6 +12,8 @@
 #include "sysinfo/QNPortalProvider.h"
 #include "sysinfo/QNSystemInfo.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using platform::consoleLog;
@@ -35,9 +37,9 @@ std::vector<std::pair<QString, QString>> headerFields() {
         if (value)
             fields.emplace_back(QString::fromLatin1(name), *value);
     };
-    add("appName", QNConfigProvider::getStringFromPlist(QStringLiteral("AnalyticsProductName")));
+    add("appName", QNConfigProvider::getStringFromPlist(u"AnalyticsProductName"_s));
     add("ci", QNPortalProvider::getCi());
-    add("os", QStringLiteral("mac"));
+    add("os", u"mac"_s);
     add("osVer", QNSystemInfo::getOSVersion());
     add("country", QNSystemInfo::getCountry());
     add("locale", QNSystemInfo::getLocale());
@@ -70,7 +72,7 @@ public:
             finish(nullptr, error);
             return;
         }
-        QNLogger::debug(QStringLiteral("Config successful"), logContext(kFunction));
+        QNLogger::debug(u"Config successful"_s, logContext(kFunction));
         finish(acceptedModel(body.value_or(QByteArray())), std::nullopt);
     }
 

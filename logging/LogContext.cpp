@@ -3,13 +3,12 @@
 #include "platform/base/PathText.h"
 #include "sysinfo/QNSystemInfo.h"
 
+using namespace Qt::StringLiterals;
+
 LogContext logContext(const char* function, const char* file, int line) {
     return {
-        {QStringLiteral("language"), QNSystemInfo::getLanguage()},
-        {QStringLiteral("country"), QNSystemInfo::getCountry()},
-        {QStringLiteral("locale"), QNSystemInfo::getLocale()},
-        {QStringLiteral("file"), PathText::lastPathComponent(QString::fromUtf8(file))},
-        {QStringLiteral("function"), QString::fromUtf8(function)},
-        {QStringLiteral("line"), QString::number(line)},
+        {u"language"_s, QNSystemInfo::getLanguage()}, {u"country"_s, QNSystemInfo::getCountry()},
+        {u"locale"_s, QNSystemInfo::getLocale()},     {u"file"_s, PathText::lastPathComponent(QString::fromUtf8(file))},
+        {u"function"_s, QString::fromUtf8(function)}, {u"line"_s, QString::number(line)},
     };
 }

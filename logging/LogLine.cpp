@@ -6,13 +6,14 @@
 
 #include <QStringList>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString itemAt(const QStringList& items, qsizetype index) {
     if (index >= items.size()) {
-        throw PlatformException::range(
-            QStringLiteral("*** -[__NSArrayM objectAtIndex:]: index %1 beyond bounds [0 .. %2]")
-                .arg(QString::number(index), QString::number(items.size() - 1)));
+        throw PlatformException::range(u"*** -[__NSArrayM objectAtIndex:]: index %1 beyond bounds [0 .. %2]"_s.arg(
+            QString::number(index), QString::number(items.size() - 1)));
     }
     return items[index];
 }
@@ -59,7 +60,7 @@ Entry entryOfEvent(const QString& level, const QString& eventText) {
 }
 
 QString masked(const QString& text, const QString& name) {
-    return name.isEmpty() ? text : QString(text).replace(name, QStringLiteral("****"));
+    return name.isEmpty() ? text : QString(text).replace(name, u"****"_s);
 }
 
 } // namespace LogLine

@@ -16,6 +16,8 @@
 #include <memory>
 #include <semaphore>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr const char* kSendFunction = "+[QNAnalyticSender send:url:]";
@@ -29,9 +31,8 @@ Slot<bool>& isSendSlot() {
 QVariant present(const QVariant& value, int index) {
     if (!value.isValid()) {
         throw PlatformException::invalidArgument(
-            QStringLiteral("*** -[__NSPlaceholderDictionary initWithObjects:forKeys:count:]: attempt to insert nil "
-                           "object from objects[%1]")
-                .arg(index));
+            u"*** -[__NSPlaceholderDictionary initWithObjects:forKeys:count:]: attempt to insert nil "
+            "object from objects[%1]"_s.arg(index));
     }
     return value;
 }
@@ -39,8 +40,8 @@ QVariant present(const QVariant& value, int index) {
 UrlRequest postRequest(const QString& body, const std::optional<Address>& url) {
     UrlRequest request;
     request.address = url;
-    request.method = QStringLiteral("POST");
-    request.headers = {{QStringLiteral("Content-Type"), QStringLiteral("application/x-www-form-urlencoded")}};
+    request.method = u"POST"_s;
+    request.headers = {{u"Content-Type"_s, u"application/x-www-form-urlencoded"_s}};
     request.body = body.toUtf8();
     return request;
 }
@@ -70,12 +71,15 @@ QVariant eventValue(const std::optional<QString>& text) {
 }
 
 QVariantMap QNAnalyticSender::defaultData() {
-    const QVariant version = QNConfigProvider::getPlist().value(QStringLiteral("CFBundleShortVersionString"));
-    const QVariant product = eventValue(QNConfigProvider::getStringFromPlist(QStringLiteral("AnalyticsProductName")));
+    const QVariant version = QNConfigProvider::getPlist().value(u"CFBundleShortVersionString"_s);
+    const QVariant product = eventValue(QNConfigProvider::getStringFromPlist(u"AnalyticsProductName"_s));
     return {
-        {QStringLiteral("Ver"), present(version, 0)},       {QStringLiteral("APP"), present(product, 1)},
-        {QStringLiteral("OS"), QStringLiteral("OS X")},     {QStringLiteral("OSVer"), QNSystemInfo::getOSVersion()},
-        {QStringLiteral("CC"), QNSystemInfo::getCountry()}, {QStringLiteral("L"), QNSystemInfo::getLocale()},
+        {u"Ver"_s, present(version, 0)},
+        {u"APP"_s, present(product, 1)},
+        {u"OS"_s, u"OS X"_s},
+        {u"OSVer"_s, QNSystemInfo::getOSVersion()},
+        {u"CC"_s, QNSystemInfo::getCountry()},
+        {u"L"_s, QNSystemInfo::getLocale()},
     };
 }
 
@@ -85,7 +89,7 @@ QString QNAnalyticSender::getMessage(const QString& eventName, const QVariantMap
         if (entry.value().isValid())
             event[entry.key()] = entry.value();
     }
-    event[QStringLiteral("EVT")] = eventName;
+    event[u"EVT"_s] = eventName;
     const QString time = currentTimestamp();
     return format("%@ ci=%@ %@", time, QNPortalProvider::getCi(), jsonStringWithPrettyPrint(event, false));
 }
@@ -103,7 +107,7 @@ void QNAnalyticSender::sendEvent(const QString& eventName) {
 void QNAnalyticSender::sendAll(const QStringList& lines, const std::optional<Address>& url) {
     if (!isSendSlot().value().value_or(true))
         return;
-    send(lines.join(QStringLiteral("\r\n")), url);
+    send(lines.join(u"\r\n"_s), url);
 }
 
 void QNAnalyticSender::send(const QString& body, const std::optional<Address>& url) {

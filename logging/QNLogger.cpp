@@ -11,6 +11,8 @@
 
 #include <mutex>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The existence test keeps its own handle: an entry opens the file twice, and a file that cannot be made swallows the
@@ -50,11 +52,11 @@ void append(const QString& line) {
 } // namespace
 
 void QNLogger::debug(const QString& message, const LogContext& context) {
-    writeLog(QStringLiteral("DEBUG"), message, context);
+    writeLog(u"DEBUG"_s, message, context);
 }
 
 void QNLogger::error(const QString& message, const LogContext& context) {
-    writeLog(QStringLiteral("ERROR"), message, context);
+    writeLog(u"ERROR"_s, message, context);
 }
 
 void QNLogger::showScreen(const QString& screenName, const LogContext& context) {
@@ -62,7 +64,7 @@ void QNLogger::showScreen(const QString& screenName, const LogContext& context) 
 }
 
 void QNLogger::logEvent(const QString& eventText, const LogContext& context) {
-    writeEvent(QStringLiteral("EVT"), eventText, context);
+    writeEvent(u"EVT"_s, eventText, context);
 }
 
 void QNLogger::writeLog(const QString& level, const QString& message, const LogContext& context) {

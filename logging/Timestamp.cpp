@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <ctime>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString number(long value, int digits) {
@@ -12,7 +14,7 @@ QString number(long value, int digits) {
 // Of the instant, so daylight saving counts. Whole minutes, as everywhere since the local mean times were given up.
 QString offsetText(long seconds) {
     if (seconds == 0)
-        return QStringLiteral("Z");
+        return u"Z"_s;
     const long minutes = std::abs(seconds) / 60;
     return QLatin1Char(seconds < 0 ? '-' : '+') + number(minutes / 60, 2) + QLatin1Char(':') + number(minutes % 60, 2);
 }

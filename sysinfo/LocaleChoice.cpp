@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <array>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr std::array kSupportedLocales = {
@@ -23,14 +25,14 @@ namespace LocaleChoice {
 
 QString languageOf(const QStringList& preferred) {
     const QString first = preferred.value(0);
-    const bool isChinese = first.contains(QStringLiteral("zh-"));
+    const bool isChinese = first.contains(u"zh-"_s);
     const QString language = isChinese ? first : QNSystemInfo::getFirstPathOf(first);
-    return language.isEmpty() ? QStringLiteral("en") : language;
+    return language.isEmpty() ? u"en"_s : language;
 }
 
 QString localeOf(const QString& language, const QString& country) {
     if (language.isEmpty() || country.isEmpty())
-        return QStringLiteral("en-US");
+        return u"en-US"_s;
     return language + QLatin1Char('-') + country;
 }
 
@@ -48,7 +50,7 @@ QString QNSystemInfo::getLanguage() {
 
 QString QNSystemInfo::getCountry() {
     const QString country = platform::localeCountryCode().value_or(QString());
-    return country.isEmpty() ? QStringLiteral("US") : country;
+    return country.isEmpty() ? u"US"_s : country;
 }
 
 QString QNSystemInfo::getLocale() {
@@ -64,12 +66,12 @@ QString QNSystemInfo::configLocale(const QString& locale) {
     if (const auto exact = firstWith([&](QLatin1String entry) { return locale == entry; }))
         return *exact;
     const QString segment = getFirstPathOf(locale);
-    if (locale.contains(QStringLiteral("zh-Hant")))
-        return QStringLiteral("zh-TW");
+    if (locale.contains(u"zh-Hant"_s))
+        return u"zh-TW"_s;
     // The segment may stand anywhere in the entry, its region included.
     const auto containing =
         firstWith([&](QLatin1String entry) { return !segment.isEmpty() && entry.contains(segment); });
-    return containing.value_or(QStringLiteral("en-US"));
+    return containing.value_or(u"en-US"_s);
 }
 
 bool QNSystemInfo::isRTL() {

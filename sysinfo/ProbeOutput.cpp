@@ -2,6 +2,8 @@
 
 #include <QRegularExpression>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Expression = QRegularExpression;
@@ -27,13 +29,12 @@ std::optional<QString> labelledValue(const QString& text, const char* label) {
 namespace ProbeOutput {
 
 QString versionText(const std::array<int, 3>& version) {
-    return QStringLiteral("%1.%2.%3")
-        .arg(QString::number(version[0]), QString::number(version[1]), QString::number(version[2]));
+    return u"%1.%2.%3"_s.arg(QString::number(version[0]), QString::number(version[1]), QString::number(version[2]));
 }
 
 QString sizeText(const QSizeF& size) {
-    return QStringLiteral("%1x%2").arg(QString::number(static_cast<int>(size.width())),
-                                       QString::number(static_cast<int>(size.height())));
+    return u"%1x%2"_s.arg(QString::number(static_cast<int>(size.width())),
+                          QString::number(static_cast<int>(size.height())));
 }
 
 std::optional<QString> processorName(const QString& profile) {
@@ -42,9 +43,8 @@ std::optional<QString> processorName(const QString& profile) {
 }
 
 std::optional<QString> firstHardwareAddress(const QString& interfaces) {
-    static const Expression address(QStringLiteral("(?:[a-z0-9]{2}[:]){5}[a-z0-9]{2}"),
-                                    Expression::CaseInsensitiveOption);
-    static const Expression allZero(QStringLiteral("(?:[0]{2}[:]){5}[0]{2}"));
+    static const Expression address(u"(?:[a-z0-9]{2}[:]){5}[a-z0-9]{2}"_s, Expression::CaseInsensitiveOption);
+    static const Expression allZero(u"(?:[0]{2}[:]){5}[0]{2}"_s);
     for (auto matches = address.globalMatch(interfaces); matches.hasNext();) {
         const QString text = matches.next().captured();
         if (!allZero.match(text).hasMatch())

@@ -9,12 +9,14 @@
 
 #include <QStringList>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const auto kProfiler = QStringLiteral("/usr/sbin/system_profiler");
-const auto kHardware = QStringLiteral("SPHardwareDataType");
-const auto kInterfaceLister = QStringLiteral("/sbin/ifconfig");
-const auto kAllInterfaces = QStringLiteral("-a");
+const auto kProfiler = u"/usr/sbin/system_profiler"_s;
+const auto kHardware = u"SPHardwareDataType"_s;
+const auto kInterfaceLister = u"/sbin/ifconfig"_s;
+const auto kAllInterfaces = u"-a"_s;
 
 struct ProbeSlots {
     Slot<QString> osVersion;
@@ -39,7 +41,7 @@ QString QNSystemInfo::getOSVersion() {
     auto& slot = probeSlots().osVersion;
     if (const auto kept = slot.value())
         return *kept;
-    QString version = QStringLiteral("(MacOS)Unknown");
+    QString version = u"(MacOS)Unknown"_s;
     guardingProbe("OS Version error: %@", "+[QNSystemInfo getOSVersion]",
                   [&] { version = ProbeOutput::versionText(platform::operatingSystemVersion()); });
     slot.store(version);
@@ -68,7 +70,7 @@ std::optional<QString> QNSystemInfo::getCPUName() {
 }
 
 QString QNSystemInfo::getCPUType() {
-    return platform::localArchitectureDescription().value_or(QStringLiteral("NA"));
+    return platform::localArchitectureDescription().value_or(u"NA"_s);
 }
 
 std::optional<QString> QNSystemInfo::getMacAddress() {

@@ -2,6 +2,8 @@
 
 #include <array>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 std::optional<unsigned> digitValue(QChar character) {
@@ -59,7 +61,7 @@ std::optional<Color> Color::colorWithHex(const QString& text) {
 
 QString Color::hexColor() const {
     const auto digits = [](double component) {
-        return QStringLiteral("%1").arg(static_cast<int>(component * 255.0), 2, 16, QLatin1Char('0')).toUpper();
+        return u"%1"_s.arg(static_cast<int>(component * 255.0), 2, 16, QLatin1Char('0')).toUpper();
     };
     return QLatin1Char('#') + digits(red) + digits(green) + digits(blue);
 }

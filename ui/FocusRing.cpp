@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // A blue that stands out from white (5.2:1) and from black (4.0:1).
@@ -21,7 +23,7 @@ FocusRing::FocusRing(QWidget* window) : QWidget(window) {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setAttribute(Qt::WA_NoSystemBackground);
     setFocusPolicy(Qt::NoFocus);
-    setObjectName(QStringLiteral("focusRing"));
+    setObjectName(u"focusRing"_s);
     hide();
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) { follow(now); });
 }

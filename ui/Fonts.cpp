@@ -9,32 +9,32 @@
 #include <future>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr double kDefaultSize = 12.0;
 
 std::pair<QStringList, QFont::Weight> familiesAndWeight(const QString& name) {
-    static const QString product = QStringLiteral("CommonSans");
+    static const QString product = u"CommonSans"_s;
     QString compact = name;
     compact.remove(QLatin1Char(' '));
     if (compact != product && !compact.startsWith(product + QLatin1Char('-')))
-        return {{name, QStringLiteral("sans-serif")}, QFont::Normal};
+        return {{name, u"sans-serif"_s}, QFont::Normal};
     const QString style = compact.mid(product.size() + 1);
     const QFont::Weight weight = style == QLatin1String("Light")    ? QFont::Light
                                  : style == QLatin1String("Medium") ? QFont::Medium
                                  : style == QLatin1String("Bold")   ? QFont::Bold
                                                                     : QFont::Normal;
-    return {{QStringLiteral("Inter"), QStringLiteral("Noto Sans Hebrew"), QStringLiteral("Noto Sans"),
-             QStringLiteral("sans-serif")},
-            weight};
+    return {{u"Inter"_s, u"Noto Sans Hebrew"_s, u"Noto Sans"_s, u"sans-serif"_s}, weight};
 }
 
 void paintLetter() {
     constexpr int kSize = 16;
     QImage picture(kSize, kSize, QImage::Format_ARGB32_Premultiplied);
     QPainter painter(&picture);
-    painter.setFont(fontFor({QStringLiteral("Common Sans"), kSize}));
-    painter.drawText(QPoint(0, kSize), QStringLiteral("a"));
+    painter.setFont(fontFor({u"Common Sans"_s, kSize}));
+    painter.drawText(QPoint(0, kSize), u"a"_s);
 }
 
 std::future<void>& loading() {

@@ -6,6 +6,8 @@
 
 #include <cmath>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int kLargestScale = 3;
@@ -23,8 +25,8 @@ std::optional<Image> imageNamed(const QString& name) {
     Image image;
     image.name_ = name.endsWith(QLatin1String(".png")) ? name.chopped(4) : name;
     for (int scale = 1; scale <= kLargestScale; ++scale) {
-        const QString file = scale == 1 ? image.name_ : QStringLiteral("%1@%2x").arg(image.name_).arg(scale);
-        if (const auto path = Bundle::mainBundle().pathForResource(file, QStringLiteral("png")))
+        const QString file = scale == 1 ? image.name_ : u"%1@%2x"_s.arg(image.name_).arg(scale);
+        if (const auto path = Bundle::mainBundle().pathForResource(file, u"png"_s))
             image.paths_[scale] = *path;
     }
     return image.paths_.empty() ? std::nullopt : std::optional(image);

@@ -17,6 +17,8 @@
 #include <QHash>
 #include <QUiLoader>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Maker = QWidget* (*)(QWidget*);
@@ -28,19 +30,19 @@ QWidget* make(QWidget* parent) {
 
 const QHash<QString, Maker>& makers() {
     static const QHash<QString, Maker> known{
-        {QStringLiteral("Button"), make<Button>},
-        {QStringLiteral("HyperlinkTextField"), make<HyperlinkTextField>},
-        {QStringLiteral("ImageView"), make<ImageView>},
-        {QStringLiteral("QNButton"), make<QNButton>},
-        {QStringLiteral("QNClickableImageView"), make<QNClickableImageView>},
-        {QStringLiteral("QNClickableTextField"), make<QNClickableTextField>},
-        {QStringLiteral("QNHoverButton"), make<QNHoverButton>},
-        {QStringLiteral("QNSpinner"), make<QNSpinner>},
-        {QStringLiteral("QNTextFieldWithLinks"), make<QNTextFieldWithLinks>},
-        {QStringLiteral("QWidget"), make<QWidget>},
-        {QStringLiteral("TextField"), make<TextField>},
-        {QStringLiteral("View"), make<View>},
-        {QStringLiteral("Window"), make<Window>},
+        {u"Button"_s, make<Button>},
+        {u"HyperlinkTextField"_s, make<HyperlinkTextField>},
+        {u"ImageView"_s, make<ImageView>},
+        {u"QNButton"_s, make<QNButton>},
+        {u"QNClickableImageView"_s, make<QNClickableImageView>},
+        {u"QNClickableTextField"_s, make<QNClickableTextField>},
+        {u"QNHoverButton"_s, make<QNHoverButton>},
+        {u"QNSpinner"_s, make<QNSpinner>},
+        {u"QNTextFieldWithLinks"_s, make<QNTextFieldWithLinks>},
+        {u"QWidget"_s, make<QWidget>},
+        {u"TextField"_s, make<TextField>},
+        {u"View"_s, make<View>},
+        {u"Window"_s, make<Window>},
     };
     return known;
 }
@@ -80,24 +82,24 @@ private:
 };
 
 PlatformException unusable(const QString& name, const QString& why) {
-    return PlatformException::invalidArgument(QStringLiteral("Interface file \"%1\": %2").arg(name, why));
+    return PlatformException::invalidArgument(u"Interface file \"%1\": %2"_s.arg(name, why));
 }
 
 } // namespace
 
 std::unique_ptr<QWidget> loadInterfaceFile(const QString& name) {
     installAccessibleFactory();
-    const std::optional<QString> path = Bundle::mainBundle().pathForResource(name, QStringLiteral("ui"));
+    const std::optional<QString> path = Bundle::mainBundle().pathForResource(name, u"ui"_s);
     std::optional<QByteArray> bytes = path ? FileManager::contents(*path) : std::nullopt;
     if (!bytes)
-        throw unusable(name, QStringLiteral("not in the bundle, or not readable"));
+        throw unusable(name, u"not in the bundle, or not readable"_s);
     QBuffer buffer(&*bytes);
     buffer.open(QIODevice::ReadOnly);
     Loader loader;
     const SilentToolkit silent;
     std::unique_ptr<QWidget> root(loader.load(&buffer));
     if (!loader.unknownClass().isEmpty())
-        throw unusable(name, QStringLiteral("unknown class ") + loader.unknownClass());
+        throw unusable(name, u"unknown class "_s + loader.unknownClass());
     if (!root)
         throw unusable(name, loader.errorString());
     return root;
@@ -111,14 +113,12 @@ QObject& requiredObject(QWidget& root, const char* name) {
     if (found.size() == 1)
         return *found.first();
     throw PlatformException::invalidArgument(
-        QStringLiteral("Interface of \"%1\": %2 objects named \"%3\" in place of one")
-            .arg(root.objectName())
+        u"Interface of \"%1\": %2 objects named \"%3\" in place of one"_s.arg(root.objectName())
             .arg(found.size())
             .arg(wanted));
 }
 
 void throwWrongClass(const QObject& object, const char* expected) {
-    throw PlatformException::invalidArgument(
-        QStringLiteral("Interface object \"%1\" is of class %2 in place of %3")
-            .arg(object.objectName(), QLatin1String(object.metaObject()->className()), QLatin1String(expected)));
+    throw PlatformException::invalidArgument(u"Interface object \"%1\" is of class %2 in place of %3"_s.arg(
+        object.objectName(), QLatin1String(object.metaObject()->className()), QLatin1String(expected)));
 }

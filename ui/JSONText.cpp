@@ -10,6 +10,8 @@
 #include <stdexcept>
 #include <string>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Json = nlohmann::json;
@@ -99,7 +101,7 @@ QString jsonStringWithPrettyPrint(const QVariantMap& dictionary, bool prettyPrin
     try {
         return QString::fromStdString(dictionaryValue(dictionary, 1).dump(prettyPrint ? 2 : -1));
     } catch (const Unrepresentable& error) {
-        platform::consoleLog(QStringLiteral("zk_jsonStringWithPrettyPrint: error: ") + QString::fromUtf8(error.what()));
-        return QStringLiteral("{}");
+        platform::consoleLog(u"zk_jsonStringWithPrettyPrint: error: "_s + QString::fromUtf8(error.what()));
+        return u"{}"_s;
     }
 }

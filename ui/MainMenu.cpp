@@ -11,8 +11,10 @@
 
 #include <chrono>
 
+using namespace Qt::StringLiterals;
+
 MainMenu::MainMenu(QAction* quit, QObject* parent) : QObject(parent), quit_(quit) {
-    quit_->setText(localizedString(QStringLiteral("MenuQuit")));
+    quit_->setText(localizedString(u"MenuQuit"_s));
     connect(quit_, &QAction::triggered, this, &MainMenu::tapQuit);
 }
 
@@ -36,7 +38,7 @@ constexpr std::chrono::milliseconds kUntilIcon{250};
 
 void setIconLater(QWidget* window) {
     QTimer::singleShot(kUntilIcon, window, [window] {
-        const std::optional<Image> image = imageNamed(QStringLiteral("application_icon"));
+        const std::optional<Image> image = imageNamed(u"application_icon"_s);
         if (!image)
             return;
         QIcon icon;
@@ -49,7 +51,7 @@ void setIconLater(QWidget* window) {
 } // namespace
 
 MainInterface loadMainMenu() {
-    std::unique_ptr<QWidget> root = loadInterfaceFile(QStringLiteral("MainMenu"));
+    std::unique_ptr<QWidget> root = loadInterfaceFile(u"MainMenu"_s);
     auto* const window = outlet<Window>(*root, "window");
     auto* const contentView = outlet<View>(*root, "contentView");
     auto* const quit = outlet<QAction>(*root, "quitAction");

@@ -9,12 +9,14 @@
 #include "ui/View.h"
 #include "ui/Window.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr double kWindowRadius = 4.0;
 constexpr double kYesRadius = 25.0;
 const Color kClear{0.0, 0.0, 0.0, 0.0};
-const QString kMedium = QStringLiteral("CommonSans-Medium");
+const QString kMedium = u"CommonSans-Medium"_s;
 
 void setLayerColor(View& view, const Color& color) {
     Layer layer = view.layer();
@@ -57,21 +59,20 @@ void QNAlertController::windowDidLoad() {
 
 void QNAlertController::setupHeader() {
     setLayerColor(*header_, hexColor("#F4F0FA"));
-    styleLabel(*title_, settingColor(QStringLiteral("PRIMARY_COLOR")), {QStringLiteral("Common Sans"), 24.0});
+    styleLabel(*title_, settingColor(u"PRIMARY_COLOR"_s), {u"Common Sans"_s, 24.0});
 }
 
 void QNAlertController::setupBody() {
     setLayerColor(*view_, hexColor("#FFFFFF"));
-    styleLabel(*message_, settingColor(QStringLiteral("SECONDARY_COLOR")), {kMedium, 16.0});
+    styleLabel(*message_, settingColor(u"SECONDARY_COLOR"_s), {kMedium, 16.0});
 }
 
 void QNAlertController::setupYesButton() {
-    styleButton(*yesButton_,
-                {QStringLiteral("QNYes"), hexColor("#FFFFFF"), {kMedium, 18.0}, hexColor("#000000"), kYesRadius});
+    styleButton(*yesButton_, {u"QNYes"_s, hexColor("#FFFFFF"), {kMedium, 18.0}, hexColor("#000000"), kYesRadius});
 }
 
 void QNAlertController::setupNoButton() {
-    styleButton(*noButton_, {QStringLiteral("QNNo"), hexColor("#000000"), {kMedium, 16.0}, hexColor("#FFFFFF"), 0.0});
+    styleButton(*noButton_, {u"QNNo"_s, hexColor("#000000"), {kMedium, 16.0}, hexColor("#FFFFFF"), 0.0});
 }
 
 void QNAlertController::showWindow(QObject*, const QString& title, const QString& message,
@@ -97,7 +98,7 @@ void QNAlertController::close() {
 }
 
 void QNAlertController::onYesButtonClick() {
-    NotificationCenter::defaultCenter().post(yesNotification_, QVariantMap{{QStringLiteral("isUserAction"), true}});
+    NotificationCenter::defaultCenter().post(yesNotification_, QVariantMap{{u"isUserAction"_s, true}});
 }
 
 void QNAlertController::onNoButtonClick() {

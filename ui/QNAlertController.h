@@ -5,6 +5,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 class Button;
 class TextField;
 class View;
@@ -20,7 +22,7 @@ class QNAlertController : public QObject {
 public:
     // Loads the interface file, then runs windowDidLoad once. Throws PlatformException when the file is missing, broken
     // or incomplete.
-    explicit QNAlertController(const QString& interfaceName = QStringLiteral("QNAlertController"));
+    explicit QNAlertController(const QString& interfaceName = u"QNAlertController"_s);
     ~QNAlertController() override;
 
     Window* window() const { return window_.get(); }

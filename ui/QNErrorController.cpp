@@ -12,10 +12,12 @@
 
 #include <QShortcut>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr double kButtonRadius = 25.0;
-const QString kCommonSans = QStringLiteral("Common Sans");
+const QString kCommonSans = u"Common Sans"_s;
 
 ButtonLook darkButton(const QString& titleKey) {
     return {titleKey, hexColor("#FFFFFF"), {kCommonSans, 14.0}, hexColor("#000000"), kButtonRadius};
@@ -61,7 +63,7 @@ void QNErrorController::connectActions() {
 
 void QNErrorController::awakeFromNib() {
     Layer layer = view_->layer();
-    layer.backgroundColor = settingColor(QStringLiteral("BG_COLOR"));
+    layer.backgroundColor = settingColor(u"BG_COLOR"_s);
     view_->setLayer(layer);
     setupTitle();
     setupMessage();
@@ -72,7 +74,7 @@ void QNErrorController::awakeFromNib() {
 }
 
 void QNErrorController::setupTitle() {
-    styleLabel(*errorTitle_, hexColor("#1A1A1A"), {QStringLiteral("CommonSans-Bold"), 32.0});
+    styleLabel(*errorTitle_, hexColor("#1A1A1A"), {u"CommonSans-Bold"_s, 32.0});
 }
 
 void QNErrorController::setupMessage() {
@@ -84,18 +86,15 @@ void QNErrorController::setupSubTitle() {
 }
 
 void QNErrorController::setupContactSupport() {
-    styleButton(*contactSupportButton_, {QStringLiteral("QNContactSupport"),
-                                         hexColor("#FF0000"),
-                                         {kCommonSans, 14.0},
-                                         hexColor("#FFF0F0"),
-                                         kButtonRadius});
+    styleButton(*contactSupportButton_,
+                {u"QNContactSupport"_s, hexColor("#FF0000"), {kCommonSans, 14.0}, hexColor("#FFF0F0"), kButtonRadius});
     retryButton_->setVisible(false);
     contactSupportButton_->setVisible(true);
     closeButton_->setVisible(true);
 }
 
 void QNErrorController::setupCloseButton() {
-    styleButton(*closeButton_, darkButton(QStringLiteral("MessageClose")));
+    styleButton(*closeButton_, darkButton(u"MessageClose"_s));
     retryButton_->setVisible(false);
     contactSupportButton_->setVisible(false);
     closeButton_->setVisible(true);
@@ -103,13 +102,13 @@ void QNErrorController::setupCloseButton() {
 }
 
 void QNErrorController::setupRetryButton() {
-    styleButton(*retryButton_, darkButton(QStringLiteral("MessageRetry")));
+    styleButton(*retryButton_, darkButton(u"MessageRetry"_s));
     retryButton_->setVisible(true);
     contactSupportButton_->setVisible(false);
 }
 
 void QNErrorController::setCloseButtonLabel(const QString&) {
-    styleButton(*closeButton_, darkButton(QStringLiteral("MessageDownloadButtonText")));
+    styleButton(*closeButton_, darkButton(u"MessageDownloadButtonText"_s));
     customActionOnClose_ = 1;
 }
 
@@ -145,6 +144,6 @@ void QNErrorController::onCLoseClick() {
     // Without a link the object is an empty dictionary: quitting goes on without opening anything.
     QVariantMap object;
     if (customActionLink_)
-        object.insert(QStringLiteral("link"), *customActionLink_);
+        object.insert(u"link"_s, *customActionLink_);
     NotificationCenter::defaultCenter().post(kQuitInstallation, object);
 }

@@ -15,13 +15,15 @@
 
 #include <QVBoxLayout>
 
+using namespace Qt::StringLiterals;
+
 void QNMainController::setupSpinner() {
     spinner_ = std::make_unique<QNSpinner>();
 }
 
 void QNMainController::setupLayer() {
     Layer layer = view_->layer();
-    layer.backgroundColor = settingColor(QStringLiteral("BG_COLOR"));
+    layer.backgroundColor = settingColor(u"BG_COLOR"_s);
     layer.borderWidth = 0.0;
     view_->setLayer(layer);
 }
@@ -32,8 +34,8 @@ void QNMainController::setupMainMenu() {
 }
 
 void QNMainController::setupConnectingLabel() {
-    connectingLabel_->setText(localizedString(QStringLiteral("MessageConnecting")));
-    styleLabel(*connectingLabel_, hexColor("#1A1A1A"), {QStringLiteral("Common Sans"), 32.0});
+    connectingLabel_->setText(localizedString(u"MessageConnecting"_s));
+    styleLabel(*connectingLabel_, hexColor("#1A1A1A"), {u"Common Sans"_s, 32.0});
     for (QNSpinner* const spinner : spinnerView_->findChildren<QNSpinner*>())
         spinner->setAccessibleName(connectingLabel_->string());
 }
@@ -43,7 +45,7 @@ void QNMainController::setupUI() {
     errorView_->setVisible(false);
     spinnerView_->setVisible(true);
     progressStatus_->setVisible(false);
-    errorController_ = std::make_unique<QNErrorController>(QStringLiteral("QNErrorController"));
+    errorController_ = std::make_unique<QNErrorController>(u"QNErrorController"_s);
     auto* const fill = new QVBoxLayout(errorView_);
     fill->setContentsMargins(0, 0, 0, 0);
     fill->addWidget(errorController_->view());
@@ -76,23 +78,20 @@ void QNMainController::showErrorPanel() {
 }
 
 void QNMainController::showGenericDownloadScreen() {
-    QNLogger::debug(QStringLiteral("Show generic download screen."),
-                    logContext("-[QNMainController showGenericDownloadScreen]"));
+    QNLogger::debug(u"Show generic download screen."_s, logContext("-[QNMainController showGenericDownloadScreen]"));
     showErrorPanel();
-    showInfoAlertWithMessage(setupGenericDownloadUI(), localizedString(QStringLiteral("MessageGetLatestVersion")),
-                             imageNamed(QStringLiteral("dl")), Retry{false}, Close{true}, ContactSupport{true},
-                             setupVisitOnlineSiteLabelUI(),
-                             localizedString(QStringLiteral("MessageDownloadButtonText")),
+    showInfoAlertWithMessage(setupGenericDownloadUI(), localizedString(u"MessageGetLatestVersion"_s),
+                             imageNamed(u"dl"_s), Retry{false}, Close{true}, ContactSupport{true},
+                             setupVisitOnlineSiteLabelUI(), localizedString(u"MessageDownloadButtonText"_s),
                              config_ ? config_->actionUrl() : std::nullopt);
 }
 
 void QNMainController::showGenericError() {
-    QNLogger::debug(QStringLiteral("Show generic error screen."), logContext("-[QNMainController showGenericError]"));
+    QNLogger::debug(u"Show generic error screen."_s, logContext("-[QNMainController showGenericError]"));
     showErrorPanel();
-    showInfoAlertWithMessage(setupContactSupportLabelsUI(),
-                             localizedString(QStringLiteral("MessageInstallationFailed")),
-                             imageNamed(QStringLiteral("install_failed_block_img")), Retry{false}, Close{true},
-                             ContactSupport{true}, setupVisitOnlineSiteLabelUI());
+    showInfoAlertWithMessage(setupContactSupportLabelsUI(), localizedString(u"MessageInstallationFailed"_s),
+                             imageNamed(u"install_failed_block_img"_s), Retry{false}, Close{true}, ContactSupport{true},
+                             setupVisitOnlineSiteLabelUI());
 }
 
 void QNMainController::showInfoAlertWithMessage(const StyledText& message, const QString& title,

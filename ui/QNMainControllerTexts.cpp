@@ -11,11 +11,13 @@
 #include <QTextDocument>
 #include <QTextFragment>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr double kSmall = 14.0;
 constexpr double kLarge = 16.0;
-const QString kCommonSans = QStringLiteral("Common Sans");
+const QString kCommonSans = u"Common Sans"_s;
 const Color kClear{0.0, 0.0, 0.0, 0.0};
 
 QString text(const char* key) {
@@ -27,7 +29,7 @@ StyledText plainRun(const QString& string, double size) {
     TextAttributes base;
     base.alignment = Qt::AlignHCenter;
     base.color = hexColor("#1A1A1A");
-    base.font = FontChoice{QStringLiteral("CommonSans-Light"), size};
+    base.font = FontChoice{u"CommonSans-Light"_s, size};
     StyledText run(string, base);
     TextAttributes shown;
     shown.color = hexColor("#767676");
@@ -53,7 +55,7 @@ StyledText linkRun(const QString& string, const std::optional<QString>& address,
 
 // Carries no attributes of its own.
 StyledText separator() {
-    return StyledText(QStringLiteral(" "));
+    return StyledText(u" "_s);
 }
 
 std::optional<QString> setting(const char* key) {
@@ -116,7 +118,7 @@ StyledText QNMainController::stringFromHTML(const QString& html, const std::opti
     StyledText result;
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
         if (block.blockNumber() > 0)
-            result.append(StyledText(QStringLiteral("\n")));
+            result.append(StyledText(u"\n"_s));
         for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment)
             result.append(StyledText(fragment.fragment().text(), attributesOf(fragment.fragment().charFormat())));
     }

@@ -11,6 +11,8 @@
 #include "ui/View.h"
 #include "ui/Window.h"
 
+using namespace Qt::StringLiterals;
+
 QNMainController::QNMainController(const QString& interfaceName, MainMenu* mainMenu) : mainMenu_(mainMenu) {
     std::unique_ptr<QWidget> root = loadInterfaceFile(interfaceName);
     loadOutlets(*root);
@@ -62,7 +64,7 @@ void QNMainController::loadOutlets(QWidget& root) {
 void QNMainController::connectActions() {
     connect(closeButton_, &QAbstractButton::clicked, this, &QNMainController::onCloseTap);
     // It shows a cross and no words.
-    closeButton_->setAccessibleName(localizedString(QStringLiteral("MenuQuit")));
+    closeButton_->setAccessibleName(localizedString(u"MenuQuit"_s));
 }
 
 View* QNMainController::view() const {

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 template <typename Value>
@@ -14,7 +16,7 @@ void overwrite(std::optional<Value>& value, const std::optional<Value>& later) {
 
 [[noreturn]] void throwRange(qsizetype location, qsizetype count, qsizetype length) {
     throw PlatformException::range(
-        QStringLiteral("Range {%1, %2} out of bounds; string length %3").arg(location).arg(count).arg(length));
+        u"Range {%1, %2} out of bounds; string length %3"_s.arg(location).arg(count).arg(length));
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "platform/base/Address.h"
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool isLetterOrDigit(QChar unit) {
@@ -11,7 +13,7 @@ bool isHexDigit(QChar unit) {
 }
 
 bool isAllowed(QChar unit) {
-    return isLetterOrDigit(unit) || QStringLiteral("-._~!$&'()*+,/:;=?@[]").contains(unit);
+    return isLetterOrDigit(unit) || u"-._~!$&'()*+,/:;=?@[]"_s.contains(unit);
 }
 
 bool isWellFormed(const QString& text) {
@@ -71,7 +73,7 @@ std::optional<Address> Address::parse(const QString& text) {
         address.scheme = text.left(rest);
         ++rest;
     }
-    if (text.mid(rest, 2) == QStringLiteral("//")) {
+    if (text.mid(rest, 2) == u"//"_s) {
         const qsizetype start = rest + 2;
         const QString authority = text.mid(start, endOfAuthority(text, start) - start);
         if (!authority.isEmpty())

@@ -2,6 +2,8 @@
 
 #include "platform/base/TextDecoding.h"
 
+using namespace Qt::StringLiterals;
+
 namespace AddressPath {
 
 QString pathOf(const QString& address) {
@@ -10,7 +12,7 @@ QString pathOf(const QString& address) {
     const qsizetype slash = rest.indexOf(u'/');
     if (colon > 0 && (slash < 0 || colon < slash))
         rest = rest.mid(colon + 1);
-    if (!rest.startsWith(QStringLiteral("//")))
+    if (!rest.startsWith(u"//"_s))
         return rest;
     const qsizetype start = rest.indexOf(u'/', 2);
     return start < 0 ? QString() : rest.mid(start);

@@ -14,6 +14,8 @@
 #include <filesystem>
 #include <system_error>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -27,8 +29,7 @@ QString fileName(const QString& path) {
 }
 
 QString sentence(const char* before, const QString& path, const char* after) {
-    return QString::fromUtf8(before) + QStringLiteral("“") + fileName(path) + QStringLiteral("”") +
-           QString::fromUtf8(after);
+    return QString::fromUtf8(before) + u"“"_s + fileName(path) + u"”"_s + QString::fromUtf8(after);
 }
 
 // Codes as published in <Foundation/FoundationErrors.h>.
@@ -82,8 +83,8 @@ int writeAll(int descriptor, const QByteArray& bytes) {
 namespace FileManager {
 
 QString Error::text() const {
-    return QStringLiteral("Error Domain=NSCocoaErrorDomain Code=") + QString::number(code) + QStringLiteral(" \"") +
-           description + QStringLiteral("\" UserInfo={NSFilePath=") + path + u'}';
+    return u"Error Domain=NSCocoaErrorDomain Code="_s + QString::number(code) + u" \""_s + description +
+           u"\" UserInfo={NSFilePath="_s + path + u'}';
 }
 
 bool fileExists(const QString& path) {
@@ -183,14 +184,14 @@ WritingFileHandle::~WritingFileHandle() {
 
 void WritingFileHandle::seekToEndOfFile() {
     if (isPresent() && ::lseek(descriptor_, 0, SEEK_END) < 0)
-        throw PlatformException::fileHandle(QStringLiteral("seekToEndOfFile"), errno);
+        throw PlatformException::fileHandle(u"seekToEndOfFile"_s, errno);
 }
 
 void WritingFileHandle::writeData(const QByteArray& bytes) {
     if (!isPresent())
         return;
     if (const int failure = writeAll(descriptor_, bytes))
-        throw PlatformException::fileHandle(QStringLiteral("writeData:"), failure);
+        throw PlatformException::fileHandle(u"writeData:"_s, failure);
 }
 
 void WritingFileHandle::closeFile() {
@@ -199,5 +200,5 @@ void WritingFileHandle::closeFile() {
     const int descriptor = descriptor_;
     descriptor_ = -1;
     if (::close(descriptor) != 0)
-        throw PlatformException::fileHandle(QStringLiteral("closeFile"), errno);
+        throw PlatformException::fileHandle(u"closeFile"_s, errno);
 }

@@ -2,9 +2,11 @@
 
 #include <QMetaType>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString kAbsent = QStringLiteral("(null)");
+const QString kAbsent = u"(null)"_s;
 
 bool isPlainWord(const QString& text) {
     if (text.isEmpty())
@@ -22,16 +24,16 @@ bool isPlainWord(const QString& text) {
 QString quotedWhereNeeded(const QString& text) {
     if (isPlainWord(text))
         return text;
-    QString quoted = QStringLiteral("\"");
+    QString quoted = u"\""_s;
     for (const QChar unit : text) {
         if (unit == u'"' || unit == u'\\')
             quoted += u'\\';
         if (unit == u'\n')
-            quoted += QStringLiteral("\\n");
+            quoted += u"\\n"_s;
         else if (unit.unicode() < 0x80)
             quoted += unit;
         else
-            quoted += QStringLiteral("\\U%1").arg(unit.unicode(), 4, 16, QLatin1Char('0'));
+            quoted += u"\\U%1"_s.arg(unit.unicode(), 4, 16, QLatin1Char('0'));
     }
     return quoted + u'"';
 }
@@ -40,10 +42,10 @@ QString describeNested(const QVariant& value, qsizetype depth);
 
 QString describeDictionary(const QVariantMap& dictionary, qsizetype depth) {
     const QString indent(4 * depth, u' ');
-    QString text = QStringLiteral("{\n");
+    QString text = u"{\n"_s;
     for (auto entry = dictionary.cbegin(); entry != dictionary.cend(); ++entry)
-        text += indent + QStringLiteral("    ") + quotedWhereNeeded(entry.key()) + QStringLiteral(" = ") +
-                describeNested(entry.value(), depth + 1) + QStringLiteral(";\n");
+        text += indent + u"    "_s + quotedWhereNeeded(entry.key()) + u" = "_s +
+                describeNested(entry.value(), depth + 1) + u";\n"_s;
     return text + indent + u'}';
 }
 
@@ -52,9 +54,9 @@ QString describeList(const List& list, qsizetype depth) {
     const QString indent(4 * depth, u' ');
     QStringList items;
     for (const auto& item : list)
-        items += indent + QStringLiteral("    ") + describeNested(item, depth + 1);
-    const QString body = items.isEmpty() ? QString() : items.join(QStringLiteral(",\n")) + u'\n';
-    return QStringLiteral("(\n") + body + indent + u')';
+        items += indent + u"    "_s + describeNested(item, depth + 1);
+    const QString body = items.isEmpty() ? QString() : items.join(u",\n"_s) + u'\n';
+    return u"(\n"_s + body + indent + u')';
 }
 
 QString describeScalar(const QVariant& value) {
@@ -62,9 +64,9 @@ QString describeScalar(const QVariant& value) {
     case QMetaType::UnknownType:
         return kAbsent;
     case QMetaType::Nullptr:
-        return QStringLiteral("<null>");
+        return u"<null>"_s;
     case QMetaType::Bool:
-        return value.toBool() ? QStringLiteral("1") : QStringLiteral("0");
+        return value.toBool() ? u"1"_s : u"0"_s;
     case QMetaType::Double:
         return QString::number(value.toDouble(), 'g', 16);
     case QMetaType::Float:

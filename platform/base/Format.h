@@ -14,6 +14,8 @@
 #include <type_traits>
 #include <variant>
 
+using namespace Qt::StringLiterals;
+
 // Text of values as the platform's `%@` shows it. Absent is "(null)", empty text is nothing.
 //
 // Lists and dictionaries come out in the old property-list style, keys sorted, for console lines only.
@@ -25,14 +27,13 @@ QString describe(const QStringList& list);
 class FormatArgument {
 public:
     FormatArgument(const QString& text) : value_(text) {}
-    FormatArgument(const std::optional<QString>& text) : value_(text.value_or(QStringLiteral("(null)"))) {}
+    FormatArgument(const std::optional<QString>& text) : value_(text.value_or(u"(null)"_s)) {}
     FormatArgument(const char* utf8) : value_(QString::fromUtf8(utf8)) {}
     FormatArgument(const QVariant& value) : value_(describe(value)) {}
     FormatArgument(const QVariantMap& dictionary) : value_(describe(dictionary)) {}
     FormatArgument(const QStringList& list) : value_(describe(list)) {}
     FormatArgument(const Address& address) : value_(address.text) {}
-    FormatArgument(const std::optional<Address>& address)
-        : value_(address ? address->text : QStringLiteral("(null)")) {}
+    FormatArgument(const std::optional<Address>& address) : value_(address ? address->text : u"(null)"_s) {}
     FormatArgument(const PlatformException& exception) : value_(exception.description()) {}
     FormatArgument(const TransportError& error) : value_(error.text()) {}
     FormatArgument(double number) : value_(number) {}

@@ -1,5 +1,7 @@
 #include "platform/base/HttpRedirect.h"
 
+using namespace Qt::StringLiterals;
+
 namespace HttpRedirect {
 
 namespace {
@@ -15,9 +17,9 @@ bool isRedirect(long status) {
 }
 
 QString methodAfter(long status, const QString& method) {
-    const bool isPost = method == QStringLiteral("POST");
+    const bool isPost = method == u"POST"_s;
     if (status == 303 || (isPost && (status == 301 || status == 302)))
-        return QStringLiteral("GET");
+        return u"GET"_s;
     return method;
 }
 

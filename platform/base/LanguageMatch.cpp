@@ -6,6 +6,8 @@
 #include <array>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString canonical(const QString& tag) {
@@ -25,10 +27,10 @@ QString parentOf(const QString& tag) {
 // The tag under the other code of its language; empty when it has one code only.
 QString underOtherCode(const QString& tag) {
     static const std::array<std::pair<QString, QString>, 4> kCodes = {{
-        {QStringLiteral("he"), QStringLiteral("iw")},
-        {QStringLiteral("id"), QStringLiteral("in")},
-        {QStringLiteral("yi"), QStringLiteral("ji")},
-        {QStringLiteral("nb"), QStringLiteral("no")},
+        {u"he"_s, u"iw"_s},
+        {u"id"_s, u"in"_s},
+        {u"yi"_s, u"ji"_s},
+        {u"nb"_s, u"no"_s},
     }};
     const QString language = languageOf(tag);
     for (const auto& [code, other] : kCodes) {
@@ -45,11 +47,11 @@ QString scriptOf(const QString& tag) {
     if (subtags.size() > 1 && subtags[1].size() == 4) {
         return subtags[1];
     }
-    if (subtags[0] != QStringLiteral("zh")) {
+    if (subtags[0] != u"zh"_s) {
         return {};
     }
-    static const QStringList kTraditional = {QStringLiteral("tw"), QStringLiteral("hk"), QStringLiteral("mo")};
-    return subtags.size() > 1 && kTraditional.contains(subtags[1]) ? QStringLiteral("hant") : QStringLiteral("hans");
+    static const QStringList kTraditional = {u"tw"_s, u"hk"_s, u"mo"_s};
+    return subtags.size() > 1 && kTraditional.contains(subtags[1]) ? u"hant"_s : u"hans"_s;
 }
 
 template <typename Predicate>
@@ -62,7 +64,7 @@ std::optional<QString> firstOf(const QStringList& available, Predicate&& accepts
 std::optional<QString> byTagOrParent(const QString& wanted, const QStringList& available) {
     for (QString tag = wanted; !tag.isEmpty(); tag = parentOf(tag)) {
         // A bare "zh" holds one script and must not serve the readers of the other.
-        if (scriptOf(tag) != scriptOf(wanted) && languageOf(tag) == QStringLiteral("zh")) {
+        if (scriptOf(tag) != scriptOf(wanted) && languageOf(tag) == u"zh"_s) {
             break;
         }
         if (auto found = firstOf(available, [&tag](const QString& candidate) { return candidate == tag; })) {

@@ -4,6 +4,8 @@
 
 #include <array>
 
+using namespace Qt::StringLiterals;
+
 namespace MediaTypes {
 
 namespace {
@@ -61,7 +63,7 @@ QString forExtension(const QString& extension) {
         if (carries(type, extension))
             return type;
     }
-    return QStringLiteral("application/octet-stream");
+    return u"application/octet-stream"_s;
 }
 
 } // namespace MediaTypes

@@ -4,6 +4,8 @@
 
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString describeObject(const NotificationObject& object) {
@@ -12,8 +14,8 @@ QString describeObject(const NotificationObject& object) {
     if (const auto* dictionary = std::get_if<QVariantMap>(&object))
         return describe(*dictionary);
     if (const auto* sender = std::get_if<const void*>(&object))
-        return QStringLiteral("<0x%1>").arg(reinterpret_cast<quintptr>(*sender), 0, 16);
-    return QStringLiteral("(null)");
+        return u"<0x%1>"_s.arg(reinterpret_cast<quintptr>(*sender), 0, 16);
+    return u"(null)"_s;
 }
 
 } // namespace

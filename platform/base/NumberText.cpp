@@ -8,6 +8,8 @@
 #include <cstring>
 #include <limits>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool isSkipped(QChar unit) {
@@ -55,7 +57,7 @@ std::optional<unsigned> hexInt(const QString& text) {
     qsizetype at = 0;
     while (at < text.size() && text[at].isSpace())
         ++at;
-    const bool prefixed = text.mid(at, 2).compare(QStringLiteral("0x"), Qt::CaseInsensitive) == 0;
+    const bool prefixed = text.mid(at, 2).compare(u"0x"_s, Qt::CaseInsensitive) == 0;
     if (prefixed && at + 2 < text.size() && hexDigitValue(text[at + 2]) >= 0)
         at += 2;
     std::optional<unsigned> value;

@@ -2,6 +2,8 @@
 
 #include <QUrl>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString withoutTrailingSlashes(QString path) {
@@ -42,13 +44,13 @@ QString pathExtension(const QString& path) {
 
 QString lastPathComponent(const QString& path) {
     const QString shortened = withoutTrailingSlashes(path);
-    return shortened == QStringLiteral("/") ? shortened : shortened.mid(shortened.lastIndexOf(u'/') + 1);
+    return shortened == u"/"_s ? shortened : shortened.mid(shortened.lastIndexOf(u'/') + 1);
 }
 
 QString deletingLastPathComponent(const QString& path) {
     const QString shortened = withoutTrailingSlashes(path);
     const qsizetype slash = shortened.lastIndexOf(u'/');
-    return slash == 0 ? QStringLiteral("/") : withoutTrailingSlashes(shortened.left(qMax<qsizetype>(slash, 0)));
+    return slash == 0 ? u"/"_s : withoutTrailingSlashes(shortened.left(qMax<qsizetype>(slash, 0)));
 }
 
 QString percentEscaped(const QString& text) {

@@ -6,6 +6,8 @@
 #include <QStringConverter>
 #include <QStringList>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using StringsTable::Table;
@@ -53,10 +55,10 @@ private:
             const QString two = text_.mid(at_, 2);
             if (current().isSpace())
                 ++at_;
-            else if (two == QStringLiteral("//"))
-                skipBehind(QStringLiteral("\n"), 2, false);
-            else if (two == QStringLiteral("/*"))
-                skipBehind(QStringLiteral("*/"), 2, true);
+            else if (two == u"//"_s)
+                skipBehind(u"\n"_s, 2, false);
+            else if (two == u"/*"_s)
+                skipBehind(u"*/"_s, 2, true);
             else
                 break;
         }
@@ -80,7 +82,7 @@ private:
         if (current() == u'"')
             return readQuoted();
         const qsizetype start = at_;
-        while (at_ < text_.size() && (current().isLetterOrNumber() || QStringLiteral("_.-$/:").contains(current())))
+        while (at_ < text_.size() && (current().isLetterOrNumber() || u"_.-$/:"_s.contains(current())))
             ++at_;
         return at_ > start ? std::optional(text_.mid(start, at_ - start)) : std::nullopt;
     }

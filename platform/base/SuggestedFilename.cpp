@@ -4,6 +4,8 @@
 #include "platform/base/ContentDisposition.h"
 #include "platform/base/MediaTypes.h"
 
+using namespace Qt::StringLiterals;
+
 namespace SuggestedFilename {
 
 namespace {
@@ -50,8 +52,8 @@ QString withoutDangerousCharacters(const QString& name) {
 
 QString cleaned(const QString& name) {
     const QString result = withoutDangerousCharacters(name);
-    if (result.isEmpty() || result == u'.' || result == QStringLiteral(".."))
-        return QStringLiteral("Unknown");
+    if (result.isEmpty() || result == u'.' || result == u".."_s)
+        return u"Unknown"_s;
     return cutKeepingExtension(result);
 }
 

@@ -1,52 +1,53 @@
 #include "platform/base/TransportError.h"
 
+using namespace Qt::StringLiterals;
+
 QString TransportError::localizedDescription() const {
     switch (code) {
     case kUnknown:
-        return QStringLiteral("unknown error");
+        return u"unknown error"_s;
     case kCancelled:
-        return QStringLiteral("cancelled");
+        return u"cancelled"_s;
     case kTimedOut:
-        return QStringLiteral("The request timed out.");
+        return u"The request timed out."_s;
     case kUnsupportedAddress:
-        return QStringLiteral("unsupported URL");
+        return u"unsupported URL"_s;
     case kCannotFindHost:
-        return QStringLiteral("A server with the specified hostname could not be found.");
+        return u"A server with the specified hostname could not be found."_s;
     case kCannotConnect:
-        return QStringLiteral("Could not connect to the server.");
+        return u"Could not connect to the server."_s;
     case kConnectionLost:
-        return QStringLiteral("The network connection was lost.");
+        return u"The network connection was lost."_s;
     case kTooManyRedirects:
-        return QStringLiteral("too many HTTP redirects");
+        return u"too many HTTP redirects"_s;
     case kNotConnected:
-        return QStringLiteral("The Internet connection appears to be offline.");
+        return u"The Internet connection appears to be offline."_s;
     case kBadServerResponse:
-        return QStringLiteral("There was a bad response from the server.");
+        return u"There was a bad response from the server."_s;
     case kFileDoesNotExist:
-        return QStringLiteral("The requested URL was not found on this server.");
+        return u"The requested URL was not found on this server."_s;
     case kFileIsDirectory:
-        return QStringLiteral("The requested URL is a directory.");
+        return u"The requested URL is a directory."_s;
     case kNoPermissionToRead:
-        return QStringLiteral("You do not have permission to access the requested resource.");
+        return u"You do not have permission to access the requested resource."_s;
     case kDataLengthExceedsMaximum:
-        return QStringLiteral("resource exceeds maximum size");
+        return u"resource exceeds maximum size"_s;
     case kSecureConnectionFailed:
-        return QStringLiteral("An SSL error has occurred and a secure connection to the server cannot be made.");
+        return u"An SSL error has occurred and a secure connection to the server cannot be made."_s;
     case kUntrustedCertificate:
-        return QStringLiteral("The certificate for this server is invalid.");
+        return u"The certificate for this server is invalid."_s;
     case kCannotCreateFile:
-        return QStringLiteral("The file for the download could not be created.");
+        return u"The file for the download could not be created."_s;
     case kCannotWriteFile:
-        return QStringLiteral("The download could not be written to disk.");
+        return u"The download could not be written to disk."_s;
     }
-    return QStringLiteral("The operation couldn’t be completed.");
+    return u"The operation couldn’t be completed."_s;
 }
 
 QString TransportError::text() const {
-    const QString address = failingAddress.isEmpty()
-                                ? QString()
-                                : QStringLiteral("NSErrorFailingURLStringKey=") + failingAddress + QStringLiteral(", ");
-    return QStringLiteral("Error Domain=NSURLErrorDomain Code=") + QString::number(static_cast<int>(code)) +
-           QStringLiteral(" \"") + localizedDescription() + QStringLiteral("\" UserInfo={") + address +
-           QStringLiteral("NSLocalizedDescription=") + localizedDescription() + u'}';
+    const QString address =
+        failingAddress.isEmpty() ? QString() : u"NSErrorFailingURLStringKey="_s + failingAddress + u", "_s;
+    return u"Error Domain=NSURLErrorDomain Code="_s + QString::number(static_cast<int>(code)) + u" \""_s +
+           localizedDescription() + u"\" UserInfo={"_s + address + u"NSLocalizedDescription="_s +
+           localizedDescription() + u'}';
 }

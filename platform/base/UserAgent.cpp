@@ -2,11 +2,13 @@
 
 #include <QUrl>
 
+using namespace Qt::StringLiterals;
+
 QByteArray userAgent(const QVariantMap& infoDictionary) {
-    QString name = infoDictionary.value(QStringLiteral("CFBundleName")).toString();
+    QString name = infoDictionary.value(u"CFBundleName"_s).toString();
     if (name.isEmpty())
-        name = infoDictionary.value(QStringLiteral("CFBundleExecutable")).toString();
-    const QString version = infoDictionary.value(QStringLiteral("CFBundleShortVersionString")).toString();
+        name = infoDictionary.value(u"CFBundleExecutable"_s).toString();
+    const QString version = infoDictionary.value(u"CFBundleShortVersionString"_s).toString();
     const QByteArray product = name.isEmpty() ? "QNInstaller" : QUrl::toPercentEncoding(name);
     return version.isEmpty() ? product : product + '/' + QUrl::toPercentEncoding(version);
 }

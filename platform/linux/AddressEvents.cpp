@@ -13,19 +13,20 @@
 #include <thread>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 namespace {
 
 // Nothing depends on the outcome: without the name the program only cannot be reached by the desktop.
 void takePlaceOnBus(const QString& address, const QString& name, ApplicationObject* object) {
-    QDBusConnection bus = QDBusConnection::connectToBus(address, QStringLiteral("address-events"));
+    QDBusConnection bus = QDBusConnection::connectToBus(address, u"address-events"_s);
     if (!bus.isConnected()) {
         return;
     }
     bus.registerVirtualObject(objectPathFor(name), object);
-    QDBusMessage request =
-        QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-                                       QStringLiteral("org.freedesktop.DBus"), QStringLiteral("RequestName"));
+    QDBusMessage request = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+                                                          u"org.freedesktop.DBus"_s, u"RequestName"_s);
     constexpr uint kWaitInLine = 0; // a copy that is just ending may still hold the name
     request.setArguments({name, kWaitInLine});
     bus.send(request);
@@ -50,7 +51,7 @@ void setOpenAddressHandler(std::function<void(const QString&)> handler) {
 }
 
 void forwardAddressToRunningCopy(const QString& address) {
-    callRunningCopy(QStringLiteral("Open"), {QStringList{address}, QVariantMap()});
+    callRunningCopy(u"Open"_s, {QStringList{address}, QVariantMap()});
 }
 
 } // namespace platform

@@ -16,9 +16,11 @@
 #include <array>
 #include <climits>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString kLocalizationSuffix = QStringLiteral(".lproj");
+const QString kLocalizationSuffix = u".lproj"_s;
 
 QString pathOfThisExecutable() {
     std::array<char, PATH_MAX> buffer{};
@@ -29,13 +31,13 @@ QString pathOfThisExecutable() {
 // A program outside a bundle counts as the main executable of a bundle that is its folder.
 QString pathOfMainBundle() {
     const QString folder = pathOfThisExecutable().section(u'/', 0, -2);
-    const QString inBundle = QStringLiteral("/Contents/MacOS");
+    const QString inBundle = u"/Contents/MacOS"_s;
     return folder.endsWith(inBundle) ? folder.chopped(inBundle.size()) : folder;
 }
 
 // `folder` is where the bundle lies on disk.
 QVariantMap readInformation(const QString& folder) {
-    const auto bytes = platform::readFileAt(folder + QStringLiteral("/Contents/Info.plist"));
+    const auto bytes = platform::readFileAt(folder + u"/Contents/Info.plist"_s);
     const auto list = bytes ? PropertyList::parse(*bytes) : std::nullopt;
     return list ? list->toMap() : QVariantMap();
 }
@@ -45,25 +47,24 @@ bool isFile(const QString& plain) {
 }
 
 QString resourcesOf(const QString& bundle) {
-    return bundle + QStringLiteral("/Contents/Resources");
+    return bundle + u"/Contents/Resources"_s;
 }
 
 QString chooseLocalizationOf(const Bundle& bundle) {
     const QDir resources(platform::realPath(resourcesOf(bundle.path())));
     QStringList available;
     for (const QString& folder : resources.entryList({u'*' + kLocalizationSuffix}, QDir::Dirs, QDir::Name)) {
-        if (folder != QStringLiteral("Base.lproj")) {
+        if (folder != u"Base.lproj"_s) {
             available += folder.chopped(kLocalizationSuffix.size());
         }
     }
-    const QString developmentRegion =
-        bundle.infoDictionary().value(QStringLiteral("CFBundleDevelopmentRegion"), QStringLiteral("en")).toString();
+    const QString developmentRegion = bundle.infoDictionary().value(u"CFBundleDevelopmentRegion"_s, u"en"_s).toString();
     return StringsTable::chooseLocalization(platform::preferredLanguages(), available, developmentRegion);
 }
 
 StringsTable::Table readChosenTable() {
     const QString path = resourcesOf(Bundle::mainBundle().path()) + u'/' + chosenLocalization() + kLocalizationSuffix +
-                         QStringLiteral("/Localizable.strings");
+                         u"/Localizable.strings"_s;
     const auto bytes = platform::readSystemFile(path);
     const auto table = bytes ? StringsTable::parse(*bytes) : std::nullopt;
     return table.value_or(StringsTable::Table());
@@ -98,17 +99,17 @@ std::optional<Bundle> Bundle::bundleWithPath(const QString& path) {
 Bundle::Bundle(QString path) : path_(std::move(path)) {}
 
 std::optional<QString> Bundle::bundleIdentifier() const {
-    const QVariant identifier = info_.value(QStringLiteral("CFBundleIdentifier"));
+    const QVariant identifier = info_.value(u"CFBundleIdentifier"_s);
     return identifier.typeId() == QMetaType::QString ? std::optional(identifier.toString()) : std::nullopt;
 }
 
 std::optional<QString> Bundle::executablePath() const {
-    QString name = info_.value(QStringLiteral("CFBundleExecutable")).toString();
+    QString name = info_.value(u"CFBundleExecutable"_s).toString();
     if (name.isEmpty()) {
         name = path_.section(u'/', -1);
-        name = name.endsWith(QStringLiteral(".app")) ? name.chopped(4) : name;
+        name = name.endsWith(u".app"_s) ? name.chopped(4) : name;
     }
-    const QString executable = path_ + QStringLiteral("/Contents/MacOS/") + name;
+    const QString executable = path_ + u"/Contents/MacOS/"_s + name;
     return isFile(executable) ? std::optional(executable) : std::nullopt;
 }
 
@@ -117,7 +118,7 @@ std::optional<QString> Bundle::pathForResource(const QString& name, const QStrin
     const QString resources = resourcesOf(path_);
     const bool isMain = this == &mainBundle();
     const QString language = isMain ? chosenLocalization() : chooseLocalizationOf(*this);
-    for (const QString& folder : {QString(), u'/' + language + kLocalizationSuffix, QStringLiteral("/Base.lproj")}) {
+    for (const QString& folder : {QString(), u'/' + language + kLocalizationSuffix, u"/Base.lproj"_s}) {
         if (const QString path = resources + folder + u'/' + file; isFile(path)) {
             return path;
         }

@@ -12,6 +12,8 @@
 #include <ctime>
 #include <mutex>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 namespace {
 
@@ -58,7 +60,7 @@ void writeAll(const QByteArray& bytes) {
 }
 
 void logMessageOfQt(QtMsgType, const QMessageLogContext&, const QString& message) {
-    consoleLog(QStringLiteral("Qt: ") + message);
+    consoleLog(u"Qt: "_s + message);
 }
 
 } // namespace

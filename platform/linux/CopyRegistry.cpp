@@ -16,6 +16,8 @@
 #include <charconv>
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 namespace {
 
@@ -110,10 +112,9 @@ private:
 std::optional<Registry> openRegistry(const QString& identifier) {
     const auto folder = runtimeFolder();
     auto registry =
-        folder ? Registry::open(*folder + u'/' + QString(identifier).replace(u'/', u'_') + QStringLiteral(".copies"))
-               : std::nullopt;
+        folder ? Registry::open(*folder + u'/' + QString(identifier).replace(u'/', u'_') + u".copies"_s) : std::nullopt;
     if (!registry) {
-        consoleLog(QStringLiteral("Other copies cannot be found: the list in the runtime folder cannot be opened."));
+        consoleLog(u"Other copies cannot be found: the list in the runtime folder cannot be opened."_s);
     }
     return registry;
 }

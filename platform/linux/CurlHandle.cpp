@@ -7,6 +7,8 @@
 
 #include <cstdlib>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // The library's own sockets would be inherited by a program that another thread starts at that moment.
@@ -68,13 +70,13 @@ void setCommonOptions(CURL* handle, const TransferLimits& limits, const CurlList
 void setHop(CURL* handle, const QString& address, const QString& method, const QByteArray& body) {
     setOption(handle, CURLOPT_URL, address.toUtf8().constData());
     setOption(handle, CURLOPT_CUSTOMREQUEST, nullptr);
-    if (method == QStringLiteral("POST")) {
+    if (method == u"POST"_s) {
         setOption(handle, CURLOPT_POST, 1L);
         setOption(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
         setOption(handle, CURLOPT_POSTFIELDS, body.constData());
         return;
     }
     setOption(handle, CURLOPT_HTTPGET, 1L);
-    if (method != QStringLiteral("GET"))
+    if (method != u"GET"_s)
         setOption(handle, CURLOPT_CUSTOMREQUEST, method.toUtf8().constData());
 }

@@ -17,12 +17,14 @@
 #include <system_error>
 #include <thread>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 
 namespace {
 
 bool hasPlugin(const QString& folder, const char* pattern) {
-    const QDir platforms(folder + QStringLiteral("/platforms"));
+    const QDir platforms(folder + u"/platforms"_s);
     return !platforms.entryList({QString::fromLatin1(pattern)}, QDir::Files).isEmpty();
 }
 

@@ -13,6 +13,8 @@
 #include <cerrno>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 namespace {
 
@@ -43,7 +45,7 @@ QString folderForTemporaryFiles() {
     while (folder.size() > 1 && folder.endsWith(u'/')) {
         folder.chop(1);
     }
-    return folder.isEmpty() ? QStringLiteral("/tmp") : folder;
+    return folder.isEmpty() ? u"/tmp"_s : folder;
 }
 
 } // namespace
@@ -63,13 +65,12 @@ QString userName() {
 }
 
 std::optional<QString> temporaryDirectory() {
-    QString name = Bundle::mainBundle().bundleIdentifier().value_or(QStringLiteral("QNInstaller"));
+    QString name = Bundle::mainBundle().bundleIdentifier().value_or(u"QNInstaller"_s);
     name.replace(u'/', u'_'); // the identifier is one name, never a way to another folder
-    const QString folder = QStringLiteral("%1/%2-%3").arg(folderForTemporaryFiles(), name, QString::number(::getuid()));
+    const QString folder = u"%1/%2-%3"_s.arg(folderForTemporaryFiles(), name, QString::number(::getuid()));
     if (!ensurePrivateFolder(folder)) {
-        consoleLog(QStringLiteral("The temporary folder %1 cannot be used: it must be a folder of this user with mode "
-                                  "0700.")
-                       .arg(folder));
+        consoleLog(u"The temporary folder %1 cannot be used: it must be a folder of this user with mode "
+                   "0700."_s.arg(folder));
         return std::nullopt;
     }
     return folder;

@@ -1,5 +1,7 @@
 #include "platform/linux/LocaleNames.h"
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 namespace {
 
@@ -21,7 +23,7 @@ PosixName takeApart(const QString& name) {
 
 bool isPortableLocale(const QString& name) {
     const QString language = takeApart(name).language;
-    return language.isEmpty() || language == QStringLiteral("C") || language == QStringLiteral("POSIX");
+    return language.isEmpty() || language == u"C"_s || language == u"POSIX"_s;
 }
 
 QString effectiveLocale(const LocaleVariables& variables) {
@@ -34,17 +36,17 @@ QString effectiveLocale(const LocaleVariables& variables) {
 }
 
 QString scriptOf(const PosixName& name) {
-    if (name.modifier == QStringLiteral("latin")) {
-        return QStringLiteral("Latn");
+    if (name.modifier == u"latin"_s) {
+        return u"Latn"_s;
     }
-    if (name.modifier == QStringLiteral("cyrillic")) {
-        return QStringLiteral("Cyrl");
+    if (name.modifier == u"cyrillic"_s) {
+        return u"Cyrl"_s;
     }
-    if (name.language != QStringLiteral("zh")) {
+    if (name.language != u"zh"_s) {
         return {};
     }
-    static const QStringList kTraditional = {QStringLiteral("TW"), QStringLiteral("HK"), QStringLiteral("MO")};
-    return kTraditional.contains(name.territory) ? QStringLiteral("Hant") : QStringLiteral("Hans");
+    static const QStringList kTraditional = {u"TW"_s, u"HK"_s, u"MO"_s};
+    return kTraditional.contains(name.territory) ? u"Hant"_s : u"Hans"_s;
 }
 
 } // namespace
@@ -52,7 +54,7 @@ QString scriptOf(const PosixName& name) {
 QString languageTagOf(const QString& posixName) {
     const PosixName name = takeApart(posixName);
     if (isPortableLocale(posixName)) {
-        return name.language.isEmpty() ? QString() : QStringLiteral("en");
+        return name.language.isEmpty() ? QString() : u"en"_s;
     }
     QString tag = name.language;
     for (const QString& part : {scriptOf(name), name.territory}) {
@@ -66,7 +68,7 @@ QString languageTagOf(const QString& posixName) {
 QStringList languagesFrom(const LocaleVariables& variables) {
     const QString effective = effectiveLocale(variables);
     if (isPortableLocale(effective)) {
-        return {QStringLiteral("en")};
+        return {u"en"_s};
     }
     QStringList tags;
     for (const QString& item : variables.language.split(u':') + QStringList{effective}) {

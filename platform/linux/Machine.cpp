@@ -9,6 +9,8 @@
 
 #include <sys/utsname.h>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 namespace {
 
@@ -23,7 +25,7 @@ utsname kernelNames() {
 } // namespace
 
 std::array<int, 3> operatingSystemVersion() {
-    const auto release = readSystemFile(QStringLiteral("/etc/os-release"));
+    const auto release = readSystemFile(u"/etc/os-release"_s);
     const auto identifier = release ? versionIdOf(*release) : std::nullopt;
     if (const auto numbers = identifier ? versionNumbers(*identifier) : std::nullopt) {
         return *numbers;

@@ -2,6 +2,8 @@
 
 #include <QList>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 namespace {
 
@@ -67,11 +69,11 @@ std::optional<QString> versionIdOf(const QByteArray& osRelease) {
 }
 
 std::optional<QString> architectureDescription(const QString& machine) {
-    if (machine == QStringLiteral("x86_64")) {
-        return QStringLiteral("Intel x86-64");
+    if (machine == u"x86_64"_s) {
+        return u"Intel x86-64"_s;
     }
-    if (machine == QStringLiteral("aarch64") || machine == QStringLiteral("arm64")) {
-        return QStringLiteral("ARM64");
+    if (machine == u"aarch64"_s || machine == u"arm64"_s) {
+        return u"ARM64"_s;
     }
     return std::nullopt;
 }

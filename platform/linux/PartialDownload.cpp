@@ -13,6 +13,8 @@
 #include <set>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 struct Registry {
@@ -34,7 +36,7 @@ std::shared_ptr<PartialDownload> PartialDownload::create() {
     if (!folder)
         return nullptr;
     constexpr int kSuffixLength = 4;
-    std::string path = QFile::encodeName(*folder + QStringLiteral("/CFNetworkDownload_XXXXXX.tmp")).toStdString();
+    std::string path = QFile::encodeName(*folder + u"/CFNetworkDownload_XXXXXX.tmp"_s).toStdString();
     Registry& all = registry();
     // Made under the lock, so that removeAll() sees every file that exists.
     const std::lock_guard lock(all.mutex);

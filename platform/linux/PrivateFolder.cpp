@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 
 bool isPrivateFolder(const QString& path) {
@@ -34,7 +36,7 @@ std::optional<QString> runtimeFolder() {
     if (auto session = sessionRuntimeFolder()) {
         return session;
     }
-    const QString own = QStringLiteral("/tmp/runtime-%1").arg(::geteuid());
+    const QString own = u"/tmp/runtime-%1"_s.arg(::geteuid());
     return ensurePrivateFolder(own) ? std::optional(own) : std::nullopt;
 }
 

@@ -15,6 +15,8 @@
 #include <climits>
 #include <thread>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 namespace {
 
@@ -52,7 +54,7 @@ bool belongsToThisUser(const QString& folder) {
 // for that; some programs never have one.
 QByteArray commandLineOf(const QString& folder, Clock::time_point deadline) {
     for (;;) {
-        QByteArray line = readFileAt(folder + QStringLiteral("/cmdline")).value_or(QByteArray());
+        QByteArray line = readFileAt(folder + u"/cmdline"_s).value_or(QByteArray());
         if (!line.isEmpty() || Clock::now() >= deadline) {
             return line;
         }
@@ -62,7 +64,7 @@ QByteArray commandLineOf(const QString& folder, Clock::time_point deadline) {
 
 // The executable's bundle, or for a script that of its first argument.
 std::optional<QString> bundleOfProcess(const QString& folder, Clock::time_point deadline) {
-    const QString executable = linkTarget(folder + QStringLiteral("/exe"));
+    const QString executable = linkTarget(folder + u"/exe"_s);
     if (executable.isEmpty()) { // a thread of the kernel, or one that has ended
         return std::nullopt;
     }
@@ -71,7 +73,7 @@ std::optional<QString> bundleOfProcess(const QString& folder, Clock::time_point 
     }
     QString script = QFile::decodeName(firstArgumentOf(commandLineOf(folder, deadline)));
     if (!script.isEmpty() && !script.startsWith(u'/')) {
-        script = QDir::cleanPath(linkTarget(folder + QStringLiteral("/cwd")) + u'/' + script);
+        script = QDir::cleanPath(linkTarget(folder + u"/cwd"_s) + u'/' + script);
     }
     return bundleHolding(script);
 }
@@ -103,7 +105,7 @@ QByteArray firstArgumentOf(const QByteArray& commandLine) {
 
 std::optional<QString> bundleHolding(const QString& executable) {
     const QString folder = executable.section(u'/', 0, -2);
-    const QString inBundle = QStringLiteral("/Contents/MacOS");
+    const QString inBundle = u"/Contents/MacOS"_s;
     return folder.size() > inBundle.size() && folder.endsWith(inBundle) ? std::optional(folder.chopped(inBundle.size()))
                                                                         : std::nullopt;
 }
@@ -111,7 +113,7 @@ std::optional<QString> bundleHolding(const QString& executable) {
 std::vector<pid_t> processesWithBundleIdentifier(const QString& identifier) {
     std::vector<Found> found;
     const auto deadline = Clock::now() + kLongestWaitForCommandLines;
-    const QDir table(QStringLiteral("/proc"));
+    const QDir table(u"/proc"_s);
     for (const QString& name : table.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         bool isNumber = false;
         const pid_t process = name.toInt(&isNumber);
@@ -123,7 +125,7 @@ std::vector<pid_t> processesWithBundleIdentifier(const QString& identifier) {
         if (!bundle || !hasIdentifier(*bundle, identifier)) {
             continue;
         }
-        const QByteArray stat = readFileAt(folder + QStringLiteral("/stat")).value_or(QByteArray());
+        const QByteArray stat = readFileAt(folder + u"/stat"_s).value_or(QByteArray());
         const auto parent = parentOf(stat);
         const auto startTime = startTimeOf(stat);
         if (parent && startTime) {

@@ -16,11 +16,13 @@
 #include <algorithm>
 #include <cstring>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 namespace {
 
-const QString kIpv4Routes = QStringLiteral("/proc/net/route");
-const QString kIpv6Routes = QStringLiteral("/proc/net/ipv6_route");
+const QString kIpv4Routes = u"/proc/net/route"_s;
+const QString kIpv6Routes = u"/proc/net/ipv6_route"_s;
 
 // Up, and with a cable or its like. The kernel is asked by name, since /sys may show another network namespace than
 // /proc/net does. An interface that cannot be asked counts by its route alone.
@@ -43,12 +45,12 @@ bool isRunning(const QString& interface) {
 
 // The same from files that stand for the system's own.
 bool isRunningByFiles(const QString& interface) {
-    const QString folder = QStringLiteral("/sys/class/net/") + interface;
+    const QString folder = u"/sys/class/net/"_s + interface;
     if (realPath(folder) == folder) {
         return true;
     }
-    const auto flags = readSystemFile(folder + QStringLiteral("/flags"));
-    const auto carrier = readSystemFile(folder + QStringLiteral("/carrier"));
+    const auto flags = readSystemFile(folder + u"/flags"_s);
+    const auto carrier = readSystemFile(folder + u"/carrier"_s);
     const bool isUp = !flags || (flags->trimmed().toUInt(nullptr, 16) & IFF_UP) != 0;
     return isUp && (!carrier || carrier->trimmed() != "0");
 }

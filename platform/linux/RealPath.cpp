@@ -12,6 +12,8 @@
 
 #include <cerrno>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 namespace {
 
@@ -37,16 +39,16 @@ std::optional<QString> systemRootOfEnvironment() {
 }
 
 QString systemRootOfBundle() {
-    return Bundle::mainBundle().path() + QStringLiteral("/Contents/SystemRoot");
+    return Bundle::mainBundle().path() + u"/Contents/SystemRoot"_s;
 }
 
 bool isBelowVolumes(const QString& plain) {
-    return plain == QStringLiteral("/Volumes") || plain.startsWith(QStringLiteral("/Volumes/"));
+    return plain == u"/Volumes"_s || plain.startsWith(u"/Volumes/"_s);
 }
 
 // A folder in /tmp that another user made, or can write to, would let that user put applications before us.
 std::optional<QString> volumesFolderInTmp() {
-    const QString folder = QStringLiteral("/tmp/volumes-%1").arg(::geteuid());
+    const QString folder = u"/tmp/volumes-%1"_s.arg(::geteuid());
     struct stat status {};
     const bool missing = ::lstat(QFile::encodeName(folder).constData(), &status) != 0 && errno == ENOENT;
     return missing || isPrivateFolder(folder) ? std::optional(folder) : std::nullopt;
@@ -66,7 +68,7 @@ QString realPath(const QString& plain) {
     }
     if (isBelowVolumes(plain)) {
         if (const auto volumes = volumesFolder()) {
-            return *volumes + plain.mid(QStringLiteral("/Volumes").size());
+            return *volumes + plain.mid(u"/Volumes"_s.size());
         }
     }
     return plain;
@@ -74,21 +76,20 @@ QString realPath(const QString& plain) {
 
 std::optional<QString> volumesFolder() {
     if (const auto root = systemRootOfEnvironment()) {
-        return *root + QStringLiteral("/Volumes");
+        return *root + u"/Volumes"_s;
     }
     if (const auto session = sessionRuntimeFolder()) {
-        return *session + QStringLiteral("/Volumes");
+        return *session + u"/Volumes"_s;
     }
     return volumesFolderInTmp();
 }
 
 void addOwnToolsToPath() {
-    const QStringList toolFolders = {QStringLiteral("/usr/bin"), QStringLiteral("/usr/sbin"), QStringLiteral("/bin"),
-                                     QStringLiteral("/sbin")};
+    const QStringList toolFolders = {u"/usr/bin"_s, u"/usr/sbin"_s, u"/bin"_s, u"/sbin"_s};
     QString path = qEnvironmentVariable("PATH");
     if (path.isEmpty()) {
         // Scripts without a PATH use the shell's own; ours alone would take its tools away.
-        path = QStringLiteral("/usr/local/bin:/usr/bin:/bin:/usr/local/sbin:/usr/sbin:/sbin");
+        path = u"/usr/local/bin:/usr/bin:/bin:/usr/local/sbin:/usr/sbin:/sbin"_s;
     }
     for (const QString& folder : toolFolders) {
         if (const QString own = systemRootOfBundle() + folder; isFolder(own)) {

@@ -8,6 +8,8 @@
 
 #include <QVariantMap>
 
+using namespace Qt::StringLiterals;
+
 std::vector<RunningApplication> RunningApplication::withBundleIdentifier(const QString& identifier) {
     const bool isOwn = identifier == Bundle::mainBundle().bundleIdentifier();
     const std::vector<pid_t> processes =
@@ -27,6 +29,6 @@ bool RunningApplication::isActive() const {
 // Where windows of others are out of reach (Wayland), our own copy raises its windows itself.
 void RunningApplication::activateAllWindows() const {
     if (!platform::activateWindowsOfProcess(pid_) && isOwnCopy_) {
-        platform::callRunningCopy(QStringLiteral("Activate"), {QVariantMap()});
+        platform::callRunningCopy(u"Activate"_s, {QVariantMap()});
     }
 }

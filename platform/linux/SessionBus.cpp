@@ -13,6 +13,8 @@
 #include <system_error>
 #include <thread>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 namespace {
 
@@ -32,13 +34,12 @@ QString nameElement(QString text) {
 
 // The bus answers in order: when it has told its own identity, the message before has been passed on.
 void sendAndSeeTaken(const QDBusMessage& message, const QString& address) {
-    const QString name = QStringLiteral("running-copy");
+    const QString name = u"running-copy"_s;
     {
         const QDBusConnection bus = QDBusConnection::connectToBus(address, name);
         if (bus.isConnected() && bus.send(message)) {
-            bus.call(QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
-                                                    QStringLiteral("/org/freedesktop/DBus"),
-                                                    QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")),
+            bus.call(QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
+                                                    u"org.freedesktop.DBus"_s, u"GetId"_s),
                      QDBus::Block, static_cast<int>(std::chrono::milliseconds(kLongestCall).count()));
         }
     }
@@ -62,9 +63,9 @@ std::optional<QString> sessionBusAddress() {
     if (!address.isEmpty()) {
         return address;
     }
-    const QString socket = qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus");
+    const QString socket = qEnvironmentVariable("XDG_RUNTIME_DIR") + u"/bus"_s;
     return socket.startsWith(u'/') && socket.size() > 4 && QFileInfo::exists(socket)
-               ? std::optional(QStringLiteral("unix:path=") + socket)
+               ? std::optional(u"unix:path="_s + socket)
                : std::nullopt;
 }
 
@@ -73,7 +74,7 @@ QString busNameFor(const QString& bundleIdentifier) {
     QStringList elements = bundleIdentifier.split(u'.');
     std::transform(elements.begin(), elements.end(), elements.begin(), nameElement);
     if (elements.size() < 2) {
-        elements.prepend(QStringLiteral("application"));
+        elements.prepend(u"application"_s);
     }
     return elements.join(u'.').left(kLongest);
 }
@@ -89,8 +90,8 @@ void callRunningCopy(const QString& method, const QVariantList& arguments) {
         return;
     }
     const QString name = busNameFor(*identifier);
-    QDBusMessage message = QDBusMessage::createMethodCall(name, objectPathFor(name),
-                                                          QStringLiteral("org.freedesktop.Application"), method);
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(name, objectPathFor(name), u"org.freedesktop.Application"_s, method);
     message.setArguments(arguments);
     message.setAutoStartService(false);
     // A bus that takes the connection and then says nothing would hold this thread for half a minute.

@@ -22,6 +22,8 @@
 #include <utility>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr std::size_t kChunk = std::size_t{64} * 1024; // what a pipe holds
@@ -40,8 +42,8 @@ void onHelperThread(std::function<void()> body) {
     try {
         std::thread(std::move(body)).detach();
     } catch (const std::system_error& error) {
-        throw PlatformException(QStringLiteral("NSGenericException"),
-                                QStringLiteral("no thread could be started: ") + QString::fromLocal8Bit(error.what()));
+        throw PlatformException(u"NSGenericException"_s,
+                                u"no thread could be started: "_s + QString::fromLocal8Bit(error.what()));
     }
 }
 
@@ -75,9 +77,9 @@ PlatformException launchFailure(int error) {
     case EMFILE:
     case ENFILE:
     case E2BIG: // the path is fine, the system or the arguments are not
-        return PlatformException::invalidArgument(QStringLiteral("Couldn't posix_spawn: error %1").arg(error));
+        return PlatformException::invalidArgument(u"Couldn't posix_spawn: error %1"_s.arg(error));
     default:
-        return PlatformException::invalidArgument(QStringLiteral("launch path not accessible"));
+        return PlatformException::invalidArgument(u"launch path not accessible"_s);
     }
 }
 
@@ -95,7 +97,7 @@ QByteArray ReadingFileHandle::readDataToEndOfFile() {
         data.append(chunk.data(), count);
     }
     if (count < 0) {
-        throw PlatformException::fileHandle(QStringLiteral("readDataToEndOfFile"), errno);
+        throw PlatformException::fileHandle(u"readDataToEndOfFile"_s, errno);
     }
     return data;
 }
@@ -116,7 +118,7 @@ void ReadingFileHandle::readInBackgroundAndNotify() {
 Pipe::Pipe() {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-        throw PlatformException::fileHandle(QStringLiteral("pipe"), errno);
+        throw PlatformException::fileHandle(u"pipe"_s, errno);
     }
     reading_ = std::make_shared<ReadingFileHandle>(ends[0]);
     writing_ = ends[1];
@@ -149,7 +151,7 @@ void Task::launchAhead(const QString& launchPath, const QStringList& arguments) 
 
 void Task::launch() {
     if (!launchPath_) {
-        throw PlatformException::invalidArgument(QStringLiteral("must provide a launch path"));
+        throw PlatformException::invalidArgument(u"must provide a launch path"_s);
     }
     if (!takeOver()) {
         start();

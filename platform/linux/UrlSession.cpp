@@ -14,6 +14,8 @@
 #include <system_error>
 #include <thread>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 void blockBrokenPipeSignal() {
@@ -31,8 +33,8 @@ void startThread(std::function<void()> body) {
             platform::reportingUncaughtExceptions(body);
         }).detach();
     } catch (const std::system_error& error) {
-        throw PlatformException(QStringLiteral("NSGenericException"),
-                                QStringLiteral("a thread could not be started: ") + QString::fromUtf8(error.what()));
+        throw PlatformException(u"NSGenericException"_s,
+                                u"a thread could not be started: "_s + QString::fromUtf8(error.what()));
     }
 }
 
@@ -41,9 +43,9 @@ TransferResult transfer(const UrlRequest& request, const TransferLimits& limits,
     if (!address)
         return TransportError{TransportError::kUnsupportedAddress, {}};
     const QString scheme = address->scheme.value_or(QString()).toLower();
-    if (scheme == QStringLiteral("file"))
+    if (scheme == u"file"_s)
         return transferFile(address->text, limits.receiveBuffer, sink);
-    const bool isHttp = scheme == QStringLiteral("http") || scheme == QStringLiteral("https");
+    const bool isHttp = scheme == u"http"_s || scheme == u"https"_s;
     if (!isHttp || address->host.value_or(QString()).isEmpty())
         return TransportError{TransportError::kUnsupportedAddress, address->text};
     return HttpTransfer(request, limits, sink).run();

@@ -16,10 +16,12 @@
 #include <system_error>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 namespace {
 
-const QString kVolumes = QStringLiteral("/Volumes");
+const QString kVolumes = u"/Volumes"_s;
 
 // The kernel names a mount point without links; the volumes folder may be reached through some.
 QString plainPathOf(const QString& mountPoint, const QStringList& volumesFolders) {
@@ -67,7 +69,7 @@ std::vector<ExtractedVolume> extractedVolumesIn(const QString& folder) {
 } // namespace
 
 QStringList mountedVolumes() {
-    const auto table = readSystemFile(QStringLiteral("/proc/self/mountinfo"));
+    const auto table = readSystemFile(u"/proc/self/mountinfo"_s);
     const auto folder = volumesFolder();
     const QStringList folders = folder ? QStringList{*folder, QFileInfo(*folder).canonicalFilePath()} : QStringList();
     QStringList paths;

@@ -5,6 +5,8 @@
 
 #include <QFileInfo>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 
 bool openAddress(const std::optional<Address>& address) {
@@ -12,8 +14,8 @@ bool openAddress(const std::optional<Address>& address) {
     if (!address || address->text.startsWith(u'-')) {
         return false;
     }
-    const auto child = spawn(
-        {.program = QStringLiteral("xdg-open"), .arguments = {address->text}, .searchPath = true, .ownSession = true});
+    const auto child =
+        spawn({.program = u"xdg-open"_s, .arguments = {address->text}, .searchPath = true, .ownSession = true});
     if (child) {
         collectInBackground(*child);
     }
@@ -26,7 +28,7 @@ std::optional<QString> fullPathForApplication(const QString& path) {
         plain.chop(1);
     }
     const bool isApplication =
-        plain.startsWith(u'/') && plain.endsWith(QStringLiteral(".app")) && QFileInfo(realPath(plain)).isDir();
+        plain.startsWith(u'/') && plain.endsWith(u".app"_s) && QFileInfo(realPath(plain)).isDir();
     return isApplication ? std::optional(plain) : std::nullopt;
 }
 

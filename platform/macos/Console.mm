@@ -2,6 +2,8 @@
 
 #import <Foundation/Foundation.h>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 
 void consoleLog(const QString& text) {
@@ -9,9 +11,8 @@ void consoleLog(const QString& text) {
 }
 
 void captureQtMessages() {
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& message) {
-        consoleLog(QStringLiteral("Qt: ") + message);
-    });
+    qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext&, const QString& message) { consoleLog(u"Qt: "_s + message); });
 }
 
 } // namespace platform

@@ -1,5 +1,7 @@
 #include "platform/RealPath.h"
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 
 QString realPath(const QString& plain) {
@@ -7,7 +9,7 @@ QString realPath(const QString& plain) {
 }
 
 std::optional<QString> volumesFolder() {
-    return QStringLiteral("/Volumes");
+    return u"/Volumes"_s;
 }
 
 void addOwnToolsToPath() {

@@ -19,6 +19,8 @@
 #include <utility>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr std::size_t kChunk = 65536;
@@ -87,7 +89,7 @@ QByteArray ReadingFileHandle::readDataToEndOfFile() {
         data.append(chunk.data(), count);
     }
     if (count < 0) {
-        throw PlatformException::fileHandle(QStringLiteral("readDataToEndOfFile"), errno);
+        throw PlatformException::fileHandle(u"readDataToEndOfFile"_s, errno);
     }
     return data;
 }
@@ -108,7 +110,7 @@ void ReadingFileHandle::readInBackgroundAndNotify() {
 Pipe::Pipe() {
     std::array<int, 2> ends{};
     if (::pipe(ends.data()) != 0) {
-        throw PlatformException::fileHandle(QStringLiteral("pipe"), errno);
+        throw PlatformException::fileHandle(u"pipe"_s, errno);
     }
     ::fcntl(ends[0], F_SETFD, FD_CLOEXEC);
     ::fcntl(ends[1], F_SETFD, FD_CLOEXEC);
@@ -133,7 +135,7 @@ Task::~Task() {
 
 void Task::launch() {
     if (!launchPath_) {
-        throw PlatformException::invalidArgument(QStringLiteral("must provide a launch path"));
+        throw PlatformException::invalidArgument(u"must provide a launch path"_s);
     }
     if (!takeOver()) {
         start();
@@ -144,7 +146,7 @@ void Task::start() {
     const int output = standardOutput_ ? standardOutput_->writing_ : STDOUT_FILENO;
     if (spawn(*launchPath_, arguments_, output, pid_) != 0) {
         pid_ = -1;
-        throw PlatformException::invalidArgument(QStringLiteral("launch path not accessible"));
+        throw PlatformException::invalidArgument(u"launch path not accessible"_s);
     }
     if (standardOutput_) {
         ::close(std::exchange(standardOutput_->writing_, -1));

@@ -11,20 +11,22 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 int reported = 0;
 
 class Raising : public QObject {
 public:
-    bool event(QEvent*) override { throw PlatformException::range(QStringLiteral("in an event")); }
+    bool event(QEvent*) override { throw PlatformException::range(u"in an event"_s); }
 };
 
 } // namespace
 
 TEST(ApplicationEvents, HandTheirExceptionsToTheInstalledHandler) {
     platform::setUncaughtExceptionHandler([](const PlatformException& exception) {
-        EXPECT_EQ(exception.reason(), QStringLiteral("in an event"));
+        EXPECT_EQ(exception.reason(), u"in an event"_s);
         ++reported;
     });
     Raising receiver;
@@ -35,8 +37,8 @@ TEST(ApplicationEvents, HandTheirExceptionsToTheInstalledHandler) {
 
 // The whole way: an event's handler in the running loop, the program's own crash handler, the orderly end.
 TEST(ApplicationEvents, ThatRaiseEndTheProgramInAnOrderlyWay) {
-    test::setInfo(QStringLiteral("QNEnv"), QStringLiteral("dev1"));
-    test::setSetting(QStringLiteral("kQNApplicationDataPathDev1"), QStringLiteral("/Data"));
+    test::setInfo(u"QNEnv"_s, u"dev1"_s);
+    test::setSetting(u"kQNApplicationDataPathDev1"_s, u"/Data"_s);
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
@@ -50,7 +52,6 @@ TEST(ApplicationEvents, ThatRaiseEndTheProgramInAnOrderlyWay) {
         testing::ExitedWithCode(0), "CRASH REASON: in an event\n.*CRASH USER_INFO: \\(null\\)\n");
     const QStringList log = test::eventLogMessages();
     ASSERT_GE(log.size(), 2);
-    EXPECT_EQ(log[log.size() - 2],
-              QStringLiteral("Application crashed with [reason: in an event and userInfo: (null)]"));
-    EXPECT_TRUE(log.last().contains(QStringLiteral("\"EVT\":\"End\""))) << log.last().toStdString();
+    EXPECT_EQ(log[log.size() - 2], u"Application crashed with [reason: in an event and userInfo: (null)]"_s);
+    EXPECT_TRUE(log.last().contains(u"\"EVT\":\"End\""_s)) << log.last().toStdString();
 }

@@ -18,6 +18,8 @@
 #include <optional>
 #include <string>
 
+using namespace Qt::StringLiterals;
+
 // Requests for the configuration against a loopback server that stands in the production setting.
 
 inline const char* const kInstall =
@@ -39,7 +41,7 @@ public:
         NotificationCenter::defaultCenter().addObserver(kChangeAnalyticsUrl, [this](const Notification& notification) {
             const std::lock_guard lock(mutex_);
             const auto* text = std::get_if<QString>(&notification.object);
-            seen_ += text ? *text : QStringLiteral("absent");
+            seen_ += text ? *text : u"absent"_s;
             onMainThread_ = MainQueue::isMainThread();
         });
     }
@@ -58,19 +60,19 @@ private:
 class ConfigFetch : public testing::Test {
 protected:
     ConfigFetch() {
-        test::putSystemTool(QStringLiteral("/sbin/ifconfig"), "#!/bin/sh\necho '\tether a4:83:e7:12:34:56'\n");
-        test::putSystemFile(QStringLiteral("/etc/os-release"), "VERSION_ID=\"14.2.1\"\n");
+        test::putSystemTool(u"/sbin/ifconfig"_s, "#!/bin/sh\necho '\tether a4:83:e7:12:34:56'\n");
+        test::putSystemFile(u"/etc/os-release"_s, "VERSION_ID=\"14.2.1\"\n");
         test::setEnvironment("LANG", "de_AT.UTF-8");
-        test::setSetting(QStringLiteral("AnalyticsProductName"), QStringLiteral("SampleProduct"));
+        test::setSetting(u"AnalyticsProductName"_s, u"SampleProduct"_s);
         setArguments({});
         configure(server.address("/config.json"));
     }
 
     static void setArguments(const QStringList& arguments) {
-        setProcessArguments(QStringList{QStringLiteral("/Program")} + arguments);
+        setProcessArguments(QStringList{u"/Program"_s} + arguments);
     }
     static void configure(const std::string& address) {
-        test::setSetting(QStringLiteral("PRODUCTION_URL"), QString::fromStdString(address));
+        test::setSetting(u"PRODUCTION_URL"_s, QString::fromStdString(address));
     }
 
     // Runs one request to its callback, and the queue once more: a second call would be seen.
@@ -101,6 +103,6 @@ protected:
 inline QStringList levels() {
     QStringList words;
     for (const QString& line : test::eventLog())
-        words += line.section(QStringLiteral("\"trace\": \""), 1).section(QLatin1Char('"'), 0, 0);
+        words += line.section(u"\"trace\": \""_s, 1).section(QLatin1Char('"'), 0, 0);
     return words;
 }

@@ -53,7 +53,7 @@ QString bigImage() {
     writePayload(source + u"/Setup.app/Contents/Resources/payload"_s);
     const QString image = test::folder() + u"/big.dmg"_s;
     QProcess writer;
-    writer.start(QStringLiteral(BUILT_BUNDLE "/Contents/SystemRoot/usr/bin/hdiutil"),
+    writer.start(u"" BUILT_BUNDLE "/Contents/SystemRoot/usr/bin/hdiutil"_s,
                  {u"create"_s, u"-srcfolder"_s, source, u"-volname"_s, u"Kit Setup"_s, u"-format"_s, u"UDRO"_s, image});
     if (!writer.waitForFinished(60'000) || writer.exitCode() != 0)
         ADD_FAILURE() << "the image was not made: " << writer.readAllStandardError().toStdString();

@@ -85,8 +85,7 @@ InstallerRun::~InstallerRun() {
     QProcess tool;
     tool.setProcessEnvironment(environment());
     for (const QString& volume : mountedVolumes()) {
-        tool.start(QStringLiteral(BUILT_BUNDLE "/Contents/SystemRoot/usr/bin/hdiutil"),
-                   {u"detach"_s, u"/Volumes/"_s + volume});
+        tool.start(u"" BUILT_BUNDLE "/Contents/SystemRoot/usr/bin/hdiutil"_s, {u"detach"_s, u"/Volumes/"_s + volume});
         tool.waitForFinished();
     }
 }
@@ -351,10 +350,10 @@ QMap<QString, QByteArray> sampleInstaller(const QString& name, int status) {
 }
 
 void expectAccount(const QString& account, const QString& name) {
-    const QString expectedPath = QStringLiteral(EXPECTED_FOLDER "/") + name + u".txt"_s;
+    const QString expectedPath = u"" EXPECTED_FOLDER "/"_s + name + u".txt"_s;
     if (test::readFile(expectedPath) == account.toUtf8())
         return;
-    const QString actualPath = QStringLiteral(ACTUAL_FOLDER "/") + name + u".txt"_s;
+    const QString actualPath = u"" ACTUAL_FOLDER "/"_s + name + u".txt"_s;
     test::writeFile(actualPath, account.toUtf8());
     QProcess diff;
     diff.start(u"diff"_s, {u"-u"_s, expectedPath, actualPath});

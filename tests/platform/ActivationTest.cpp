@@ -12,6 +12,8 @@
 #include <memory>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Values of properties on the display that DISPLAY names.
@@ -59,7 +61,7 @@ std::vector<pid_t> stacking() {
 class Activation : public testing::Test {
 protected:
     void startWindowManager() { display_.startWindowManager(); }
-    std::unique_ptr<ChildProcess> startApplication(const QString& identifier = QStringLiteral("com.example.windows")) {
+    std::unique_ptr<ChildProcess> startApplication(const QString& identifier = u"com.example.windows"_s) {
         return display_.startApplication(identifier);
     }
     static bool isActive(const ChildProcess& application) { return ManagedDisplay::isActive(application); }
@@ -101,13 +103,13 @@ TEST_F(Activation, IsUnknownAndSoNotGivenWithoutADisplay) {
 }
 
 TEST_F(Activation, IsLeftToOurOwnCopyWhereItsWindowsAreOutOfReach) {
-    const QString bus = test::folder() + QStringLiteral("/bus");
+    const QString bus = test::folder() + u"/bus"_s;
     ChildProcess daemon({"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=1",
                          "--address=unix:path=" + bus.toStdString()});
     test::setEnvironment("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(daemon.readLine()));
     startWindowManager();
-    const QString identifier = QStringLiteral("com.example.copy");
-    test::setInfo(QStringLiteral("CFBundleIdentifier"), identifier);
+    const QString identifier = u"com.example.copy"_s;
+    test::setInfo(u"CFBundleIdentifier"_s, identifier);
     const auto copy = startApplication(identifier);
     const auto other = startApplication();
     ASSERT_TRUE(activate(*other));

@@ -22,21 +22,23 @@
 #include <cstring>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-const QString kIdentifier = QStringLiteral("com.ex-ample.events");
+const QString kIdentifier = u"com.ex-ample.events"_s;
 
 // A real bus of the case's own, and this process as the running copy.
 class AddressEvents : public testing::Test {
 protected:
-    void SetUp() override { test::setInfo(QStringLiteral("CFBundleIdentifier"), kIdentifier); }
+    void SetUp() override { test::setInfo(u"CFBundleIdentifier"_s, kIdentifier); }
 
     void startBus() {
         daemon_ = std::make_unique<ChildProcess>(
             std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=1",
-                                     "--address=unix:path=" + (test::folder() + QStringLiteral("/bus")).toStdString()});
+                                     "--address=unix:path=" + (test::folder() + u"/bus"_s).toStdString()});
         address_ = QString::fromStdString(daemon_->readLine());
         test::setEnvironment("DBUS_SESSION_BUS_ADDRESS", address_.toUtf8());
     }
@@ -48,24 +50,22 @@ protected:
         });
     }
 
-    QDBusConnection connection() { return QDBusConnection::connectToBus(address_, QStringLiteral("test")); }
+    QDBusConnection connection() { return QDBusConnection::connectToBus(address_, u"test"_s); }
 
     bool hasPlaceOnBus() {
         return test::waitFor(
-            [this] { return connection().interface()->isServiceRegistered(QStringLiteral("com.ex-ample.events")); });
+            [this] { return connection().interface()->isServiceRegistered(u"com.ex-ample.events"_s); });
     }
 
     // As the desktop does for an address; the status of that process.
     int openByDesktop(const QString& address) {
-        ChildProcess forwarder(
-            {putIntoBundle(FORWARD_PROGRAM, QStringLiteral("Forward"), kIdentifier), address.toStdString()});
+        ChildProcess forwarder({putIntoBundle(FORWARD_PROGRAM, u"Forward"_s, kIdentifier), address.toStdString()});
         return forwarder.finish();
     }
 
     QDBusMessage callApplication(const QString& method, const QVariantList& arguments) {
-        QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("com.ex-ample.events"),
-                                                           QStringLiteral("/com/ex_ample/events"),
-                                                           QStringLiteral("org.freedesktop.Application"), method);
+        QDBusMessage call = QDBusMessage::createMethodCall(u"com.ex-ample.events"_s, u"/com/ex_ample/events"_s,
+                                                           u"org.freedesktop.Application"_s, method);
         call.setArguments(arguments);
         const QDBusPendingCall reply = connection().asyncCall(call);
         EXPECT_TRUE(test::waitFor([&reply] { return reply.isFinished(); }));
@@ -81,7 +81,7 @@ protected:
 class SilentBus {
 public:
     SilentBus() : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        const QByteArray path = QFile::encodeName(test::folder() + QStringLiteral("/silent"));
+        const QByteArray path = QFile::encodeName(test::folder() + u"/silent"_s);
         sockaddr_un name{};
         name.sun_family = AF_UNIX;
         std::strncpy(name.sun_path, path.constData(), sizeof name.sun_path - 1);
@@ -103,7 +103,7 @@ std::chrono::milliseconds durationOf(const std::function<void()>& body) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
 }
 
-const QString kAddress = QStringLiteral("qnd://crashInfo?a=%41&b=ü c");
+const QString kAddress = u"qnd://crashInfo?a=%41&b=ü c"_s;
 
 } // namespace
 
@@ -153,10 +153,10 @@ TEST_F(AddressEvents, HoldNobodyUpWhenTheBusIsSilent) {
 
 TEST_F(AddressEvents, AreFoundAtTheSocketOfTheRuntimeFolderWhenNoAddressIsSet) {
     test::unsetEnvironment("DBUS_SESSION_BUS_ADDRESS");
-    const QString socket = test::folder() + QStringLiteral("/runtime/bus");
+    const QString socket = test::folder() + u"/runtime/bus"_s;
     EXPECT_EQ(platform::sessionBusAddress(), std::nullopt);
     test::writeFile(socket, "");
-    EXPECT_EQ(platform::sessionBusAddress(), QStringLiteral("unix:path=") + socket);
+    EXPECT_EQ(platform::sessionBusAddress(), u"unix:path="_s + socket);
 }
 
 TEST(ToolkitsBus, IsNoneWithoutABusOfTheSession) {
@@ -172,7 +172,7 @@ TEST(ToolkitsBus, IsTheSessionsOwnWhereThereIsOne) {
     platform::keepToolkitFromStartingABus();
     EXPECT_EQ(qgetenv("DBUS_SESSION_BUS_ADDRESS"), "unix:path=/tmp/own-bus");
     test::unsetEnvironment("DBUS_SESSION_BUS_ADDRESS");
-    test::writeFile(test::folder() + QStringLiteral("/runtime/bus"), "");
+    test::writeFile(test::folder() + u"/runtime/bus"_s, "");
     platform::keepToolkitFromStartingABus();
     EXPECT_FALSE(qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS")); // the toolkit finds the socket by itself
 }
@@ -181,23 +181,21 @@ TEST_F(AddressEvents, ComeOneForEachAddressOfACall) {
     startBus();
     listenForAddresses();
     ASSERT_TRUE(hasPlaceOnBus());
-    const QDBusMessage reply =
-        callApplication(QStringLiteral("Open"), {QStringList{QStringLiteral("a:1"), QStringLiteral("b:2")},
-                                                 QVariantMap{{QStringLiteral("desktop-startup-id"), QString()}}});
+    const QDBusMessage reply = callApplication(
+        u"Open"_s, {QStringList{u"a:1"_s, u"b:2"_s}, QVariantMap{{u"desktop-startup-id"_s, QString()}}});
     EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage);
     EXPECT_TRUE(test::waitFor([this] { return received_.size() == 2; }));
-    EXPECT_EQ(received_, QStringList({QStringLiteral("a:1"), QStringLiteral("b:2")}));
+    EXPECT_EQ(received_, QStringList({u"a:1"_s, u"b:2"_s}));
 }
 
 TEST_F(AddressEvents, RefuseCallsThatTheInterfaceDoesNotKnow) {
     startBus();
     listenForAddresses();
     ASSERT_TRUE(hasPlaceOnBus());
-    for (const QDBusMessage& reply :
-         {callApplication(QStringLiteral("Open"), {QStringLiteral("no list")}),
-          callApplication(QStringLiteral("Open"), {}), callApplication(QStringLiteral("Close"), {QVariantMap()})}) {
+    for (const QDBusMessage& reply : {callApplication(u"Open"_s, {u"no list"_s}), callApplication(u"Open"_s, {}),
+                                      callApplication(u"Close"_s, {QVariantMap()})}) {
         EXPECT_EQ(reply.type(), QDBusMessage::ErrorMessage);
     }
-    EXPECT_EQ(callApplication(QStringLiteral("Activate"), {QVariantMap()}).type(), QDBusMessage::ReplyMessage);
+    EXPECT_EQ(callApplication(u"Activate"_s, {QVariantMap()}).type(), QDBusMessage::ReplyMessage);
     EXPECT_TRUE(received_.isEmpty());
 }

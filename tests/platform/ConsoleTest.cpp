@@ -11,6 +11,8 @@
 #include <array>
 #include <ctime>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 std::string errorOutputOf(const std::function<void()>& body) {
@@ -55,18 +57,17 @@ private:
 } // namespace
 
 TEST(Console, WritesTimeProcessAndTextExactly) {
-    const std::string line = errorOutputOf([] { platform::consoleLog(QStringLiteral("tëxt %@")); });
-    const QRegularExpression shape(QStringLiteral("\\A\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} "
-                                                  "QNInstaller\\[%1\\] tëxt %@\\n\\z")
-                                       .arg(::getpid()));
+    const std::string line = errorOutputOf([] { platform::consoleLog(u"tëxt %@"_s); });
+    const QRegularExpression shape(u"\\A\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} "
+                                   "QNInstaller\\[%1\\] tëxt %@\\n\\z"_s.arg(::getpid()));
     EXPECT_TRUE(shape.match(QString::fromStdString(line)).hasMatch()) << line;
 }
 
 TEST(Console, UsesTheZoneThatHoldsNow) {
     test::setEnvironment("TZ", "XYZ-14");
-    platform::consoleLog(QStringLiteral("first"));
+    platform::consoleLog(u"first"_s);
     test::setEnvironment("TZ", "XYZ+10");
-    const std::string line = errorOutputOf([] { platform::consoleLog(QStringLiteral("second")); });
+    const std::string line = errorOutputOf([] { platform::consoleLog(u"second"_s); });
     const std::time_t now = std::time(nullptr) - 10 * 3600;
     std::tm expected{};
     ::gmtime_r(&now, &expected);
@@ -79,23 +80,23 @@ TEST(Console, UsesTheZoneThatHoldsNow) {
 }
 
 TEST(Console, KeepsLineEndsInsideTheText) {
-    const std::string text = errorOutputOf([] { platform::consoleLog(QStringLiteral("a\r\nb\n")); });
-    EXPECT_TRUE(QString::fromStdString(text).endsWith(QStringLiteral("] a\r\nb\n\n"))) << text;
+    const std::string text = errorOutputOf([] { platform::consoleLog(u"a\r\nb\n"_s); });
+    EXPECT_TRUE(QString::fromStdString(text).endsWith(u"] a\r\nb\n\n"_s)) << text;
 }
 
 TEST(Console, WritesEachMessageInOneWrite) {
     PacketPipe pipe;
-    platform::consoleLog(QStringLiteral("one\ntwo"));
-    platform::consoleLog(QStringLiteral("three"));
+    platform::consoleLog(u"one\ntwo"_s);
+    platform::consoleLog(u"three"_s);
     pipe.restore();
-    EXPECT_TRUE(QString::fromStdString(pipe.nextPacket()).endsWith(QStringLiteral("] one\ntwo\n")));
-    EXPECT_TRUE(QString::fromStdString(pipe.nextPacket()).endsWith(QStringLiteral("] three\n")));
+    EXPECT_TRUE(QString::fromStdString(pipe.nextPacket()).endsWith(u"] one\ntwo\n"_s));
+    EXPECT_TRUE(QString::fromStdString(pipe.nextPacket()).endsWith(u"] three\n"_s));
 }
 
 TEST(Console, OutlivesAReaderThatHasGone) {
     PacketPipe pipe;
     pipe.closeReader();
-    platform::consoleLog(QStringLiteral("nobody reads this"));
+    platform::consoleLog(u"nobody reads this"_s);
     pipe.restore();
     SUCCEED(); // the process still runs
 }
@@ -103,5 +104,5 @@ TEST(Console, OutlivesAReaderThatHasGone) {
 TEST(Console, TakesTheMessagesOfTheToolkit) {
     platform::captureQtMessages();
     const QStringList lines = test::consoleLinesOf([] { qWarning("a %s", "warning"); });
-    EXPECT_EQ(lines, QStringList(QStringLiteral("Qt: a warning")));
+    EXPECT_EQ(lines, QStringList(u"Qt: a warning"_s));
 }

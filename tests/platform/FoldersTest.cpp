@@ -11,12 +11,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString kIdentifier = QStringLiteral("com.example.folders");
+const QString kIdentifier = u"com.example.folders"_s;
 
 QString expectedTemporaryFolder() {
-    return test::folder() + QStringLiteral("/tmp/%1-%2").arg(kIdentifier).arg(::getuid());
+    return test::folder() + u"/tmp/%1-%2"_s.arg(kIdentifier).arg(::getuid());
 }
 
 mode_t modeOf(const QString& path) {
@@ -30,18 +32,17 @@ void expectRefused() {
     std::optional<QString> folder;
     const QStringList lines = test::consoleLinesOf([&folder] { folder = platform::temporaryDirectory(); });
     EXPECT_EQ(folder, std::nullopt);
-    EXPECT_EQ(lines, QStringList(QStringLiteral("The temporary folder %1 cannot be used: it must be a folder of this "
-                                                "user with mode 0700.")
-                                     .arg(expectedTemporaryFolder())));
+    EXPECT_EQ(lines, QStringList(u"The temporary folder %1 cannot be used: it must be a folder of this "
+                                 "user with mode 0700."_s.arg(expectedTemporaryFolder())));
 }
 
 } // namespace
 
 TEST(HomeDirectory, IsThatOfTheEnvironmentWithNothingAddedOrRemoved) {
     test::setEnvironment("HOME", "/some/home/");
-    EXPECT_EQ(platform::homeDirectory(), QStringLiteral("/some/home/"));
+    EXPECT_EQ(platform::homeDirectory(), u"/some/home/"_s);
     test::setEnvironment("HOME", "/söme");
-    EXPECT_EQ(platform::homeDirectory(), QStringLiteral("/söme"));
+    EXPECT_EQ(platform::homeDirectory(), u"/söme"_s);
 }
 
 TEST(HomeDirectory, IsThatOfTheAccountWhenTheEnvironmentHasNoAbsoluteOne) {
@@ -58,23 +59,23 @@ TEST(UserName, IsThatOfTheAccountWhateverTheEnvironmentSays) {
 }
 
 TEST(TemporaryDirectory, IsMadePrivateAndIsTheSameEachTime) {
-    test::setInfo(QStringLiteral("CFBundleIdentifier"), kIdentifier);
+    test::setInfo(u"CFBundleIdentifier"_s, kIdentifier);
     ::umask(0);
     EXPECT_EQ(platform::temporaryDirectory(), expectedTemporaryFolder());
     EXPECT_EQ(modeOf(expectedTemporaryFolder()), 0700U);
-    test::writeFile(expectedTemporaryFolder() + QStringLiteral("/kept"), "x");
+    test::writeFile(expectedTemporaryFolder() + u"/kept"_s, "x");
     EXPECT_EQ(platform::temporaryDirectory(), expectedTemporaryFolder());
-    EXPECT_EQ(test::readFile(expectedTemporaryFolder() + QStringLiteral("/kept")), "x");
+    EXPECT_EQ(test::readFile(expectedTemporaryFolder() + u"/kept"_s), "x");
 }
 
 TEST(TemporaryDirectory, IgnoresSlashesAtTheEndOfTheVariable) {
-    test::setInfo(QStringLiteral("CFBundleIdentifier"), kIdentifier);
-    test::setEnvironment("TMPDIR", (test::folder() + QStringLiteral("/tmp//")).toUtf8());
+    test::setInfo(u"CFBundleIdentifier"_s, kIdentifier);
+    test::setEnvironment("TMPDIR", (test::folder() + u"/tmp//"_s).toUtf8());
     EXPECT_EQ(platform::temporaryDirectory(), expectedTemporaryFolder());
 }
 
 TEST(TemporaryDirectory, IsRefusedWhenOthersCanReachIt) {
-    test::setInfo(QStringLiteral("CFBundleIdentifier"), kIdentifier);
+    test::setInfo(u"CFBundleIdentifier"_s, kIdentifier);
     ASSERT_TRUE(QDir().mkpath(expectedTemporaryFolder()));
     ASSERT_EQ(::chmod(QFile::encodeName(expectedTemporaryFolder()).constData(), 0755), 0);
     expectRefused();
@@ -82,8 +83,8 @@ TEST(TemporaryDirectory, IsRefusedWhenOthersCanReachIt) {
 }
 
 TEST(TemporaryDirectory, IsRefusedWhenItIsALinkOrAFile) {
-    test::setInfo(QStringLiteral("CFBundleIdentifier"), kIdentifier);
-    const QString target = test::folder() + QStringLiteral("/target");
+    test::setInfo(u"CFBundleIdentifier"_s, kIdentifier);
+    const QString target = test::folder() + u"/target"_s;
     ASSERT_TRUE(QDir().mkpath(target));
     ASSERT_EQ(::chmod(QFile::encodeName(target).constData(), 0700), 0);
     ASSERT_TRUE(QFile::link(target, expectedTemporaryFolder()));
@@ -95,7 +96,7 @@ TEST(TemporaryDirectory, IsRefusedWhenItIsALinkOrAFile) {
 
 TEST(TemporaryDirectory, IsRefusedWhenItBelongsToSomebodyElse) {
     ASSERT_EQ(::geteuid(), 0U) << "giving a folder away needs the rights of root, which the container's tests have";
-    test::setInfo(QStringLiteral("CFBundleIdentifier"), kIdentifier);
+    test::setInfo(u"CFBundleIdentifier"_s, kIdentifier);
     ASSERT_TRUE(QDir().mkpath(expectedTemporaryFolder()));
     ASSERT_EQ(::chmod(QFile::encodeName(expectedTemporaryFolder()).constData(), 0700), 0);
     ASSERT_EQ(::chown(QFile::encodeName(expectedTemporaryFolder()).constData(), 12345, 12345), 0);
@@ -103,14 +104,14 @@ TEST(TemporaryDirectory, IsRefusedWhenItBelongsToSomebodyElse) {
 }
 
 TEST(TemporaryDirectory, IsRefusedWhenItsParentIsMissing) {
-    test::setInfo(QStringLiteral("CFBundleIdentifier"), kIdentifier);
-    test::setEnvironment("TMPDIR", (test::folder() + QStringLiteral("/none")).toUtf8());
+    test::setInfo(u"CFBundleIdentifier"_s, kIdentifier);
+    test::setEnvironment("TMPDIR", (test::folder() + u"/none"_s).toUtf8());
     std::optional<QString> folder;
     EXPECT_EQ(test::consoleLinesOf([&folder] { folder = platform::temporaryDirectory(); }).size(), 1);
     EXPECT_EQ(folder, std::nullopt);
 }
 
 TEST(TemporaryDirectory, StaysBelowTheVariablesFolderForAnyIdentifier) {
-    test::setInfo(QStringLiteral("CFBundleIdentifier"), QStringLiteral("../../x"));
-    EXPECT_EQ(platform::temporaryDirectory(), test::folder() + QStringLiteral("/tmp/.._.._x-%1").arg(::getuid()));
+    test::setInfo(u"CFBundleIdentifier"_s, u"../../x"_s);
+    EXPECT_EQ(platform::temporaryDirectory(), test::folder() + u"/tmp/.._.._x-%1"_s.arg(::getuid()));
 }

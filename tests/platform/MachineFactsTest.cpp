@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 using Numbers = std::optional<std::array<int, 3>>;
 
 TEST(VersionNumbers, FillMissingPartsWithZeroAndStopAtOtherText) {
@@ -39,8 +41,8 @@ TEST(VersionId, IsAbsentWhenMissingOrEmpty) {
 }
 
 TEST(ArchitectureDescription, IsThePlatformsTextForTheKnownFamilies) {
-    EXPECT_EQ(platform::architectureDescription(QStringLiteral("x86_64")), QStringLiteral("Intel x86-64"));
-    EXPECT_EQ(platform::architectureDescription(QStringLiteral("aarch64")), QStringLiteral("ARM64"));
-    EXPECT_EQ(platform::architectureDescription(QStringLiteral("riscv64")), std::nullopt);
+    EXPECT_EQ(platform::architectureDescription(u"x86_64"_s), u"Intel x86-64"_s);
+    EXPECT_EQ(platform::architectureDescription(u"aarch64"_s), u"ARM64"_s);
+    EXPECT_EQ(platform::architectureDescription(u"riscv64"_s), std::nullopt);
     EXPECT_EQ(platform::architectureDescription(QString()), std::nullopt);
 }

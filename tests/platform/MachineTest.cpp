@@ -6,6 +6,8 @@
 
 #include <sys/utsname.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 utsname kernelNames() {
@@ -17,19 +19,19 @@ utsname kernelNames() {
 } // namespace
 
 TEST(OperatingSystemVersion, ComesFromTheReleaseFile) {
-    test::putSystemFile(QStringLiteral("/etc/os-release"), "PRETTY_NAME=\"x\"\nVERSION_ID=\"12\"\n");
+    test::putSystemFile(u"/etc/os-release"_s, "PRETTY_NAME=\"x\"\nVERSION_ID=\"12\"\n");
     EXPECT_EQ(platform::operatingSystemVersion(), (std::array<int, 3>{12, 0, 0}));
-    test::putSystemFile(QStringLiteral("/etc/os-release"), "VERSION_ID=22.04.3\n");
+    test::putSystemFile(u"/etc/os-release"_s, "VERSION_ID=22.04.3\n");
     EXPECT_EQ(platform::operatingSystemVersion(), (std::array<int, 3>{22, 4, 3}));
 }
 
 TEST(OperatingSystemVersion, ComesFromTheKernelWhenTheReleaseFileTellsNone) {
-    test::putSystemFile(QStringLiteral("/etc/os-release"), "NAME=rolling\n");
+    test::putSystemFile(u"/etc/os-release"_s, "NAME=rolling\n");
     const auto kernel = platform::versionNumbers(QString::fromLocal8Bit(kernelNames().release));
     ASSERT_TRUE(kernel);
     EXPECT_GT((*kernel)[0], 0);
     EXPECT_EQ(platform::operatingSystemVersion(), *kernel);
-    test::putSystemFile(QStringLiteral("/etc/os-release"), "VERSION_ID=sid\n");
+    test::putSystemFile(u"/etc/os-release"_s, "VERSION_ID=sid\n");
     EXPECT_EQ(platform::operatingSystemVersion(), *kernel);
 }
 

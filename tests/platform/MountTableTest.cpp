@@ -2,17 +2,19 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 TEST(MountTable, KeepsTheOrderAndUndoesTheEscapes) {
     const QByteArray table = "22 1 0:21 / /proc rw,nosuid shared:5 - proc proc rw\n"
                              "30 1 8:1 / / rw - ext4 /dev/sda1 rw\n"
                              "77 30 0:55 / /run/user/1000/Volumes/My\\040App\\0113\\134x rw - fuse tool rw\n";
-    EXPECT_EQ(platform::mountPointsOf(table), QStringList({QStringLiteral("/proc"), QStringLiteral("/"),
-                                                           QStringLiteral("/run/user/1000/Volumes/My App\t3\\x")}));
+    EXPECT_EQ(platform::mountPointsOf(table),
+              QStringList({u"/proc"_s, u"/"_s, u"/run/user/1000/Volumes/My App\t3\\x"_s}));
 }
 
 TEST(MountTable, ReadsBytesBeyondAscii) {
     EXPECT_EQ(platform::mountPointsOf("1 1 0:1 / /Volumes/\xC3\x9C\\303\\234 rw - x x x\n"),
-              QStringList(QStringLiteral("/Volumes/ÜÜ")));
+              QStringList(u"/Volumes/ÜÜ"_s));
 }
 
 TEST(MountTable, LeavesOutLinesThatAreNone) {
@@ -24,7 +26,7 @@ TEST(MountTable, SurvivesATableThatEndsAtAnyByte) {
     const QByteArray whole = "77 30 0:55 / /a\\040b rw,x shared:1 - fuse tool rw\n";
     for (qsizetype length = 0; length < whole.size(); ++length) {
         const QStringList points = platform::mountPointsOf(whole.left(length));
-        EXPECT_TRUE(points.isEmpty() || points == QStringList(QStringLiteral("/a b"))) << length;
+        EXPECT_TRUE(points.isEmpty() || points == QStringList(u"/a b"_s)) << length;
     }
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 TEST(ProcessParent, IsReadBehindANameWithBlanksAndParentheses) {
     EXPECT_EQ(platform::parentOf("7 (a) b (c) S 12 7 7 0 -1 4194560\n"), 12U);
     EXPECT_EQ(platform::parentOf("7 (a) S"), std::nullopt);
@@ -29,7 +31,7 @@ TEST(FirstArgument, IsTheScriptBehindTheInterpretersOptions) {
 }
 
 TEST(BundleHolding, IsTheFolderAboveContents) {
-    EXPECT_EQ(platform::bundleHolding(QStringLiteral("/a/B.app/Contents/MacOS/c")), QStringLiteral("/a/B.app"));
+    EXPECT_EQ(platform::bundleHolding(u"/a/B.app/Contents/MacOS/c"_s), u"/a/B.app"_s);
     for (const char* const other :
          {"/a/B.app/Contents/MacOS/d/c", "/a/B.app/Contents/Resources/c", "/bin/sh", "", "/Contents/MacOS/c", "c"}) {
         EXPECT_EQ(platform::bundleHolding(QString::fromUtf8(other)), std::nullopt) << other;

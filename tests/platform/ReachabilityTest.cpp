@@ -7,6 +7,8 @@
 
 #include <cstdlib>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 const QByteArray kIpv4Head = "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";
@@ -15,8 +17,8 @@ const QByteArray kIpv6Default = QByteArray(32, '0') + " 00 " + QByteArray(32, '0
                                 " 00000400 00000002 00000000 00000003     qn7\n";
 
 void putRoutes(const QByteArray& ipv4, const QByteArray& ipv6) {
-    test::putSystemFile(QStringLiteral("/proc/net/route"), kIpv4Head + ipv4);
-    test::putSystemFile(QStringLiteral("/proc/net/ipv6_route"), ipv6);
+    test::putSystemFile(u"/proc/net/route"_s, kIpv4Head + ipv4);
+    test::putSystemFile(u"/proc/net/ipv6_route"_s, ipv6);
 }
 
 // A network of this process's own, with the loopback alone, down.
@@ -49,18 +51,18 @@ TEST(DefaultRoute, IsReachableByEitherTable) {
 
 TEST(DefaultRoute, IsNotReachableThroughAnInterfaceThatIsDown) {
     putRoutes(kIpv4Default, "");
-    test::putSystemFile(QStringLiteral("/sys/class/net/qn7/flags"), "0x1002\n");
+    test::putSystemFile(u"/sys/class/net/qn7/flags"_s, "0x1002\n");
     EXPECT_FALSE(platform::defaultRouteIsReachable());
-    test::putSystemFile(QStringLiteral("/sys/class/net/qn7/flags"), "0x1003\n");
+    test::putSystemFile(u"/sys/class/net/qn7/flags"_s, "0x1003\n");
     EXPECT_TRUE(platform::defaultRouteIsReachable());
 }
 
 TEST(DefaultRoute, IsNotReachableWithTheCableOut) {
     putRoutes(kIpv4Default, "");
-    test::putSystemFile(QStringLiteral("/sys/class/net/qn7/flags"), "0x1003\n");
-    test::putSystemFile(QStringLiteral("/sys/class/net/qn7/carrier"), "0\n");
+    test::putSystemFile(u"/sys/class/net/qn7/flags"_s, "0x1003\n");
+    test::putSystemFile(u"/sys/class/net/qn7/carrier"_s, "0\n");
     EXPECT_FALSE(platform::defaultRouteIsReachable());
-    test::putSystemFile(QStringLiteral("/sys/class/net/qn7/carrier"), "1\n");
+    test::putSystemFile(u"/sys/class/net/qn7/carrier"_s, "1\n");
     EXPECT_TRUE(platform::defaultRouteIsReachable());
 }
 

@@ -12,13 +12,15 @@
 
 #include <filesystem>
 
+using namespace Qt::StringLiterals;
+
 using platform::realPath;
 
 namespace {
 
 // A SystemRoot of the test's own instead of the link to the built one.
 void putInBundle(const QString& plain) {
-    const QString root = test::bundle() + QStringLiteral("/Contents/SystemRoot");
+    const QString root = test::bundle() + u"/Contents/SystemRoot"_s;
     QFile::remove(root);
     test::writeFile(root + plain, "");
 }
@@ -26,73 +28,70 @@ void putInBundle(const QString& plain) {
 } // namespace
 
 TEST(RealPath, IsThePathItselfWhereNothingStandsForIt) {
-    EXPECT_EQ(realPath(QStringLiteral("/bin/sh")), QStringLiteral("/bin/sh"));
-    EXPECT_EQ(realPath(QStringLiteral("/no/such/tool")), QStringLiteral("/no/such/tool"));
-    EXPECT_EQ(realPath(QStringLiteral("relative")), QStringLiteral("relative"));
+    EXPECT_EQ(realPath(u"/bin/sh"_s), u"/bin/sh"_s);
+    EXPECT_EQ(realPath(u"/no/such/tool"_s), u"/no/such/tool"_s);
+    EXPECT_EQ(realPath(u"relative"_s), u"relative"_s);
     EXPECT_EQ(realPath(QString()), QString());
 }
 
 TEST(RealPath, PrefersTheSystemRootOfTheEnvironmentToThatOfTheBundle) {
-    putInBundle(QStringLiteral("/usr/bin/tool"));
-    EXPECT_EQ(realPath(QStringLiteral("/usr/bin/tool")),
-              test::bundle() + QStringLiteral("/Contents/SystemRoot/usr/bin/tool"));
-    test::putSystemFile(QStringLiteral("/usr/bin/tool"), "");
-    EXPECT_EQ(realPath(QStringLiteral("/usr/bin/tool")), test::systemRoot() + QStringLiteral("/usr/bin/tool"));
+    putInBundle(u"/usr/bin/tool"_s);
+    EXPECT_EQ(realPath(u"/usr/bin/tool"_s), test::bundle() + u"/Contents/SystemRoot/usr/bin/tool"_s);
+    test::putSystemFile(u"/usr/bin/tool"_s, "");
+    EXPECT_EQ(realPath(u"/usr/bin/tool"_s), test::systemRoot() + u"/usr/bin/tool"_s);
 }
 
 TEST(RealPath, GoesOnToTheBundleWhereTheSystemRootOfTheEnvironmentHasNoSuchFile) {
-    putInBundle(QStringLiteral("/usr/bin/tool"));
-    test::putSystemFile(QStringLiteral("/usr/bin/other"), "");
-    EXPECT_EQ(realPath(QStringLiteral("/usr/bin/tool")),
-              test::bundle() + QStringLiteral("/Contents/SystemRoot/usr/bin/tool"));
+    putInBundle(u"/usr/bin/tool"_s);
+    test::putSystemFile(u"/usr/bin/other"_s, "");
+    EXPECT_EQ(realPath(u"/usr/bin/tool"_s), test::bundle() + u"/Contents/SystemRoot/usr/bin/tool"_s);
 }
 
 TEST(RealPath, IgnoresASystemRootThatIsNotAbsolute) {
-    test::writeFile(QStringLiteral("root/bin/sh"), "");
+    test::writeFile(u"root/bin/sh"_s, "");
     test::setEnvironment("QN_SYSTEM_ROOT", "root");
-    EXPECT_EQ(realPath(QStringLiteral("/bin/sh")), QStringLiteral("/bin/sh"));
+    EXPECT_EQ(realPath(u"/bin/sh"_s), u"/bin/sh"_s);
     std::filesystem::remove_all("root");
 }
 
 TEST(RealPath, PutsVolumesIntoTheVolumesFolder) {
     const QString folder = *platform::volumesFolder();
-    EXPECT_EQ(realPath(QStringLiteral("/Volumes")), folder);
-    EXPECT_EQ(realPath(QStringLiteral("/Volumes/My App/x.app")), folder + QStringLiteral("/My App/x.app"));
-    EXPECT_EQ(realPath(QStringLiteral("/Volumes/V/")), folder + QStringLiteral("/V/"));
-    EXPECT_EQ(realPath(QStringLiteral("/VolumesX")), QStringLiteral("/VolumesX"));
+    EXPECT_EQ(realPath(u"/Volumes"_s), folder);
+    EXPECT_EQ(realPath(u"/Volumes/My App/x.app"_s), folder + u"/My App/x.app"_s);
+    EXPECT_EQ(realPath(u"/Volumes/V/"_s), folder + u"/V/"_s);
+    EXPECT_EQ(realPath(u"/VolumesX"_s), u"/VolumesX"_s);
 }
 
 TEST(VolumesFolder, LiesBelowTheSystemRootWhenThatIsSet) {
     test::setEnvironment("QN_SYSTEM_ROOT", "/some/root/");
-    EXPECT_EQ(platform::volumesFolder(), QStringLiteral("/some/root/Volumes"));
+    EXPECT_EQ(platform::volumesFolder(), u"/some/root/Volumes"_s);
 }
 
 TEST(VolumesFolder, LiesInTheRuntimeFolderWhenThatIsPrivate) {
-    EXPECT_EQ(platform::volumesFolder(), test::folder() + QStringLiteral("/runtime/Volumes"));
+    EXPECT_EQ(platform::volumesFolder(), test::folder() + u"/runtime/Volumes"_s);
 }
 
 TEST(VolumesFolder, LiesInTmpWhenTheRuntimeFolderIsOpenToOthers) {
-    ASSERT_EQ(::chmod(QFile::encodeName(test::folder() + QStringLiteral("/runtime")).constData(), 0755), 0);
+    ASSERT_EQ(::chmod(QFile::encodeName(test::folder() + u"/runtime"_s).constData(), 0755), 0);
     const auto folder = platform::volumesFolder();
     // Present unless somebody planted that very folder on this machine.
     ASSERT_TRUE(folder.has_value());
-    EXPECT_EQ(*folder, QStringLiteral("/tmp/volumes-%1").arg(::geteuid()));
+    EXPECT_EQ(*folder, u"/tmp/volumes-%1"_s.arg(::geteuid()));
 }
 
 TEST(OwnTools, AreAppendedToThePath) {
-    putInBundle(QStringLiteral("/usr/bin/hdiutil"));
-    QDir().mkpath(test::bundle() + QStringLiteral("/Contents/SystemRoot/sbin"));
+    putInBundle(u"/usr/bin/hdiutil"_s);
+    QDir().mkpath(test::bundle() + u"/Contents/SystemRoot/sbin"_s);
     test::setEnvironment("PATH", "/first:/second");
     platform::addOwnToolsToPath();
-    const QString root = test::bundle() + QStringLiteral("/Contents/SystemRoot");
-    EXPECT_EQ(qEnvironmentVariable("PATH"),
-              QStringLiteral("/first:/second:") + root + QStringLiteral("/usr/bin:") + root + QStringLiteral("/sbin"));
+    const QString root = test::bundle() + u"/Contents/SystemRoot"_s;
+    EXPECT_EQ(qEnvironmentVariable("PATH"), u"/first:/second:"_s + root + u"/usr/bin:"_s + root + u"/sbin"_s);
 }
 
 TEST(OwnTools, FollowTheUsualFoldersWhenThereIsNoPath) {
-    putInBundle(QStringLiteral("/usr/bin/hdiutil"));
+    putInBundle(u"/usr/bin/hdiutil"_s);
     test::unsetEnvironment("PATH");
     platform::addOwnToolsToPath();
-    EXPECT_TRUE(qEnvironmentVariable("PATH").startsWith(QStringLiteral("/usr/local/bin:/usr/bin:/bin:")));
-    EXPECT_TRUE(qEnvironmentVariable("PATH").endsWith(QStringLiteral("/Contents/SystemRoot/usr/bin")));
+    EXPECT_TRUE(qEnvironmentVariable("PATH").startsWith(u"/usr/local/bin:/usr/bin:/bin:"_s));
+    EXPECT_TRUE(qEnvironmentVariable("PATH").endsWith(u"/Contents/SystemRoot/usr/bin"_s));
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 const QByteArray kIpv4Head = "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";
@@ -26,7 +28,7 @@ TEST(Ipv4Routes, YieldTheInterfacesOfUsableDefaultRoutesInOrder) {
     EXPECT_EQ(ipv4("eth0\t00000000\t010200C0\t0003\t0\t0\t0\t00000000\t0\t0\t0\n"
                    "eth0\t000200C0\t00000000\t0001\t0\t0\t0\t00FFFFFF\t0\t0\t0\n"
                    "wlan0\t00000000\t0102A8C0\t0003\t0\t0\t600\t00000000\t0\t0\t0\n"),
-              QStringList({QStringLiteral("eth0"), QStringLiteral("wlan0")}));
+              QStringList({u"eth0"_s, u"wlan0"_s}));
 }
 
 TEST(Ipv4Routes, LeaveOutRoutesThatAreDownOrRejectOrLeadToTheMachineItself) {
@@ -54,14 +56,14 @@ TEST(Ipv4Routes, SurviveATableThatEndsAtAnyByte) {
     const QByteArray whole = kIpv4Head + "eth0\t00000000\t010200C0\t0003\t0\t0\t0\t00000000\t0\t0\t0\n";
     for (qsizetype length = 0; length < whole.size(); ++length) {
         const QStringList found = platform::defaultInterfacesOfIpv4(whole.left(length));
-        EXPECT_TRUE(found.isEmpty() || found == QStringList(QStringLiteral("eth0"))) << length;
+        EXPECT_TRUE(found.isEmpty() || found == QStringList(u"eth0"_s)) << length;
     }
 }
 
 TEST(Ipv6Routes, YieldTheInterfacesOfUsableDefaultRoutes) {
     EXPECT_EQ(platform::defaultInterfacesOfIpv6(ipv6Row("fe8" + QByteArray(29, '0'), "40", "00000001", "eth0") +
                                                 ipv6Row(kAnyAddress, "00", "00450003", "eth1")),
-              QStringList(QStringLiteral("eth1")));
+              QStringList(u"eth1"_s));
 }
 
 TEST(Ipv6Routes, LeaveOutTheRejectingDefaultOfTheLoopbackAndRoutesThatAreDown) {

@@ -19,27 +19,28 @@
 #include <thread>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Of this case alone: cases run side by side, and processes are looked for in the whole machine.
-const QString kIdentifier = QStringLiteral("com.example.copies.") + QFileInfo(test::folder()).fileName();
+const QString kIdentifier = u"com.example.copies."_s + QFileInfo(test::folder()).fileName();
 
-const QString kScriptIdentifier = QStringLiteral("com.example.script.") + QFileInfo(test::folder()).fileName();
+const QString kScriptIdentifier = u"com.example.script."_s + QFileInfo(test::folder()).fileName();
 
 // An application that is a script; its path.
 std::string putScript(const QByteArray& commands) {
-    const QString contents = test::folder() + QStringLiteral("/Script.app/Contents");
-    test::writeFile(contents + QStringLiteral("/Info.plist"),
-                    "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" + kScriptIdentifier.toUtf8() +
-                        "</string></dict></plist>");
-    const QString script = contents + QStringLiteral("/MacOS/Script");
+    const QString contents = test::folder() + u"/Script.app/Contents"_s;
+    test::writeFile(contents + u"/Info.plist"_s, "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" +
+                                                     kScriptIdentifier.toUtf8() + "</string></dict></plist>");
+    const QString script = contents + u"/MacOS/Script"_s;
     test::writeFile(script, "#!/bin/sh\n" + commands);
     QFile::setPermissions(script, QFile::ReadOwner | QFile::ExeOwner);
     return script.toStdString();
 }
 
 std::string putProgram() {
-    return putIntoBundle(COPY_PROGRAM, QStringLiteral("Copy"), kIdentifier);
+    return putIntoBundle(COPY_PROGRAM, u"Copy"_s, kIdentifier);
 }
 
 // What a copy printed, as numbers; waits for it.
@@ -103,16 +104,16 @@ TEST(RunningCopies, OfOtherIdentifiersAreOthers) {
     const std::string program = putProgram();
     ChildProcess copy({program});
     seenBy(copy);
-    test::setInfo(QStringLiteral("CFBundleIdentifier"), QStringLiteral("com.example.other"));
-    const auto own = RunningApplication::withBundleIdentifier(QStringLiteral("com.example.other"));
+    test::setInfo(u"CFBundleIdentifier"_s, u"com.example.other"_s);
+    const auto own = RunningApplication::withBundleIdentifier(u"com.example.other"_s);
     ASSERT_EQ(own.size(), 1U);
     EXPECT_EQ(own[0].processIdentifier(), ::getpid());
 }
 
 TEST(RunningCopies, ListThisProcessOnceHoweverOftenItAsks) {
-    test::setInfo(QStringLiteral("CFBundleIdentifier"), QStringLiteral("com.example.self"));
+    test::setInfo(u"CFBundleIdentifier"_s, u"com.example.self"_s);
     for (int count = 0; count < 3; ++count) {
-        const auto own = RunningApplication::withBundleIdentifier(QStringLiteral("com.example.self"));
+        const auto own = RunningApplication::withBundleIdentifier(u"com.example.self"_s);
         ASSERT_EQ(own.size(), 1U);
         EXPECT_EQ(own[0].processIdentifier(), ::getpid());
     }
@@ -125,16 +126,16 @@ TEST(RunningCopies, FindEachOtherInAPrivateFolderOfTmpWithoutARuntimeFolder) {
     seenBy(first);
     ChildProcess second({program});
     EXPECT_EQ(seenBy(second), Processes({second.process(), first.process()}));
-    const QString folder = QStringLiteral("/tmp/runtime-%1").arg(::geteuid());
+    const QString folder = u"/tmp/runtime-%1"_s.arg(::geteuid());
     struct stat status {};
     ASSERT_EQ(::lstat(QFile::encodeName(folder).constData(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777, 0700U);
-    EXPECT_TRUE(QFile::remove(folder + u'/' + kIdentifier + QStringLiteral(".copies")));
+    EXPECT_TRUE(QFile::remove(folder + u'/' + kIdentifier + u".copies"_s));
 }
 
 TEST(RunningCopies, AreNotInheritedByChildren) {
     const std::string program = putProgram();
-    test::setInfo(QStringLiteral("CFBundleIdentifier"), kIdentifier);
+    test::setInfo(u"CFBundleIdentifier"_s, kIdentifier);
     ASSERT_EQ(RunningApplication::withBundleIdentifier(kIdentifier).size(), 1U);
     ChildProcess child({program}); // of this registered process
     EXPECT_EQ(seenBy(child), Processes({child.process(), ::getpid()}));
@@ -159,15 +160,14 @@ TEST(RunningCopies, OfWhichTwoStartAtOnceExactlyOneStays) {
 }
 
 TEST(RunningCopies, StandAloneWithAConsoleLineWhenTheirListCannotBeOpened) {
-    test::setInfo(QStringLiteral("CFBundleIdentifier"), QStringLiteral("com.example.alone"));
-    const QString registry = test::folder() + QStringLiteral("/runtime/com.example.alone.copies");
+    test::setInfo(u"CFBundleIdentifier"_s, u"com.example.alone"_s);
+    const QString registry = test::folder() + u"/runtime/com.example.alone.copies"_s;
     ASSERT_TRUE(std::filesystem::create_directory(registry.toStdString()));
     std::size_t count = 0;
     const QStringList lines = test::consoleLinesOf(
-        [&count] { count = RunningApplication::withBundleIdentifier(QStringLiteral("com.example.alone")).size(); });
+        [&count] { count = RunningApplication::withBundleIdentifier(u"com.example.alone"_s).size(); });
     EXPECT_EQ(count, 1U);
-    EXPECT_EQ(lines, QStringList(QStringLiteral(
-                         "Other copies cannot be found: the list in the runtime folder cannot be opened.")));
+    EXPECT_EQ(lines, QStringList(u"Other copies cannot be found: the list in the runtime folder cannot be opened."_s));
 }
 
 TEST(RunningApplications, OfAnotherIdentifierAreFoundByTheirExecutableNewestFirst) {
@@ -212,5 +212,5 @@ TEST(RunningApplications, AreFoundTheMomentTheyAreStarted) {
 }
 
 TEST(RunningApplications, OfAnUnknownIdentifierAreNone) {
-    EXPECT_TRUE(RunningApplication::withBundleIdentifier(QStringLiteral("com.example.nobody")).empty());
+    EXPECT_TRUE(RunningApplication::withBundleIdentifier(u"com.example.nobody"_s).empty());
 }

@@ -20,6 +20,8 @@
 #include <filesystem>
 #include <thread>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 struct Run {
@@ -29,8 +31,8 @@ struct Run {
 
 std::shared_ptr<Task> shellTask(const QString& script, const std::shared_ptr<Pipe>& pipe = nullptr) {
     auto task = std::make_shared<Task>();
-    task->setLaunchPath(QStringLiteral("/bin/sh"));
-    task->setArguments({QStringLiteral("-c"), script});
+    task->setLaunchPath(u"/bin/sh"_s);
+    task->setArguments({u"-c"_s, script});
     task->setStandardOutput(pipe);
     return task;
 }
@@ -50,14 +52,14 @@ QString reasonOfLaunching(const std::optional<QString>& path, const std::shared_
     try {
         task.launch();
     } catch (const PlatformException& exception) {
-        EXPECT_EQ(exception.name(), QStringLiteral("NSInvalidArgumentException"));
+        EXPECT_EQ(exception.name(), u"NSInvalidArgumentException"_s);
         return exception.reason();
     }
-    return QStringLiteral("launched");
+    return u"launched"_s;
 }
 
 QString putFile(const QByteArray& contents, QFile::Permissions permissions) {
-    const QString path = test::folder() + QStringLiteral("/program");
+    const QString path = test::folder() + u"/program"_s;
     test::writeFile(path, contents);
     QFile::setPermissions(path, permissions);
     return path;
@@ -65,12 +67,12 @@ QString putFile(const QByteArray& contents, QFile::Permissions permissions) {
 
 // Holds a script at `read` until a line is written to it.
 QString makeGate() {
-    const QString gate = test::folder() + QStringLiteral("/gate");
+    const QString gate = test::folder() + u"/gate"_s;
     EXPECT_EQ(::mkfifo(QFile::encodeName(gate).constData(), 0600), 0);
     return gate;
 }
 
-const QString kNotAccessible = QStringLiteral("launch path not accessible");
+const QString kNotAccessible = u"launch path not accessible"_s;
 constexpr auto kExecutable = QFile::ReadOwner | QFile::ExeOwner;
 
 } // namespace
@@ -78,8 +80,8 @@ constexpr auto kExecutable = QFile::ReadOwner | QFile::ExeOwner;
 TEST(Task, PassesArgumentsVerbatim) {
     const auto pipe = std::make_shared<Pipe>();
     const auto task = std::make_shared<Task>();
-    task->setLaunchPath(QStringLiteral("/usr/bin/printf"));
-    task->setArguments({QStringLiteral("<%s>\n"), QStringLiteral("a b"), QString(), QStringLiteral("$HOME *'\"ü")});
+    task->setLaunchPath(u"/usr/bin/printf"_s);
+    task->setArguments({u"<%s>\n"_s, u"a b"_s, QString(), u"$HOME *'\"ü"_s});
     task->setStandardOutput(pipe);
     task->launch();
     EXPECT_EQ(pipe->fileHandleForReading()->readDataToEndOfFile(), "<a b>\n<>\n<$HOME *'\"ü>\n");
@@ -88,14 +90,14 @@ TEST(Task, PassesArgumentsVerbatim) {
 }
 
 TEST(Task, TellsTheExitCodeOrTheSignal) {
-    EXPECT_EQ(run(QStringLiteral("exit 0")).status, 0);
-    EXPECT_EQ(run(QStringLiteral("exit 37")).status, 37);
-    EXPECT_EQ(run(QStringLiteral("kill -TERM $$")).status, SIGTERM);
-    EXPECT_EQ(run(QStringLiteral("kill -KILL $$")).status, SIGKILL);
+    EXPECT_EQ(run(u"exit 0"_s).status, 0);
+    EXPECT_EQ(run(u"exit 37"_s).status, 37);
+    EXPECT_EQ(run(u"kill -TERM $$"_s).status, SIGTERM);
+    EXPECT_EQ(run(u"kill -KILL $$"_s).status, SIGKILL);
 }
 
 TEST(Task, CanBeWaitedForTwice) {
-    const auto task = shellTask(QStringLiteral("exit 5"));
+    const auto task = shellTask(u"exit 5"_s);
     task->launch();
     task->waitUntilExit();
     task->waitUntilExit();
@@ -103,11 +105,11 @@ TEST(Task, CanBeWaitedForTwice) {
 }
 
 TEST(Task, MapsItsLaunchPath) {
-    test::putSystemTool(QStringLiteral("/usr/bin/hdiutil"), "#!/bin/sh\necho \"tool $1\"\n");
+    test::putSystemTool(u"/usr/bin/hdiutil"_s, "#!/bin/sh\necho \"tool $1\"\n");
     const auto pipe = std::make_shared<Pipe>();
     const auto task = std::make_shared<Task>();
-    task->setLaunchPath(QStringLiteral("/usr/bin/hdiutil"));
-    task->setArguments({QStringLiteral("/usr/bin/hdiutil")}); // arguments stay plain
+    task->setLaunchPath(u"/usr/bin/hdiutil"_s);
+    task->setArguments({u"/usr/bin/hdiutil"_s}); // arguments stay plain
     task->setStandardOutput(pipe);
     task->launch();
     task->waitUntilExit();
@@ -119,7 +121,7 @@ TEST(Task, LetsOnlyTheThreeStandardDescriptorsThrough) {
     const int high = ::fcntl(open, F_DUPFD, 200);
     ASSERT_GE(high, 200);
     const Pipe other;
-    EXPECT_EQ(run(QStringLiteral("for n in /proc/self/fd/*; do echo ${n##*/}; done; :")).output, "0\n1\n2\n3\n")
+    EXPECT_EQ(run(u"for n in /proc/self/fd/*; do echo ${n##*/}; done; :"_s).output, "0\n1\n2\n3\n")
         << "number 3 is the shell's own, on the folder that it lists";
     ::close(open);
     ::close(high);
@@ -133,11 +135,11 @@ TEST(Task, GivesTheChildDefaultSignalsAndAGroupOfItsOwn) {
     sigaddset(&blocked, SIGINT);
     sigaddset(&blocked, SIGHUP);
     ASSERT_EQ(::pthread_sigmask(SIG_BLOCK, &blocked, nullptr), 0);
-    EXPECT_EQ(run(QStringLiteral("kill -PIPE $$")).status, SIGPIPE);
-    EXPECT_EQ(run(QStringLiteral("kill -TERM $$")).status, SIGTERM);
-    EXPECT_EQ(run(QStringLiteral("kill -INT $$")).status, SIGINT);
-    EXPECT_EQ(run(QStringLiteral("kill -HUP $$")).status, SIGHUP);
-    const QByteArray group = run(QStringLiteral("echo $$; cut -d ' ' -f 5 /proc/$$/stat")).output;
+    EXPECT_EQ(run(u"kill -PIPE $$"_s).status, SIGPIPE);
+    EXPECT_EQ(run(u"kill -TERM $$"_s).status, SIGTERM);
+    EXPECT_EQ(run(u"kill -INT $$"_s).status, SIGINT);
+    EXPECT_EQ(run(u"kill -HUP $$"_s).status, SIGHUP);
+    const QByteArray group = run(u"echo $$; cut -d ' ' -f 5 /proc/$$/stat"_s).output;
     const QByteArrayList lines = group.split('\n');
     EXPECT_EQ(lines.value(0), lines.value(1));
 }
@@ -145,20 +147,20 @@ TEST(Task, GivesTheChildDefaultSignalsAndAGroupOfItsOwn) {
 TEST(Task, InheritsEnvironmentFolderStandardInputAndStandardError) {
     test::setEnvironment("QN_TEST_VALUE", "inherited");
     const QByteArray folder = QFile::encodeName(QString::fromStdString(std::filesystem::current_path().string()));
-    EXPECT_EQ(run(QStringLiteral("echo $QN_TEST_VALUE; pwd -P")).output, "inherited\n" + folder + '\n');
+    EXPECT_EQ(run(u"echo $QN_TEST_VALUE; pwd -P"_s).output, "inherited\n" + folder + '\n');
     testing::internal::CaptureStderr();
-    EXPECT_EQ(run(QStringLiteral("echo seen >&2")).output, "");
+    EXPECT_EQ(run(u"echo seen >&2"_s).output, "");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "seen\n");
 }
 
 TEST(Task, RaisesWithoutALaunchPath) {
-    EXPECT_EQ(reasonOfLaunching(std::nullopt), QStringLiteral("must provide a launch path"));
+    EXPECT_EQ(reasonOfLaunching(std::nullopt), u"must provide a launch path"_s);
 }
 
 TEST(Task, RaisesForAMissingFileAFolderAndAFileThatIsNoProgram) {
-    EXPECT_EQ(reasonOfLaunching(QStringLiteral("/no/such/program")), kNotAccessible);
+    EXPECT_EQ(reasonOfLaunching(u"/no/such/program"_s), kNotAccessible);
     EXPECT_EQ(reasonOfLaunching(QString()), kNotAccessible);
-    EXPECT_EQ(reasonOfLaunching(QStringLiteral("/usr/bin")), kNotAccessible);
+    EXPECT_EQ(reasonOfLaunching(u"/usr/bin"_s), kNotAccessible);
     EXPECT_EQ(reasonOfLaunching(putFile("#!/bin/sh\n", QFile::ReadOwner)), kNotAccessible);
 }
 
@@ -169,16 +171,16 @@ TEST(Task, RaisesForAnExecutableOfAnotherSystem) {
 }
 
 TEST(Task, SearchesNoPath) {
-    EXPECT_EQ(reasonOfLaunching(QStringLiteral("sh")), kNotAccessible);
+    EXPECT_EQ(reasonOfLaunching(u"sh"_s), kNotAccessible);
 }
 
 TEST(Pipe, ReachesItsEndWhenTheChildHasEnded) {
-    EXPECT_EQ(run(QStringLiteral("printf 'a\\000b\\n'")).output, QByteArray("a\0b\n", 4));
-    EXPECT_EQ(run(QStringLiteral(":")).output, "");
+    EXPECT_EQ(run(u"printf 'a\\000b\\n'"_s).output, QByteArray("a\0b\n", 4));
+    EXPECT_EQ(run(u":"_s).output, "");
 }
 
 TEST(Pipe, HoldsWhatTheChildWroteUntilItIsRead) {
-    EXPECT_EQ(run(QStringLiteral("head -c 65536 /dev/zero")).output, QByteArray(65536, '\0'));
+    EXPECT_EQ(run(u"head -c 65536 /dev/zero"_s).output, QByteArray(65536, '\0'));
 }
 
 TEST(Pipe, EndsAlsoWhenTheLaunchRaisedAndThePipeIsGone) {
@@ -187,7 +189,7 @@ TEST(Pipe, EndsAlsoWhenTheLaunchRaisedAndThePipeIsGone) {
         const auto pipe = std::make_shared<Pipe>();
         reading = pipe->fileHandleForReading();
         Task task;
-        task.setLaunchPath(QStringLiteral("/no/such/program"));
+        task.setLaunchPath(u"/no/such/program"_s);
         task.setStandardOutput(pipe);
         EXPECT_THROW(task.launch(), PlatformException);
     }
@@ -197,7 +199,7 @@ TEST(Pipe, EndsAlsoWhenTheLaunchRaisedAndThePipeIsGone) {
 TEST(BackgroundReading, DeliversOneChunkForEachCallOnTheMainThread) {
     const auto pipe = std::make_shared<Pipe>();
     const QString gate = makeGate();
-    const auto task = shellTask(QStringLiteral("printf one; read -r line < '%1'; printf two").arg(gate), pipe);
+    const auto task = shellTask(u"printf one; read -r line < '%1'; printf two"_s.arg(gate), pipe);
     const auto handle = pipe->fileHandleForReading();
     QByteArrayList chunks;
     const auto mainThread = std::this_thread::get_id();
@@ -223,7 +225,7 @@ TEST(BackgroundReading, DeliversOneChunkForEachCallOnTheMainThread) {
 
 TEST(BackgroundReading, AtTheEndOfFileLetsOtherEventsThrough) {
     const auto pipe = std::make_shared<Pipe>();
-    const auto task = shellTask(QStringLiteral(":"), pipe);
+    const auto task = shellTask(u":"_s, pipe);
     const auto handle = pipe->fileHandleForReading();
     int chunks = 0;
     bool stop = false;
@@ -251,7 +253,7 @@ TEST(BackgroundReading, AtTheEndOfFileLetsOtherEventsThrough) {
 }
 
 TEST(TerminationNotification, ComesOnceWithTheTaskAndWithoutUserInfo) {
-    const auto task = shellTask(QStringLiteral("exit 4"));
+    const auto task = shellTask(u"exit 4"_s);
     int count = 0;
     NotificationCenter::defaultCenter().addObserver(
         kTaskDidTerminate,
@@ -269,7 +271,7 @@ TEST(TerminationNotification, ComesOnceWithTheTaskAndWithoutUserInfo) {
 }
 
 TEST(TerminationNotification, ComesAlsoWhenTheChildHadEndedBefore) {
-    const auto task = shellTask(QStringLiteral("exit 0"));
+    const auto task = shellTask(u"exit 0"_s);
     bool told = false;
     NotificationCenter::defaultCenter().addObserver(
         kTaskDidTerminate, [&told](const Notification&) { told = true; }, task.get());
@@ -282,9 +284,9 @@ TEST(TerminationNotification, ComesAlsoWhenTheChildHadEndedBefore) {
 
 TEST(Task, LeavesAChildThatStillRunsAloneAndCollectsItLater) {
     const QString gate = makeGate();
-    const QString done = test::folder() + QStringLiteral("/done");
+    const QString done = test::folder() + u"/done"_s;
     {
-        const auto task = shellTask(QStringLiteral("read -r line < '%1'; echo $line > '%2'").arg(gate, done));
+        const auto task = shellTask(u"read -r line < '%1'; echo $line > '%2'"_s.arg(gate, done));
         task->launch();
     }
     test::writeFile(gate, "go\n");
@@ -293,8 +295,8 @@ TEST(Task, LeavesAChildThatStillRunsAloneAndCollectsItLater) {
 }
 
 TEST(Task, TakesOverAToolThatWasStartedAhead) {
-    const QString script = QStringLiteral("echo x >>%1/started; echo answer; exit 3").arg(test::folder());
-    Task::launchAhead(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), script});
+    const QString script = u"echo x >>%1/started; echo answer; exit 3"_s.arg(test::folder());
+    Task::launchAhead(u"/bin/sh"_s, {u"-c"_s, script});
     const auto pipe = std::make_shared<Pipe>();
     const auto handle = pipe->fileHandleForReading();
     const auto task = shellTask(script, pipe);
@@ -302,18 +304,18 @@ TEST(Task, TakesOverAToolThatWasStartedAhead) {
     task->waitUntilExit();
     EXPECT_EQ(handle->readDataToEndOfFile(), "answer\n");
     EXPECT_EQ(task->terminationStatus(), 3);
-    EXPECT_EQ(test::readFile(test::folder() + QStringLiteral("/started")), "x\n");
+    EXPECT_EQ(test::readFile(test::folder() + u"/started"_s), "x\n");
     EXPECT_EQ(run(script).output, "answer\n");
-    EXPECT_EQ(test::readFile(test::folder() + QStringLiteral("/started")), "x\nx\n"); // only once
+    EXPECT_EQ(test::readFile(test::folder() + u"/started"_s), "x\nx\n"); // only once
 }
 
 TEST(Task, StartsAnotherToolThanTheOneThatWasStartedAhead) {
-    Task::launchAhead(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), QStringLiteral("echo ahead")});
-    EXPECT_EQ(run(QStringLiteral("echo mine")).output, "mine\n");
-    EXPECT_EQ(run(QStringLiteral("echo ahead")).output, "ahead\n");
+    Task::launchAhead(u"/bin/sh"_s, {u"-c"_s, u"echo ahead"_s});
+    EXPECT_EQ(run(u"echo mine"_s).output, "mine\n");
+    EXPECT_EQ(run(u"echo ahead"_s).output, "ahead\n");
 }
 
 TEST(Task, SaysOnlyAtItsLaunchThatAToolCannotBeStartedAhead) {
-    Task::launchAhead(QStringLiteral("/no/such/tool"), {});
-    EXPECT_EQ(reasonOfLaunching(QStringLiteral("/no/such/tool"), std::make_shared<Pipe>()), kNotAccessible);
+    Task::launchAhead(u"/no/such/tool"_s, {});
+    EXPECT_EQ(reasonOfLaunching(u"/no/such/tool"_s, std::make_shared<Pipe>()), kNotAccessible);
 }

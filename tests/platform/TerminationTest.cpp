@@ -18,6 +18,8 @@
 #include <cstdlib>
 #include <thread>
 
+using namespace Qt::StringLiterals;
+
 // Each statement runs in a child process of its own, which really ends; what it writes to standard error is compared.
 class Termination : public testing::Test {
 protected:
@@ -59,7 +61,7 @@ TEST_F(Termination, RunsTheHandlerAndEndsWithStatusZero) {
 }
 
 TEST_F(Termination, FlushesStandardOutput) {
-    const QString file = test::folder() + QStringLiteral("/output");
+    const QString file = test::folder() + u"/output"_s;
     const std::string path = file.toStdString();
     EXPECT_EXIT(
         {
@@ -90,7 +92,7 @@ TEST_F(Termination, EndsAlsoWhenTheHandlerRaises) {
                 say(exception.what());
                 platform::terminate();
             });
-            platform::setWillTerminateHandler([] { throw PlatformException::range(QStringLiteral("raised")); });
+            platform::setWillTerminateHandler([] { throw PlatformException::range(u"raised"_s); });
             platform::terminate();
         },
         testing::ExitedWithCode(0), "^raised\n$");

@@ -9,6 +9,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 using loopback::LoopbackServer;
 using loopback::Reply;
 using loopback::replyWith;
@@ -37,15 +39,13 @@ TEST(UrlSessionData, DeliversBodyAndResponseOnceOnAThreadOfItsOwn) {
 }
 
 TEST(UrlSessionData, SendsTheGivenHeadersInOrderAfterTheClientsOwn) {
-    test::setInfo(QStringLiteral("CFBundleName"), QStringLiteral("Kit Installer"));
-    test::setInfo(QStringLiteral("CFBundleShortVersionString"), QStringLiteral("4.2"));
+    test::setInfo(u"CFBundleName"_s, u"Kit Installer"_s);
+    test::setInfo(u"CFBundleShortVersionString"_s, u"4.2"_s);
     LoopbackServer server;
     server.expect("GET /c?k=%20v", replyWithStatus(204));
     auto request = test::getRequest(server.address("/c?k=%20v"));
-    request.headers = {
-        {QStringLiteral("appName"), QStringLiteral("Kit")}, {QStringLiteral("ci"), QStringLiteral("0123")},
-        {QStringLiteral("os"), QStringLiteral("mac")},      {QStringLiteral("osVer"), QStringLiteral("14.2.1")},
-        {QStringLiteral("country"), QStringLiteral("DE")},  {QStringLiteral("locale"), QStringLiteral("de")}};
+    request.headers = {{u"appName"_s, u"Kit"_s},  {u"ci"_s, u"0123"_s},    {u"os"_s, u"mac"_s},
+                       {u"osVer"_s, u"14.2.1"_s}, {u"country"_s, u"DE"_s}, {u"locale"_s, u"de"_s}};
     test::fetch(request);
     const auto requests = server.requests();
     ASSERT_EQ(requests.size(), 1U);
@@ -70,9 +70,7 @@ TEST(UrlSessionData, SendsAnEmptyValueAndKeepsLineEndsOutOfOne) {
     LoopbackServer server;
     server.expect("GET /", replyWithStatus(204));
     auto request = test::getRequest(server.address("/"));
-    request.headers = {{QStringLiteral("empty"), QString()},
-                       {QStringLiteral("split"), QStringLiteral("a\r\nX-Other: b\nc")},
-                       {QStringLiteral("umlaut"), QStringLiteral("Gr\u00fcn")}};
+    request.headers = {{u"empty"_s, QString()}, {u"split"_s, u"a\r\nX-Other: b\nc"_s}, {u"umlaut"_s, u"Gr\u00fcn"_s}};
     test::fetch(request);
     const auto sent = server.requests().at(0);
     EXPECT_EQ(sent.header("empty"), "");
@@ -85,8 +83,8 @@ TEST(UrlSessionData, PostsABodyOfAnySizeAtOnce) {
     LoopbackServer server;
     server.expect("POST /collect", replyWith("ok"));
     auto request = test::getRequest(server.address("/collect"));
-    request.method = QStringLiteral("POST");
-    request.headers = {{QStringLiteral("Content-Type"), QStringLiteral("application/x-www-form-urlencoded")}};
+    request.method = u"POST"_s;
+    request.headers = {{u"Content-Type"_s, u"application/x-www-form-urlencoded"_s}};
     request.body = QByteArray(3 * 1024 * 1024, 'x') + "\r\nlast";
     EXPECT_EQ(test::fetch(request).data, QByteArray("ok"));
     const auto sent = server.requests().at(0);
@@ -168,7 +166,7 @@ TEST(UrlSessionData, FollowsRedirectsSilentlyAndReportsTheLastHop) {
     const auto outcome = test::fetch(server.address("/a"));
     EXPECT_EQ(outcome.data, QByteArray("there"));
     EXPECT_EQ(outcome.response->address.toStdString(), server.address("/b/d?e=f"));
-    EXPECT_EQ(outcome.response->suggestedFilename, QStringLiteral("d.txt"));
+    EXPECT_EQ(outcome.response->suggestedFilename, u"d.txt"_s);
 }
 
 TEST(UrlSessionData, TurnsAPostIntoAGetWhereTheStatusSaysSo) {
@@ -177,7 +175,7 @@ TEST(UrlSessionData, TurnsAPostIntoAGetWhereTheStatusSaysSo) {
         server.expect("POST /p", loopback::redirectTo("/next", status));
         server.expect("GET /next", replyWith("got"));
         auto request = test::getRequest(server.address("/p"));
-        request.method = QStringLiteral("POST");
+        request.method = u"POST"_s;
         request.body = "body";
         EXPECT_EQ(test::fetch(request).data, QByteArray("got")) << status;
         EXPECT_EQ(server.requests().at(1).body, "");
@@ -190,7 +188,7 @@ TEST(UrlSessionData, RepeatsThePostAfter307And308) {
         server.expect("POST /p", loopback::redirectTo("/next", status));
         server.expect("POST /next", replyWith("got"));
         auto request = test::getRequest(server.address("/p"));
-        request.method = QStringLiteral("POST");
+        request.method = u"POST"_s;
         request.body = "body";
         EXPECT_EQ(test::fetch(request).data, QByteArray("got")) << status;
         EXPECT_EQ(server.requests().at(1).body, "body");
@@ -203,7 +201,7 @@ TEST(UrlSessionData, SuggestsTheNameOfTheHeaderOfTheLastHop) {
                              .headers = {{"Location", "/b"}, {"Content-Disposition", "attachment; filename=first"}}});
     server.expect("GET /b", {.headers = {{"Content-Disposition", "attachment; filename=\"../Kit 4.dmg\""},
                                          {"Content-Type", "text/html; charset=utf-8"}}});
-    EXPECT_EQ(test::fetch(server.address("/a")).response->suggestedFilename, QStringLiteral(".._Kit 4.dmg.html"));
+    EXPECT_EQ(test::fetch(server.address("/a")).response->suggestedFilename, u".._Kit 4.dmg.html"_s);
 }
 
 TEST(UrlSessionData, RaisesWhenNoThreadCanBeStarted) {

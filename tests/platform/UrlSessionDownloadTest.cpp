@@ -16,6 +16,8 @@
 #include <csignal>
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 using loopback::Ending;
 using loopback::LoopbackServer;
 using loopback::replyWith;
@@ -35,7 +37,7 @@ TEST(UrlSessionDownload, FinishesThenCompletesOnTheMainThread) {
     EXPECT_TRUE(outcome.allOnMainThread);
     EXPECT_EQ(outcome.contents, QByteArray("image"));
     EXPECT_EQ(outcome.response.statusCode, 200);
-    EXPECT_EQ(outcome.response.suggestedFilename, QStringLiteral("Kit.dmg"));
+    EXPECT_EQ(outcome.response.suggestedFilename, u"Kit.dmg"_s);
 }
 
 TEST(UrlSessionDownload, SendsAPlainGetWithoutHeadersOfItsOwn) {
@@ -73,10 +75,9 @@ TEST(UrlSessionDownload, DeletesTheFileAfterTheCallbackUnlessItWasMoved) {
     EXPECT_THAT(test::temporaryFiles(), testing::IsEmpty());
 
     server.expect("GET /a", replyWith("moved"));
-    test::download(server.address("/a"), {}, [](const QString& file) {
-        QFile::rename(file, QFileInfo(file).path() + QStringLiteral("/Kit.dmg"));
-    });
-    EXPECT_THAT(test::temporaryFiles(), ElementsAre(QStringLiteral("Kit.dmg")));
+    test::download(server.address("/a"), {},
+                   [](const QString& file) { QFile::rename(file, QFileInfo(file).path() + u"/Kit.dmg"_s); });
+    EXPECT_THAT(test::temporaryFiles(), ElementsAre(u"Kit.dmg"_s));
 }
 
 TEST(UrlSessionDownload, FinishesForEveryStatusAndForAnEmptyBody) {
@@ -197,9 +198,9 @@ TEST(UrlSessionDownload, FailsWithoutAPrivateTemporaryFolder) {
     const auto outcome = test::download("http://127.0.0.1:1/a");
     EXPECT_THAT(outcome.events, ElementsAre("complete -3000"));
     EXPECT_EQ(outcome.error->text(),
-              QStringLiteral("Error Domain=NSURLErrorDomain Code=-3000 \"The file for the download could not be "
-                             "created.\" UserInfo={NSErrorFailingURLStringKey=http://127.0.0.1:1/a, "
-                             "NSLocalizedDescription=The file for the download could not be created.}"));
+              u"Error Domain=NSURLErrorDomain Code=-3000 \"The file for the download could not be "
+              "created.\" UserInfo={NSErrorFailingURLStringKey=http://127.0.0.1:1/a, "
+              "NSLocalizedDescription=The file for the download could not be created.}"_s);
 }
 
 TEST(UrlSessionDownload, FailsWhenTheFileCannotBeWritten) {

@@ -6,6 +6,8 @@
 
 #include <sched.h>
 
+using namespace Qt::StringLiterals;
+
 using loopback::Ending;
 using loopback::LoopbackServer;
 using loopback::Reply;
@@ -15,9 +17,9 @@ namespace {
 // The kernel's tables of a machine with a default route, and of one without.
 void fakeDefaultRoute(bool there) {
     const QByteArray head = "Iface\tDestination\tGateway\tFlags\tRefCnt\tUse\tMetric\tMask\tMTU\tWindow\tIRTT\n";
-    test::putSystemFile(QStringLiteral("/proc/net/route"),
+    test::putSystemFile(u"/proc/net/route"_s,
                         there ? head + "fake0\t00000000\t0101A8C0\t0003\t0\t0\t0\t00000000\t0\t0\t0\n" : head);
-    test::putSystemFile(QStringLiteral("/proc/net/ipv6_route"), "");
+    test::putSystemFile(u"/proc/net/ipv6_route"_s, "");
 }
 
 int codeWithAnswer(const Reply& reply, const TransferLimits& limits = {}) {
@@ -44,12 +46,11 @@ TEST(UrlSessionErrors, ReportsAnAddressThatCannotBeAskedForWithoutRaising) {
 }
 
 TEST(UrlSessionErrors, NamesTheFailingAddressButNotAnAbsentOne) {
-    EXPECT_EQ(test::fetch("scheme://x").error->text(),
-              QStringLiteral("Error Domain=NSURLErrorDomain Code=-1002 \"unsupported URL\" "
-                             "UserInfo={NSErrorFailingURLStringKey=scheme://x, "
-                             "NSLocalizedDescription=unsupported URL}"));
-    EXPECT_EQ(test::fetch("").error->text(), QStringLiteral("Error Domain=NSURLErrorDomain Code=-1002 \"unsupported "
-                                                            "URL\" UserInfo={NSLocalizedDescription=unsupported URL}"));
+    EXPECT_EQ(test::fetch("scheme://x").error->text(), u"Error Domain=NSURLErrorDomain Code=-1002 \"unsupported URL\" "
+                                                       "UserInfo={NSErrorFailingURLStringKey=scheme://x, "
+                                                       "NSLocalizedDescription=unsupported URL}"_s);
+    EXPECT_EQ(test::fetch("").error->text(), u"Error Domain=NSURLErrorDomain Code=-1002 \"unsupported "
+                                             "URL\" UserInfo={NSLocalizedDescription=unsupported URL}"_s);
 }
 
 TEST(UrlSessionErrors, AsksForAnAddressWhoseSchemeIsInUpperCase) {
@@ -138,9 +139,9 @@ TEST(UrlSessionErrors, ObeysASmallerLimitOfRedirects) {
 }
 
 TEST(UrlSessionErrors, DoesNotFollowARedirectAwayFromHttp) {
-    test::writeFile(test::folder() + QStringLiteral("/secret"), "secret");
+    test::writeFile(test::folder() + u"/secret"_s, "secret");
     for (const std::string& target :
-         {std::string("ftp://127.0.0.1/x"), "file://" + (test::folder() + QStringLiteral("/secret")).toStdString(),
+         {std::string("ftp://127.0.0.1/x"), "file://" + (test::folder() + u"/secret"_s).toStdString(),
           std::string("scheme://x")}) {
         LoopbackServer server;
         server.expect("GET /", loopback::redirectTo(target));

@@ -12,6 +12,8 @@
 
 #include <filesystem>
 
+using namespace Qt::StringLiterals;
+
 // AddressSanitizer keeps freed memory for a while, which is not what is measured here. It reads this name.
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
 extern "C" const char* __asan_default_options() {
@@ -49,7 +51,7 @@ private:
 
 // The largest resident size that this process has had, in bytes.
 std::int64_t peakMemory() {
-    for (const QByteArray& line : test::readFile(QStringLiteral("/proc/self/status")).split('\n'))
+    for (const QByteArray& line : test::readFile(u"/proc/self/status"_s).split('\n'))
         if (line.startsWith("VmHWM:"))
             return line.simplified().split(' ').at(1).toLongLong() * 1024;
     return -1;
@@ -84,11 +86,11 @@ TEST(UrlSessionMemory, DoesNotGrowWithTheSizeOfADownload) {
 
 TEST(UrlSessionMemory, DoesNotGrowWithTheSizeOfAFile) {
     const RoomyFolder folder;
-    const QString path = test::folder() + QStringLiteral("/sparse.dmg");
+    const QString path = test::folder() + u"/sparse.dmg"_s;
     test::writeFile(path, "");
     ASSERT_EQ(truncate(path.toUtf8().constData(), 2048 * kMebibyte), 0);
-    test::writeFile(test::folder() + QStringLiteral("/empty.dmg"), "");
-    EXPECT_EQ(download("file://" + (test::folder() + QStringLiteral("/empty.dmg")).toStdString()), 0);
+    test::writeFile(test::folder() + u"/empty.dmg"_s, "");
+    EXPECT_EQ(download("file://" + (test::folder() + u"/empty.dmg"_s).toStdString()), 0);
     const std::int64_t before = peakMemory();
     EXPECT_EQ(download("file://" + path.toStdString()), 2048 * kMebibyte);
     EXPECT_LE(peakMemory() - before, 40 * kMebibyte);

@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+using namespace Qt::StringLiterals;
+
 using loopback::LoopbackServer;
 
 TEST(UrlSessionProxy, AsksTheProxyOfTheEnvironmentForPlainAddresses) {
@@ -17,7 +19,7 @@ TEST(UrlSessionProxy, AsksTheProxyOfTheEnvironmentForPlainAddresses) {
 
 TEST(UrlSessionProxy, TunnelsThroughTheProxyForSecureAddresses) {
     const auto identity = loopback::makeSelfSignedIdentity("DNS:portal.invalid");
-    const QString trusted = test::folder() + QStringLiteral("/trusted.pem");
+    const QString trusted = test::folder() + u"/trusted.pem"_s;
     test::writeFile(trusted, QByteArray::fromStdString(identity.certificate));
     test::setEnvironment("SSL_CERT_FILE", trusted.toUtf8());
     LoopbackServer target(identity);

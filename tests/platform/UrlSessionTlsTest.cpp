@@ -5,13 +5,15 @@
 
 #include <gmock/gmock.h>
 
+using namespace Qt::StringLiterals;
+
 using loopback::LoopbackServer;
 
 namespace {
 
 // Makes the certificate the only one that is trusted, beside the system's folder.
 void trust(const loopback::TlsIdentity& identity) {
-    const QString file = test::folder() + QStringLiteral("/trusted.pem");
+    const QString file = test::folder() + u"/trusted.pem"_s;
     test::writeFile(file, QByteArray::fromStdString(identity.certificate));
     test::setEnvironment("SSL_CERT_FILE", file.toUtf8());
 }

@@ -13,20 +13,22 @@
 #include <array>
 #include <filesystem>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Through a system root that holds nothing but the table, since the variable decides where the volumes folder is.
 void putMountTable(const QByteArray& table) {
-    test::putSystemFile(QStringLiteral("/proc/self/mountinfo"), table);
+    test::putSystemFile(u"/proc/self/mountinfo"_s, table);
 }
 
 QString volumes() {
-    return test::systemRoot() + QStringLiteral("/Volumes");
+    return test::systemRoot() + u"/Volumes"_s;
 }
 
 // As the disk-image tool leaves an extracted volume: a link to a folder elsewhere. `age` in seconds.
 void attachExtracted(const QString& name, long age) {
-    const QString data = test::folder() + QStringLiteral("/data/") + name;
+    const QString data = test::folder() + u"/data/"_s + name;
     ASSERT_TRUE(QDir().mkpath(data));
     ASSERT_TRUE(QDir().mkpath(volumes()));
     ASSERT_TRUE(QFile::link(data, volumes() + u'/' + name));
@@ -40,40 +42,38 @@ void attachExtracted(const QString& name, long age) {
 
 TEST(MountedVolumes, AreThoseOfTheKernelsTable) {
     const QStringList volumes = platform::mountedVolumes();
-    EXPECT_TRUE(volumes.contains(QStringLiteral("/")));
-    EXPECT_TRUE(volumes.contains(QStringLiteral("/proc")));
+    EXPECT_TRUE(volumes.contains(u"/"_s));
+    EXPECT_TRUE(volumes.contains(u"/proc"_s));
 }
 
 TEST(MountedVolumes, ShowWhatIsMountedInTheVolumesFolderByItsPlainPath) {
     putMountTable("1 0 8:1 / / rw - ext4 x rw\n2 1 0:9 / " + QFile::encodeName(volumes()) +
                   "/My\\040App rw - fuse x rw\n3 1 0:9 / " + QFile::encodeName(volumes()) + "X/a rw - fuse x rw\n");
-    EXPECT_EQ(platform::mountedVolumes(),
-              QStringList({QStringLiteral("/"), QStringLiteral("/Volumes/My App"), volumes() + QStringLiteral("X/a")}));
+    EXPECT_EQ(platform::mountedVolumes(), QStringList({u"/"_s, u"/Volumes/My App"_s, volumes() + u"X/a"_s}));
 }
 
 TEST(MountedVolumes, SeeThroughLinksOnTheWayToTheVolumesFolder) {
-    const QString real = test::folder() + QStringLiteral("/elsewhere");
-    ASSERT_TRUE(QDir().mkpath(real + QStringLiteral("/V")));
+    const QString real = test::folder() + u"/elsewhere"_s;
+    ASSERT_TRUE(QDir().mkpath(real + u"/V"_s));
     putMountTable("2 1 0:9 / " + QFile::encodeName(real) + "/V rw - fuse x rw\n");
     ASSERT_TRUE(QFile::link(real, volumes()));
-    EXPECT_EQ(platform::mountedVolumes(), QStringList(QStringLiteral("/Volumes/V")));
+    EXPECT_EQ(platform::mountedVolumes(), QStringList(u"/Volumes/V"_s));
 }
 
 TEST(MountedVolumes, EndWithTheExtractedOnesInTheOrderOfAttaching) {
     putMountTable("1 0 8:1 / / rw - ext4 x rw\n");
-    attachExtracted(QStringLiteral("b"), 30);
-    attachExtracted(QStringLiteral("c"), 20);
-    attachExtracted(QStringLiteral("a b"), 10);
-    EXPECT_EQ(platform::mountedVolumes(), QStringList({QStringLiteral("/"), QStringLiteral("/Volumes/b"),
-                                                       QStringLiteral("/Volumes/c"), QStringLiteral("/Volumes/a b")}));
+    attachExtracted(u"b"_s, 30);
+    attachExtracted(u"c"_s, 20);
+    attachExtracted(u"a b"_s, 10);
+    EXPECT_EQ(platform::mountedVolumes(), QStringList({u"/"_s, u"/Volumes/b"_s, u"/Volumes/c"_s, u"/Volumes/a b"_s}));
 }
 
 TEST(MountedVolumes, LeaveOutFoldersFilesAndLinksThatLeadNowhere) {
     putMountTable("");
-    attachExtracted(QStringLiteral("gone"), 0);
-    std::filesystem::remove_all((test::folder() + QStringLiteral("/data/gone")).toStdString());
-    ASSERT_TRUE(QDir().mkpath(volumes() + QStringLiteral("/mount point that nothing is mounted on")));
-    test::writeFile(volumes() + QStringLiteral("/file"), "");
+    attachExtracted(u"gone"_s, 0);
+    std::filesystem::remove_all((test::folder() + u"/data/gone"_s).toStdString());
+    ASSERT_TRUE(QDir().mkpath(volumes() + u"/mount point that nothing is mounted on"_s));
+    test::writeFile(volumes() + u"/file"_s, "");
     EXPECT_EQ(platform::mountedVolumes(), QStringList());
 }
 

@@ -24,35 +24,37 @@
 #include <utility>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace test {
 
 namespace {
 
 void writeValue(QXmlStreamWriter& xml, const QVariant& value) {
     if (value.typeId() == QMetaType::QVariantMap) {
-        xml.writeStartElement(QStringLiteral("dict"));
+        xml.writeStartElement(u"dict"_s);
         const QVariantMap dictionary = value.toMap();
         for (auto entry = dictionary.cbegin(); entry != dictionary.cend(); ++entry) {
-            xml.writeTextElement(QStringLiteral("key"), entry.key());
+            xml.writeTextElement(u"key"_s, entry.key());
             writeValue(xml, entry.value());
         }
         xml.writeEndElement();
     } else if (value.typeId() == QMetaType::QVariantList) {
-        xml.writeStartElement(QStringLiteral("array"));
+        xml.writeStartElement(u"array"_s);
         for (const QVariant& item : value.toList())
             writeValue(xml, item);
         xml.writeEndElement();
     } else if (value.typeId() == QMetaType::Bool) {
-        xml.writeEmptyElement(value.toBool() ? QStringLiteral("true") : QStringLiteral("false"));
+        xml.writeEmptyElement(value.toBool() ? u"true"_s : u"false"_s);
     } else if (value.typeId() == QMetaType::LongLong || value.typeId() == QMetaType::Int) {
-        xml.writeTextElement(QStringLiteral("integer"), value.toString());
+        xml.writeTextElement(u"integer"_s, value.toString());
     } else {
-        xml.writeTextElement(QStringLiteral("string"), value.toString());
+        xml.writeTextElement(u"string"_s, value.toString());
     }
 }
 
 QString infoPath() {
-    return bundle() + QStringLiteral("/Contents/Info.plist");
+    return bundle() + u"/Contents/Info.plist"_s;
 }
 
 void put(const QString& plainPath, const QByteArray& contents, QFileDevice::Permissions permissions) {
@@ -85,15 +87,15 @@ QString folder() {
 }
 
 QString home() {
-    return folder() + QStringLiteral("/home");
+    return folder() + u"/home"_s;
 }
 
 QString bundle() {
-    return folder() + QStringLiteral("/Test.app");
+    return folder() + u"/Test.app"_s;
 }
 
 QString systemRoot() {
-    return folder() + QStringLiteral("/system");
+    return folder() + u"/system"_s;
 }
 
 QVariantMap infoPlist() {
@@ -104,8 +106,8 @@ void writeInfoPlist(const QVariantMap& info) {
     QByteArray bytes;
     QXmlStreamWriter xml(&bytes);
     xml.writeStartDocument();
-    xml.writeStartElement(QStringLiteral("plist"));
-    xml.writeAttribute(QStringLiteral("version"), QStringLiteral("1.0"));
+    xml.writeStartElement(u"plist"_s);
+    xml.writeAttribute(u"version"_s, u"1.0"_s);
     writeValue(xml, info);
     xml.writeEndElement();
     xml.writeEndDocument();
@@ -122,17 +124,17 @@ void setInfo(const QString& key, const QVariant& value) {
 }
 
 void setSetting(const QString& key, const QVariant& value) {
-    QVariantMap settings = infoPlist().value(QStringLiteral("QNConfig")).toMap();
+    QVariantMap settings = infoPlist().value(u"QNConfig"_s).toMap();
     if (value.isValid())
         settings.insert(key, value);
     else
         settings.remove(key);
-    setInfo(QStringLiteral("QNConfig"), settings);
+    setInfo(u"QNConfig"_s, settings);
 }
 
 QString ownResources() {
     namespace fs = std::filesystem;
-    const fs::path resources = (bundle() + QStringLiteral("/Contents/Resources")).toStdString();
+    const fs::path resources = (bundle() + u"/Contents/Resources"_s).toStdString();
     if (fs::is_symlink(resources)) {
         const fs::path original = fs::canonical(resources);
         fs::remove(resources);
@@ -171,21 +173,19 @@ void writeFile(const QString& path, const QByteArray& contents) {
 
 QStringList eventLog() {
     const QVariantMap info = infoPlist();
-    const QString environment = info.value(QStringLiteral("QNEnv")).toString();
-    const QMap<QString, QString> suffixes{{QStringLiteral("dev1"), QStringLiteral("Dev1")},
-                                          {QStringLiteral("qa1"), QStringLiteral("QA1")},
-                                          {QStringLiteral("beta"), QStringLiteral("Beta")}};
-    const QString key = QStringLiteral("kQNApplicationDataPath") + suffixes.value(environment, QStringLiteral("Prod"));
-    const QVariantMap settings = info.value(QStringLiteral("QNConfig")).toMap();
-    const QString path = settings.contains(key) ? settings.value(key).toString() : QStringLiteral("(null)");
-    const QByteArray log = readFile(home() + path + QStringLiteral("/Logs/install.log"));
-    QStringList lines = QString::fromUtf8(log).split(QStringLiteral("\r\n"));
+    const QString environment = info.value(u"QNEnv"_s).toString();
+    const QMap<QString, QString> suffixes{{u"dev1"_s, u"Dev1"_s}, {u"qa1"_s, u"QA1"_s}, {u"beta"_s, u"Beta"_s}};
+    const QString key = u"kQNApplicationDataPath"_s + suffixes.value(environment, u"Prod"_s);
+    const QVariantMap settings = info.value(u"QNConfig"_s).toMap();
+    const QString path = settings.contains(key) ? settings.value(key).toString() : u"(null)"_s;
+    const QByteArray log = readFile(home() + path + u"/Logs/install.log"_s);
+    QStringList lines = QString::fromUtf8(log).split(u"\r\n"_s);
     lines.removeLast();
     return lines;
 }
 
 QStringList eventLogMessages() {
-    static const QRegularExpression pattern(QStringLiteral("\"message\":(?:\" (.*)\"| (.*)), \"lang\": "),
+    static const QRegularExpression pattern(u"\"message\":(?:\" (.*)\"| (.*)), \"lang\": "_s,
                                             QRegularExpression::DotMatchesEverythingOption);
     QStringList messages;
     for (const QString& line : eventLog()) {
@@ -200,7 +200,7 @@ QStringList consoleLinesOf(const std::function<void()>& body) {
     body();
     const QString text = QString::fromStdString(testing::internal::GetCapturedStderr());
     static const QRegularExpression prefix(
-        QStringLiteral("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} QNInstaller\\[\\d+\\] "));
+        u"^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} QNInstaller\\[\\d+\\] "_s);
     QStringList lines;
     for (QString line : text.split(u'\n', Qt::SkipEmptyParts))
         lines += line.remove(prefix);

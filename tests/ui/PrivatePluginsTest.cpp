@@ -13,8 +13,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString kProgram = QStringLiteral(BUILT_BUNDLE "/Contents/MacOS/QNInstaller");
-const QString kPlugins = QDir(QStringLiteral(BUILT_BUNDLE "/Contents/PlugIns")).canonicalPath();
+const QString kProgram = u"" BUILT_BUNDLE "/Contents/MacOS/QNInstaller"_s;
+const QString kPlugins = QDir(u"" BUILT_BUNDLE "/Contents/PlugIns"_s).canonicalPath();
 
 // Runs the built program to its first screen under strace and ends it in order; every file that it opened.
 QStringList filesOpenedAtStart(const QProcessEnvironment& environment) {
@@ -46,7 +46,7 @@ TEST(PrivatePlugins, AreTheOnlyOnesThatTheProgramOpens) {
     test::putSystemFile(u"/proc/net/route"_s, "Iface\tDestination\tGateway\tFlags\n");
     test::putSystemFile(u"/proc/net/ipv6_route"_s, "");
     // Folders where the toolkit would look, with the system's own plugins in them.
-    const QString foreign = QStringLiteral(QT_PLUGINS);
+    const QString foreign = u"" QT_PLUGINS ""_s;
     ASSERT_TRUE(QFile::exists(foreign + u"/platforms/libqxcb.so"_s));
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"QT_PLUGIN_PATH"_s, foreign);

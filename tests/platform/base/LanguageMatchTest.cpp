@@ -6,6 +6,8 @@
 #include <optional>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 struct Row {
@@ -13,17 +15,12 @@ struct Row {
     const char* expected; // nullptr: none
 };
 
-const QStringList kWithRegions = {
-    QStringLiteral("cs-CZ"), QStringLiteral("da-DK"), QStringLiteral("de-DE"), QStringLiteral("el-GR"),
-    QStringLiteral("en-US"), QStringLiteral("es-ES"), QStringLiteral("fi-FI"), QStringLiteral("fr-FR"),
-    QStringLiteral("hu-HU"), QStringLiteral("it-IT"), QStringLiteral("ja-JP"), QStringLiteral("ko-KR"),
-    QStringLiteral("nb-NO"), QStringLiteral("nl-NL"), QStringLiteral("pl-PL"), QStringLiteral("pt-BR"),
-    QStringLiteral("ru-RU"), QStringLiteral("sk-SK"), QStringLiteral("sv-SE"), QStringLiteral("tr-TR"),
-    QStringLiteral("zh-CN"), QStringLiteral("zh-TW"), QStringLiteral("he-IL")};
+const QStringList kWithRegions = {u"cs-CZ"_s, u"da-DK"_s, u"de-DE"_s, u"el-GR"_s, u"en-US"_s, u"es-ES"_s,
+                                  u"fi-FI"_s, u"fr-FR"_s, u"hu-HU"_s, u"it-IT"_s, u"ja-JP"_s, u"ko-KR"_s,
+                                  u"nb-NO"_s, u"nl-NL"_s, u"pl-PL"_s, u"pt-BR"_s, u"ru-RU"_s, u"sk-SK"_s,
+                                  u"sv-SE"_s, u"tr-TR"_s, u"zh-CN"_s, u"zh-TW"_s, u"he-IL"_s};
 
-const QStringList kPlain = {QStringLiteral("de"),      QStringLiteral("en"),     QStringLiteral("he"),
-                            QStringLiteral("nb"),      QStringLiteral("pt-BR"),  QStringLiteral("pt"),
-                            QStringLiteral("zh-Hans"), QStringLiteral("zh-Hant")};
+const QStringList kPlain = {u"de"_s, u"en"_s, u"he"_s, u"nb"_s, u"pt-BR"_s, u"pt"_s, u"zh-Hans"_s, u"zh-Hant"_s};
 
 void expectMatches(const std::vector<Row>& rows, const QStringList& available) {
     for (const Row& row : rows) {
@@ -62,22 +59,20 @@ TEST(LanguageMatch, FindsATableNamedByLanguageAlone) {
 
 TEST(LanguageMatch, FindsNothingInAnotherLanguageOrInAnotherChineseScript) {
     expectMatches({{"is-IS", nullptr}, {"d", nullptr}, {"", nullptr}, {"-", nullptr}, {"-DE", nullptr}}, kWithRegions);
-    expectMatches({{"zh-Hant-TW", nullptr}, {"zh-HK", nullptr}}, {QStringLiteral("zh-CN"), QStringLiteral("zh")});
-    expectMatches({{"zh-Hans-CN", nullptr}}, {QStringLiteral("zh-TW")});
+    expectMatches({{"zh-Hant-TW", nullptr}, {"zh-HK", nullptr}}, {u"zh-CN"_s, u"zh"_s});
+    expectMatches({{"zh-Hans-CN", nullptr}}, {u"zh-TW"_s});
     expectMatches({{"de", nullptr}}, {});
 }
 
 TEST(LanguageMatch, PrefersTheSameTagToAParentAndAParentToASibling) {
-    expectMatches({{"pt-BR", "pt-BR"}, {"pt-PT", "pt"}},
-                  {QStringLiteral("pt-AO"), QStringLiteral("pt"), QStringLiteral("pt-BR")});
+    expectMatches({{"pt-BR", "pt-BR"}, {"pt-PT", "pt"}}, {u"pt-AO"_s, u"pt"_s, u"pt-BR"_s});
 }
 
 TEST(ChosenLocalization, IsThatOfTheFirstPreferredLanguageThatHasOne) {
     const auto choose = [](const QStringList& preferred) {
-        return StringsTable::chooseLocalization(preferred, kWithRegions, QStringLiteral("en-US"));
+        return StringsTable::chooseLocalization(preferred, kWithRegions, u"en-US"_s);
     };
-    EXPECT_EQ(choose({QStringLiteral("is"), QStringLiteral("de-AT"), QStringLiteral("fr-FR")}),
-              QStringLiteral("de-DE"));
-    EXPECT_EQ(choose({QStringLiteral("is")}), QStringLiteral("en-US"));
-    EXPECT_EQ(choose({}), QStringLiteral("en-US"));
+    EXPECT_EQ(choose({u"is"_s, u"de-AT"_s, u"fr-FR"_s}), u"de-DE"_s);
+    EXPECT_EQ(choose({u"is"_s}), u"en-US"_s);
+    EXPECT_EQ(choose({}), u"en-US"_s);
 }
