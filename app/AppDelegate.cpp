@@ -107,16 +107,16 @@ void AppDelegate::applicationDidFinishLaunching() {
     platform::setUncaughtExceptionHandler(exceptionHandler);
     const LogContext context = logContext("-[AppDelegate applicationDidFinishLaunching:]");
     const Bundle& bundle = Bundle::mainBundle();
-    const QString cache = format("%@/Library/Caches/%@", platform::homeDirectory(), bundle.bundleIdentifier());
-    QNLogger::debug(format("Removing app cache from %@ .", cache), context);
+    const QString cache = formatText("%@/Library/Caches/%@", platform::homeDirectory(), bundle.bundleIdentifier());
+    QNLogger::debug(formatText("Removing app cache from %@ .", cache), context);
     if (const auto error = removeCache(cache, bundle.bundleIdentifier())) {
-        QNLogger::debug(format("Failed to remove app cache from %@ .", cache), context);
-        QNLogger::error(format("Error: %@", error->text()), context);
+        QNLogger::debug(formatText("Failed to remove app cache from %@ .", cache), context);
+        QNLogger::error(formatText("Error: %@", error->text()), context);
     } else {
-        QNLogger::debug(format("Successfully removed app cache from %@ .", cache), context);
+        QNLogger::debug(formatText("Successfully removed app cache from %@ .", cache), context);
     }
     const std::optional<QString> name = QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s);
-    QNLogger::debug(format("%@ start.", name), context);
+    QNLogger::debug(formatText("%@ start.", name), context);
     {
         const std::lock_guard lock(analytics().mutex);
         analytics().queue.clear();

@@ -19,9 +19,9 @@ void exceptionHandler(const PlatformException& exception) {
     // A dictionary without entries prints as an absent one.
     const std::optional<QString> userInfo =
         exception.userInfo().isEmpty() ? std::nullopt : std::optional(describe(exception.userInfo()));
-    platform::consoleLog(format("CRASH REASON: %@", reason));
-    platform::consoleLog(format("CRASH USER_INFO: %@", userInfo));
+    platform::consoleLog(formatText("CRASH REASON: %@", reason));
+    platform::consoleLog(formatText("CRASH USER_INFO: %@", userInfo));
     const LogContext context = logContext("void exceptionHandler(const PlatformException &)");
-    QNLogger::error(format("Application crashed with [reason: %@ and userInfo: %@]", reason, userInfo), context);
+    QNLogger::error(formatText("Application crashed with [reason: %@ and userInfo: %@]", reason, userInfo), context);
     platform::terminate();
 }

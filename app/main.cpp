@@ -28,7 +28,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 int unusable(const char* message, const QString& detail) {
-    platform::consoleLog(format(message, detail));
+    platform::consoleLog(formatText(message, detail));
     return 1;
 }
 

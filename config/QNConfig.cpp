@@ -38,7 +38,7 @@ QNConfig::QNConfig(const QVariantMap& document)
 void QNConfig::takeUserAction() {
     for (const QVariant& item : userActionList_.value_or(QVariantList())) {
         const QVariantMap entry = item.toMap(); // empty for anything but an object
-        platform::consoleLog(format("action: %@", entry.value(u"action"_s)));
+        platform::consoleLog(formatText("action: %@", entry.value(u"action"_s)));
         if (!isMarked(entry, "isActive"))
             continue;
         defaultAction_ = textAt(entry, "action");

@@ -66,7 +66,7 @@ std::optional<QString> settingOfEnvironment(const EnvironmentKeys& keys) {
 }
 
 QString actionAddress(const QString& action) {
-    return format("%@d://%@", QNConfigProvider::getPortalType(), action);
+    return formatText("%@d://%@", QNConfigProvider::getPortalType(), action);
 }
 
 } // namespace
@@ -81,9 +81,9 @@ std::optional<QVariantMap> QNConfigProvider::getPortalConfig() {
         return kept;
     auto settings = readPortalConfig();
     if (!settings)
-        platform::consoleLog(format("QNConfigPlist: %@", std::optional<QString>()));
+        platform::consoleLog(formatText("QNConfigPlist: %@", std::optional<QString>()));
     else if (slot.store(*settings)) // of two threads that come here at once, one tells
-        platform::consoleLog(format("QNConfigPlist: %@", *settings));
+        platform::consoleLog(formatText("QNConfigPlist: %@", *settings));
     return settings;
 }
 
@@ -124,6 +124,6 @@ std::optional<QString> QNConfigProvider::getEnvSpecificBinaryName() {
 
 QString QNConfigProvider::getAction(const QString& action) {
     QString address = actionAddress(action);
-    platform::consoleLog(format("%@", address));
+    platform::consoleLog(formatText("%@", address));
     return address;
 }

@@ -23,10 +23,10 @@ constexpr const char* kFunction = "+[QNConfigProvider loadConfigWithCompletion:]
 std::optional<QString> addressOfThisRun() {
     const auto configured = QNConfigProvider::getConfigUrl();
     const QStringList& arguments = processArguments();
-    consoleLog(format("ARGS: %@", arguments));
+    consoleLog(formatText("ARGS: %@", arguments));
     const auto overriding = ConfigRequest::overridingAddress(arguments);
     auto address = overriding ? overriding : configured;
-    consoleLog(format("URL: %@", address));
+    consoleLog(formatText("URL: %@", address));
     return address;
 }
 
@@ -54,7 +54,7 @@ UrlRequest requestFor(const std::optional<QString>& address) {
     QVariantMap shown;
     for (const auto& [name, value] : request.headers)
         shown[name] = value;
-    consoleLog(format("GET request header %@", shown));
+    consoleLog(formatText("GET request header %@", shown));
     return request;
 }
 
@@ -68,7 +68,7 @@ public:
     void takeAnswer(const std::optional<QByteArray>& body, const std::optional<TransportError>& error) const {
         if (error) {
             // A transport error is worth a DEBUG entry only: it is the caller who decides what it means.
-            QNLogger::debug(format("Error loading config: %@ Error: %@", address_, *error), logContext(kFunction));
+            QNLogger::debug(formatText("Error loading config: %@ Error: %@", address_, *error), logContext(kFunction));
             finish(nullptr, error);
             return;
         }
@@ -80,14 +80,15 @@ private:
     static std::shared_ptr<QNConfig> acceptedModel(const QByteArray& body) {
         const auto [model, failure] = ConfigRequest::read(body);
         if (!model) {
-            consoleLog(format("Error is %@", failure));
+            consoleLog(formatText("Error is %@", failure));
             // The reason goes to the console only.
-            QNLogger::error(format("Config parse error. Error: %@", std::optional<QString>()), logContext(kFunction));
+            QNLogger::error(formatText("Config parse error. Error: %@", std::optional<QString>()),
+                            logContext(kFunction));
             return nullptr;
         }
         if (!ConfigRequest::hasUsableFormat(*model)) {
             QNLogger::error(
-                format("Config parse error. Invalid file format specified for Mac: %@", model->latestMacURL()),
+                formatText("Config parse error. Invalid file format specified for Mac: %@", model->latestMacURL()),
                 logContext(kFunction));
             return nullptr;
         }

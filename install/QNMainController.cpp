@@ -30,7 +30,7 @@ namespace {
 void openOrComplain(const std::optional<QString>& text) {
     const std::optional<Address> address = text ? Address::parse(*text) : std::nullopt;
     if (!platform::openAddress(address))
-        platform::consoleLog(format("Failed to open url: %@", address));
+        platform::consoleLog(formatText("Failed to open url: %@", address));
     blockingWait(kWaitAfterOpening);
 }
 
@@ -42,8 +42,8 @@ bool isAcceptable(const QNConfig& config) {
 // Written by another program of the product; the user's wish to close makes it worthless.
 void deleteTinyLog() {
     const QString folder =
-        format("%@%@/Logs", platform::homeDirectory(), QNConfigProvider::getEnvSpecificAppDataPath());
-    FileManager::removeItem(format("%@/tiny.log", folder)); // a missing file is as good
+        formatText("%@%@/Logs", platform::homeDirectory(), QNConfigProvider::getEnvSpecificAppDataPath());
+    FileManager::removeItem(formatText("%@/tiny.log", folder)); // a missing file is as good
 }
 
 } // namespace
@@ -131,7 +131,7 @@ void QNMainController::configurationLoaded(const std::shared_ptr<QNConfig>& conf
                   {{u"RSLT"_s, u"FAIL"_s}, {u"RSN"_s, u"Configuration error"_s}, {u"T"_s, QVariant(seconds)}});
         return;
     }
-    QNLogger::debug(format("Config successful. Took %f seconds", elapsed), context);
+    QNLogger::debug(formatText("Config successful. Took %f seconds", elapsed), context);
     config_ = config;
     sendEvent(u"Config"_s, {{u"RSLT"_s, u"PASS"_s}, {u"T"_s, QVariant(seconds)}});
     beginInstallation();
@@ -157,7 +157,7 @@ void QNMainController::openConfiguredLink() {
 
 void QNMainController::quitInstallation(const Notification& notification) {
     constexpr auto kFunction = "-[QNMainController quitInstallation:]";
-    QNLogger::debug(format("%@ end.", QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s)), logContext(kFunction));
+    QNLogger::debug(formatText("%@ end.", QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s)), logContext(kFunction));
     const auto* const object = std::get_if<QVariantMap>(&notification.object);
     if (object && object->contains(u"isUserAction"_s)) {
         QNLogger::debug(u"User closed installer"_s, logContext(kFunction));
@@ -166,7 +166,7 @@ void QNMainController::quitInstallation(const Notification& notification) {
     if (object && object->contains(u"link"_s)) {
         const QString link = object->value(u"link"_s).toString();
         QNLogger::debug(u"Opening link"_s, logContext(kFunction));
-        platform::consoleLog(format("link: %@", link));
+        platform::consoleLog(formatText("link: %@", link));
         openOrComplain(link);
     }
     platform::terminate();

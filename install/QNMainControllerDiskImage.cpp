@@ -37,26 +37,28 @@ const QString kNotOneApplication = u"Executable error: No/More than one executab
 // needs escaping, and then the move fails.
 QString moveToSuggestedName(const QString& location, const QString& suggestedName) {
     const QString folder = PathText::deletingLastPathComponent(location);
-    const QString destination = format("%@/%@", folder, suggestedName);
+    const QString destination = formatText("%@/%@", folder, suggestedName);
     if (FileManager::fileExists(destination)) {
-        QNLogger::debug(format("\"%@ \"already exists. Removing old file.", destination), logContext(kFunction));
+        QNLogger::debug(formatText("\"%@ \"already exists. Removing old file.", destination), logContext(kFunction));
         FileManager::removeItem(destination); // whatever becomes of it, the mount will tell
     }
-    QString target = format("%@/%@", PathText::percentEscaped(folder), suggestedName);
+    QString target = formatText("%@/%@", PathText::percentEscaped(folder), suggestedName);
     FileManager::moveItem(location, target); // likewise
-    QNLogger::debug(format("Copied %@ to %@", location, destination), logContext(kFunction));
+    QNLogger::debug(formatText("Copied %@ to %@", location, destination), logContext(kFunction));
     return target;
 }
 
 std::optional<QString> mount(const QString& image) {
-    QNLogger::debug(format("Mounting: %@", image), logContext(kFunction));
-    QNLogger::debug(format("Running command: %@", format("/usr/bin/hdiutil attach %@", image)), logContext(kFunction));
+    QNLogger::debug(formatText("Mounting: %@", image), logContext(kFunction));
+    QNLogger::debug(formatText("Running command: %@", formatText("/usr/bin/hdiutil attach %@", image)),
+                    logContext(kFunction));
     return QNTask::runTaskWithPath(kDiskImageTool, {u"mount"_s, image});
 }
 
 void detach(const QString& image, const QString& volume) {
-    QNLogger::debug(format("Unmounting: %@", image), logContext(kFunction));
-    QNLogger::debug(format("Running command: %@", format("/usr/bin/hdiutil detach %@", volume)), logContext(kFunction));
+    QNLogger::debug(formatText("Unmounting: %@", image), logContext(kFunction));
+    QNLogger::debug(formatText("Running command: %@", formatText("/usr/bin/hdiutil detach %@", volume)),
+                    logContext(kFunction));
     QNTask::runTaskWithPath(kDiskImageTool, {u"detach"_s, volume});
 }
 
@@ -77,13 +79,13 @@ void QNMainController::URLSessionDownloadTaskDidFinishDownloadingToURL(const Url
     const QVariant seconds(static_cast<float>(elapsed));
     const QString url = config_->latestMacURL().value_or(QString());
     if (response.isHttp && response.statusCode != kHttpOk) {
-        const QString reason = format("HTTP Response with status code %ld", response.statusCode);
-        failInstallation(format("Download failed: %@ (error = %@)", url, reason), u"Download"_s,
+        const QString reason = formatText("HTTP Response with status code %ld", response.statusCode);
+        failInstallation(formatText("Download failed: %@ (error = %@)", url, reason), u"Download"_s,
                          {{u"RSLT"_s, u"FAIL"_s}, {u"URL"_s, url}, {u"RSN"_s, reason}, {u"T"_s, seconds}});
         return;
     }
-    QNLogger::debug(format("Download completed: %@", url), logContext(kFunction));
-    QNLogger::debug(format("Download took: %f seconds", elapsed), logContext(kFunction));
+    QNLogger::debug(formatText("Download completed: %@", url), logContext(kFunction));
+    QNLogger::debug(formatText("Download took: %f seconds", elapsed), logContext(kFunction));
     sendEvent(
         u"Download"_s,
         {{u"RSLT"_s, u"PASS"_s}, {u"URL"_s, url}, {u"T"_s, seconds}, {u"DProd"_s, eventValue(config_->appName())}});
@@ -92,7 +94,7 @@ void QNMainController::URLSessionDownloadTaskDidFinishDownloadingToURL(const Url
         if (const std::optional<QString> failure = installFrom(image))
             failInstallation(*failure, u"Config"_s, {{u"RSLT"_s, u"FAIL"_s}, {u"RSN"_s, u"Configuration error"_s}});
     } catch (const PlatformException& exception) {
-        QNLogger::error(format("Unmount DMG error: %@", exception), logContext(kFunction));
+        QNLogger::error(formatText("Unmount DMG error: %@", exception), logContext(kFunction));
     }
 }
 
@@ -119,19 +121,19 @@ std::optional<QString> QNMainController::installFrom(const QString& image) {
     QNLogger::debug(u"Closing Connecting screen."_s, logContext(kFunction));
 
     const QStringList entries =
-        FileManager::contentsOfDirectory(format("/Volumes/%@/", volumeName)).value_or(QStringList());
+        FileManager::contentsOfDirectory(formatText("/Volumes/%@/", volumeName)).value_or(QStringList());
     if (entries.isEmpty())
         return kEmptyVolume;
     const std::optional<QString> entry = MountOutput::onlyApplication(entries);
     if (!entry)
         return kNotOneApplication;
-    const QString application = format("/Volumes/%@/%@", volumeName, entry);
-    QNLogger::debug(format("DMG mounted. Running command: %@", application), logContext(kFunction));
+    const QString application = formatText("/Volumes/%@/%@", volumeName, entry);
+    QNLogger::debug(formatText("DMG mounted. Running command: %@", application), logContext(kFunction));
     if (!FileManager::fileExists(application))
-        return format("\"%@ \"path does not exist.", application);
+        return formatText("\"%@ \"path does not exist.", application);
 
     runInstaller(application);
-    detach(image, format("/Volumes/%@", volumeName));
+    detach(image, formatText("/Volumes/%@", volumeName));
     NotificationCenter::defaultCenter().post(kQuitInstallation);
     return std::nullopt;
 }
@@ -146,12 +148,12 @@ void QNMainController::runInstaller(const QString& application) {
         task->setArguments({*argument});
     const auto pipe = std::make_shared<Pipe>();
     task->setStandardOutput(pipe);
-    QNLogger::debug(format("Running Installer: \"%@ \" %@", application, argument), logContext(kFunction));
+    QNLogger::debug(formatText("Running Installer: \"%@ \" %@", application, argument), logContext(kFunction));
     task->launch();
     bringForward(bundle ? bundle->bundleIdentifier() : std::nullopt);
     task->waitUntilExit();
-    QNLogger::debug(format("Installer from path : \"%@ \" finished running. Return value: %d", application,
-                           task->terminationStatus() == 0 ? 1 : 0),
+    QNLogger::debug(formatText("Installer from path : \"%@ \" finished running. Return value: %d", application,
+                               task->terminationStatus() == 0 ? 1 : 0),
                     logContext(kFunction));
     readOutputOf(task, pipe->fileHandleForReading());
 }

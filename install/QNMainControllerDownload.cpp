@@ -22,7 +22,7 @@ QVariantMap failure(const QString& url, const QString& reason) {
 void QNMainController::startDownload() {
     constexpr auto kFunction = "-[QNMainController beginInstallation]";
     const QString url = config_->latestMacURL().value_or(QString());
-    QNLogger::debug(format("Download started: %@", url), logContext(kFunction));
+    QNLogger::debug(formatText("Download started: %@", url), logContext(kFunction));
     setDownloadingStartDate(std::chrono::system_clock::now());
     try {
         UrlSession::downloadTask(
@@ -36,9 +36,9 @@ void QNMainController::startDownload() {
              .didComplete =
                  [this](const std::optional<TransportError>& error) { URLSessionTaskDidCompleteWithError(error); }});
     } catch (const PlatformException& exception) {
-        const QString reason = format("Download failed: %@ (error = %@)", url, exception);
+        const QString reason = formatText("Download failed: %@ (error = %@)", url, exception);
         QNLogger::error(reason, logContext(kFunction));
-        platform::consoleLog(format("Exception %@", exception));
+        platform::consoleLog(formatText("Exception %@", exception));
         sendEvent(u"Download"_s, failure(url, reason));
         setViewHidden(false);
         showGenericError();
@@ -68,9 +68,9 @@ void QNMainController::URLSessionTaskDidCompleteWithError(const std::optional<Tr
     }
     if (!error)
         return;
-    QNLogger::error(format("Download failed: %@ (error = %@)", url, *error), logContext(kFunction));
+    QNLogger::error(formatText("Download failed: %@ (error = %@)", url, *error), logContext(kFunction));
     setViewHidden(false);
     showGenericError();
-    sendEvent(u"Download"_s, failure(url, format("%@", *error)));
-    platform::consoleLog(format("Error: %@", *error));
+    sendEvent(u"Download"_s, failure(url, formatText("%@", *error)));
+    platform::consoleLog(formatText("Error: %@", *error));
 }

@@ -29,8 +29,8 @@ std::optional<QString> QNTask::runTaskWithPath(const QString& path, const QStrin
         const QByteArray output = outputOf(path, arguments);
         return output.isEmpty() ? std::nullopt : std::optional(decodeSystemText(output));
     } catch (const PlatformException& exception) {
-        platform::consoleLog(format("Exception: %@", exception));
-        QNLogger::error(format("Run Task with path: %@ threw an exception: %@", path, exception),
+        platform::consoleLog(formatText("Exception: %@", exception));
+        QNLogger::error(formatText("Run Task with path: %@ threw an exception: %@", path, exception),
                         logContext("+[QNTask runTaskWithPath:andArguments:]"));
         return std::nullopt;
     }

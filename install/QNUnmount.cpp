@@ -18,8 +18,8 @@ namespace {
 
 QString volumeName() {
     const QVariantMap plist = QNConfigProvider::getPlist();
-    return format("%@ Installer %@ %@", QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s),
-                  plist.value(u"CFBundleShortVersionString"_s), plist.value(u"QNEnv"_s));
+    return formatText("%@ Installer %@ %@", QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s),
+                      plist.value(u"CFBundleShortVersionString"_s), plist.value(u"QNEnv"_s));
 }
 
 // The bundle's script, copied to where only this user can write: the bundle itself may lie on a volume that goes away.
@@ -61,10 +61,10 @@ void QNUnmount::unmountDMG() {
     const std::optional<QString> disk = getDisk();
     if (!disk)
         return;
-    QNLogger::debug(format("Unmount DMG from path: %@", disk), logContext(kFunction));
+    QNLogger::debug(formatText("Unmount DMG from path: %@", disk), logContext(kFunction));
     try {
         startScript(copyOfScript(), *disk);
     } catch (const PlatformException& exception) {
-        QNLogger::error(format("Unmount DMG error: %@", exception), logContext(kFunction));
+        QNLogger::error(formatText("Unmount DMG error: %@", exception), logContext(kFunction));
     }
 }

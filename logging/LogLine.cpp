@@ -29,9 +29,9 @@ std::optional<QString> valueOf(const LogContext& context, const char* key) {
 }
 
 QString filled(const char* layout, const LogLine::Entry& entry, const LogContext& context) {
-    return format(layout, entry.time, entry.identifier, entry.level, entry.message, valueOf(context, "language"),
-                  valueOf(context, "country"), valueOf(context, "locale"), valueOf(context, "file"),
-                  valueOf(context, "function"), valueOf(context, "line"));
+    return formatText(layout, entry.time, entry.identifier, entry.level, entry.message, valueOf(context, "language"),
+                      valueOf(context, "country"), valueOf(context, "locale"), valueOf(context, "file"),
+                      valueOf(context, "function"), valueOf(context, "line"));
 }
 
 } // namespace

@@ -61,7 +61,7 @@ private:
 template <typename Failure>
 void tellFailure(const Failure& failure, const QString& consoleText) {
     platform::consoleLog(consoleText);
-    QNLogger::error(format("Analytics send error %@", failure), logContext(kSendFunction));
+    QNLogger::error(formatText("Analytics send error %@", failure), logContext(kSendFunction));
 }
 
 } // namespace
@@ -91,7 +91,7 @@ QString QNAnalyticSender::getMessage(const QString& eventName, const QVariantMap
     }
     event[u"EVT"_s] = eventName;
     const QString time = currentTimestamp();
-    return format("%@ ci=%@ %@", time, QNPortalProvider::getCi(), jsonStringWithPrettyPrint(event, false));
+    return formatText("%@ ci=%@ %@", time, QNPortalProvider::getCi(), jsonStringWithPrettyPrint(event, false));
 }
 
 void QNAnalyticSender::sendEvent(const QString& eventName, const QVariantMap& data) {
@@ -121,9 +121,9 @@ void QNAnalyticSender::send(const QString& body, const std::optional<Address>& u
                                      tellFailure(*error, error->text());
                              });
         answered->acquire();
-        platform::consoleLog(format("ANALYTICS: %@", body));
+        platform::consoleLog(formatText("ANALYTICS: %@", body));
     } catch (const PlatformException& exception) {
-        tellFailure(exception, format("Analytics send error %@", exception));
+        tellFailure(exception, formatText("Analytics send error %@", exception));
     }
 }
 

@@ -36,16 +36,16 @@ void append(const QString& line) {
 
     const QString masked = QNLogger::maskPIIDataInMessage(line);
     const QString directory =
-        format("%@%@/Logs", platform::homeDirectory(), QNConfigProvider::getEnvSpecificAppDataPath());
+        formatText("%@%@/Logs", platform::homeDirectory(), QNConfigProvider::getEnvSpecificAppDataPath());
     if (const auto error = FileManager::createDirectory(directory)) {
-        platform::consoleLog(format("MKDIR Error! %@", error->text()));
+        platform::consoleLog(formatText("MKDIR Error! %@", error->text()));
         return;
     }
     try {
         const std::lock_guard lock(oneWriter);
-        appendThroughTwoHandles(format("%@/install.log", directory), masked.toUtf8());
+        appendThroughTwoHandles(formatText("%@/install.log", directory), masked.toUtf8());
     } catch (const PlatformException& exception) {
-        platform::consoleLog(format("Write log error: %@", exception));
+        platform::consoleLog(formatText("Write log error: %@", exception));
     }
 }
 
@@ -60,7 +60,7 @@ void QNLogger::error(const QString& message, const LogContext& context) {
 }
 
 void QNLogger::showScreen(const QString& screenName, const LogContext& context) {
-    debug(format("Show %@ screen", screenName), context);
+    debug(formatText("Show %@ screen", screenName), context);
 }
 
 void QNLogger::logEvent(const QString& eventText, const LogContext& context) {

@@ -28,7 +28,7 @@ constexpr qsizetype kLength = 36;
 namespace Identifier {
 
 QString derived(const std::optional<QString>& address, const QString& home) {
-    QByteArray seed = format("%@_%@", address, home).toUtf8();
+    QByteArray seed = formatText("%@_%@", address, home).toUtf8();
     if (const auto zero = seed.indexOf('\0'); zero >= 0)
         seed.truncate(zero);
     QString text = hexadecimalString(QCryptographicHash::hash(seed, QCryptographicHash::Sha256)).left(kLength);
@@ -44,7 +44,7 @@ std::optional<QString> attempt(const std::function<QString()>& derive, const cha
     try {
         return derive();
     } catch (const PlatformException& exception) {
-        QNLogger::error(format("createCi threw an exception: %@", exception),
+        QNLogger::error(formatText("createCi threw an exception: %@", exception),
                         logContext("+[QNPortalProvider createCi]", file, line));
         return std::nullopt;
     }

@@ -9,7 +9,7 @@ void guardingProbe(const char* failureText, const char* function, const std::fun
     try {
         probe();
     } catch (const PlatformException& exception) {
-        const QString text = format(failureText, exception);
+        const QString text = formatText(failureText, exception);
         platform::consoleLog(text);
         QNLogger::error(text, logContext(function, file, line));
     }

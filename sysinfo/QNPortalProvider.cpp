@@ -17,8 +17,8 @@ Slot<QString>& identifierSlot() {
 QString identifierOfThisUser() {
     const auto address = QNSystemInfo::getMacAddress();
     const QString home = platform::homeDirectory();
-    platform::consoleLog(format("Home directory is %@", home));
-    platform::consoleLog(format("MAC Address %@", address));
+    platform::consoleLog(formatText("Home directory is %@", home));
+    platform::consoleLog(formatText("MAC Address %@", address));
     return Identifier::derived(address, home);
 }
 

@@ -90,19 +90,19 @@ TextAttributes attributesOf(const QTextCharFormat& format) {
 
 StyledText QNMainController::setupGenericDownloadUI() const {
     const std::optional<QString> link = config_ ? config_->actionUrl() : std::nullopt;
-    return joined({plainRun(format("%@", text("MessageDownloadText1")), kSmall),
+    return joined({plainRun(formatText("%@", text("MessageDownloadText1")), kSmall),
                    linkRun(text("MessageDownloadText2Link"), link, kSmall),
                    plainRun(text("MessageDownloadText3"), kSmall)});
 }
 
 StyledText QNMainController::setupVisitOnlineSiteLabelUI() const {
-    return joined({plainRun(format("%@", text("ContactSupportText")), kSmall), separator(),
+    return joined({plainRun(formatText("%@", text("ContactSupportText")), kSmall), separator(),
                    linkRun(text("ContactSupportText1"), setting("visitOnlineHelpSiteUrl"), kSmall)});
 }
 
 StyledText QNMainController::setupContactSupportLabelsUI() const {
     return joined(
-        {plainRun(format("%@", text("MessageInstallationFailedDescription")), kLarge), separator(),
+        {plainRun(formatText("%@", text("MessageInstallationFailedDescription")), kLarge), separator(),
          linkRun(text("MessageInstallationFailedDescription1"), setting("downloadAndInstallLatestVersionUrl"), kLarge),
          separator(), plainRun(text("MessageInstallationFailedDescription2"), kLarge), separator(),
          linkRun(text("MessageInstallationFailedClickHere"), setting("clickHereUrl"), kLarge), separator(),
@@ -113,8 +113,8 @@ StyledText QNMainController::stringFromHTML(const QString& html, const std::opti
     // Size 0 stands for the system font's own size.
     const FontChoice used = font.value_or(FontChoice{QGuiApplication::font().family(), defaultFont().size});
     QTextDocument document;
-    document.setHtml(format("<span style=\"font-family:'%@'; font-size:%dpx;\">%@</span>", used.name,
-                            static_cast<int>(used.size), html));
+    document.setHtml(formatText("<span style=\"font-family:'%@'; font-size:%dpx;\">%@</span>", used.name,
+                                static_cast<int>(used.size), html));
     StyledText result;
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
         if (block.blockNumber() > 0)

@@ -35,7 +35,7 @@ void QNSpinner::drawRect() {
     // Asked for as the platform's drawing does; the answer does not matter.
     QNConfigProvider::getPortalType();
     spinner_ = new ImageView(this);
-    spinner_->setImage(imageNamed(format("connecting_Spinner")));
+    spinner_->setImage(imageNamed(formatText("connecting_Spinner")));
     spinner_->resize(sizeHint());
     const QRectF frame(geometry());
     layerAnchorPoint_ = QPointF(0.5, 0.5);

@@ -53,6 +53,6 @@ private:
 QString formatList(const char* utf8Template, std::initializer_list<FormatArgument> arguments);
 
 template <typename... Arguments>
-QString format(const char* utf8Template, const Arguments&... arguments) {
+QString formatText(const char* utf8Template, const Arguments&... arguments) {
     return formatList(utf8Template, {FormatArgument(arguments)...});
 }

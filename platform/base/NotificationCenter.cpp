@@ -21,8 +21,8 @@ QString describeObject(const NotificationObject& object) {
 } // namespace
 
 QString describe(const Notification& notification) {
-    return format("NSConcreteNotification {name = %@; object = %@}", notification.name,
-                  describeObject(notification.object));
+    return formatText("NSConcreteNotification {name = %@; object = %@}", notification.name,
+                      describeObject(notification.object));
 }
 
 NotificationCenter& NotificationCenter::defaultCenter() {

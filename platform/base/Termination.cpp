@@ -47,7 +47,7 @@ void runHandler(const std::function<void()>& willTerminate) {
     try {
         reportingUncaughtExceptions(willTerminate);
     } catch (const PlatformException& exception) {
-        consoleLog(format("Exception while ending: %@", exception));
+        consoleLog(formatText("Exception while ending: %@", exception));
     }
 }
 

@@ -29,7 +29,7 @@ std::optional<CurlLibrary> load() {
         find(library, "curl_easy_header", curl.header) && find(library, "curl_slist_append", curl.append) &&
         find(library, "curl_slist_free_all", curl.freeList))
         return curl;
-    platform::consoleLog(format("Nothing can be requested: %@", QString::fromLocal8Bit(dlerror())));
+    platform::consoleLog(formatText("Nothing can be requested: %@", QString::fromLocal8Bit(dlerror())));
     return std::nullopt;
 }
 

@@ -7,39 +7,40 @@
 using namespace Qt::StringLiterals;
 
 TEST(Format, FillsPlaceholdersFromLeftToRight) {
-    EXPECT_EQ(format("%@/%@ %d%%", u"a"_s, u"b"_s, 7), u"a/b 7%"_s);
+    EXPECT_EQ(formatText("%@/%@ %d%%", u"a"_s, u"b"_s, 7), u"a/b 7%"_s);
 }
 
 TEST(Format, ShowsAnAbsentTextAsNullAndAnEmptyOneAsNothing) {
-    EXPECT_EQ(format("[%@][%@]", std::optional<QString>(), std::optional<QString>(QString())), u"[(null)][]"_s);
+    EXPECT_EQ(formatText("[%@][%@]", std::optional<QString>(), std::optional<QString>(QString())), u"[(null)][]"_s);
 }
 
 TEST(Format, DoesNotFillPlaceholdersInsideValues) {
-    EXPECT_EQ(format("%@-%@", u"%@"_s, u"b%d"_s), u"%@-b%d"_s);
+    EXPECT_EQ(formatText("%@-%@", u"%@"_s, u"b%d"_s), u"%@-b%d"_s);
 }
 
 TEST(Format, ShowsAPlaceholderWithoutAValueAsNull) {
-    EXPECT_EQ(format("%@ %@", u"a"_s), u"a (null)"_s);
+    EXPECT_EQ(formatText("%@ %@", u"a"_s), u"a (null)"_s);
 }
 
 TEST(Format, WritesNumbersWithoutGrouping) {
-    EXPECT_EQ(format("%d %ld %f", -5, qint64{9007199254740993}, 1234567.25), u"-5 9007199254740993 1234567.250000"_s);
-    EXPECT_EQ(format("%f", 1e22), u"10000000000000000000000.000000"_s);
-    EXPECT_EQ(format("%@ %@", 3, 0.1), u"3 0.1"_s);
+    EXPECT_EQ(formatText("%d %ld %f", -5, qint64{9007199254740993}, 1234567.25),
+              u"-5 9007199254740993 1234567.250000"_s);
+    EXPECT_EQ(formatText("%f", 1e22), u"10000000000000000000000.000000"_s);
+    EXPECT_EQ(formatText("%@ %@", 3, 0.1), u"3 0.1"_s);
 }
 
 TEST(Format, ShowsAnExceptionByItsReasonElseItsName) {
-    EXPECT_EQ(format("%@", PlatformException(u"NSRangeException"_s, u"too far"_s)), u"too far"_s);
-    EXPECT_EQ(format("%@", PlatformException(u"NSRangeException"_s, QString())), u"NSRangeException"_s);
+    EXPECT_EQ(formatText("%@", PlatformException(u"NSRangeException"_s, u"too far"_s)), u"too far"_s);
+    EXPECT_EQ(formatText("%@", PlatformException(u"NSRangeException"_s, QString())), u"NSRangeException"_s);
 }
 
 TEST(Format, ShowsAnAddressByItsOriginalText) {
-    EXPECT_EQ(format("%@", Address::parse(u"HTTP://Host/%41"_s)), u"HTTP://Host/%41"_s);
-    EXPECT_EQ(format("%@", Address::parse(u"not an address"_s)), u"(null)"_s);
+    EXPECT_EQ(formatText("%@", Address::parse(u"HTTP://Host/%41"_s)), u"HTTP://Host/%41"_s);
+    EXPECT_EQ(formatText("%@", Address::parse(u"not an address"_s)), u"(null)"_s);
 }
 
 TEST(Format, KeepsALonePercentSignAtTheEnd) {
-    EXPECT_EQ(format("100%"), u"100%"_s);
+    EXPECT_EQ(formatText("100%"), u"100%"_s);
 }
 
 TEST(Describe, WritesDictionariesWithSortedKeysAndQuotesWhatIsNoPlainWord) {
