@@ -54,7 +54,7 @@ void FocusRing::place() {
         setGeometry(target.adjusted(-reach, -reach, reach, reach));
         raise();
     }
-    setVisible(shown);
+    setHidden(!shown);
 }
 
 bool FocusRing::eventFilter(QObject*, QEvent* event) {

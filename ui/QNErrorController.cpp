@@ -88,23 +88,23 @@ void QNErrorController::setupSubTitle() {
 void QNErrorController::setupContactSupport() {
     styleButton(*contactSupportButton_,
                 {u"QNContactSupport"_s, hexColor("#FF0000"), {kCommonSans, 14.0}, hexColor("#FFF0F0"), kButtonRadius});
-    retryButton_->setVisible(false);
-    contactSupportButton_->setVisible(true);
-    closeButton_->setVisible(true);
+    retryButton_->setHidden(true);
+    contactSupportButton_->setHidden(false);
+    closeButton_->setHidden(false);
 }
 
 void QNErrorController::setupCloseButton() {
     styleButton(*closeButton_, darkButton(u"MessageClose"_s));
-    retryButton_->setVisible(false);
-    contactSupportButton_->setVisible(false);
-    closeButton_->setVisible(true);
+    retryButton_->setHidden(true);
+    contactSupportButton_->setHidden(true);
+    closeButton_->setHidden(false);
     customActionOnClose_ = 0;
 }
 
 void QNErrorController::setupRetryButton() {
     styleButton(*retryButton_, darkButton(u"MessageRetry"_s));
-    retryButton_->setVisible(true);
-    contactSupportButton_->setVisible(false);
+    retryButton_->setHidden(false);
+    contactSupportButton_->setHidden(true);
 }
 
 void QNErrorController::setCloseButtonLabel(const QString&) {
@@ -122,10 +122,10 @@ void QNErrorController::setErrorObject(const QNErrorObject& object) {
     errorTitle_->setText(object.title.value_or(QString()));
     errorMessage_->setText(object.message.value_or(StyledText()));
     infoText_->setText(object.info.value_or(StyledText()));
-    retryButton_->setVisible(object.withRetry != 0);
-    closeButton_->setVisible(object.withClose != 0);
-    contactSupportButton_->setVisible(object.withContactSupport != 0);
-    infoText_->setVisible(object.info.has_value());
+    retryButton_->setHidden(object.withRetry == 0);
+    closeButton_->setHidden(object.withClose == 0);
+    contactSupportButton_->setHidden(object.withContactSupport == 0);
+    infoText_->setHidden(!object.info.has_value());
 }
 
 void QNErrorController::onRetryClick() {

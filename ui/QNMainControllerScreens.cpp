@@ -41,10 +41,10 @@ void QNMainController::setupConnectingLabel() {
 }
 
 void QNMainController::setupUI() {
-    closeButton_->setVisible(true);
-    errorView_->setVisible(false);
-    spinnerView_->setVisible(true);
-    progressStatus_->setVisible(false);
+    closeButton_->setHidden(false);
+    errorView_->setHidden(true);
+    spinnerView_->setHidden(false);
+    progressStatus_->setHidden(true);
     errorController_ = std::make_unique<QNErrorController>(u"QNErrorController"_s);
     auto* const fill = new QVBoxLayout(errorView_);
     fill->setContentsMargins(0, 0, 0, 0);
@@ -58,7 +58,7 @@ void QNMainController::setupUI() {
 }
 
 void QNMainController::hidePageView() {
-    pageView_->setVisible(false);
+    pageView_->setHidden(true);
 }
 
 void QNMainController::hideAlert(const Notification&) {
@@ -70,11 +70,11 @@ void QNMainController::hideAlert(const Notification&) {
 }
 
 void QNMainController::showErrorPanel() {
-    closeButton_->setVisible(true);
-    installView_->setVisible(false);
-    spinnerView_->setVisible(false);
+    closeButton_->setHidden(false);
+    installView_->setHidden(true);
+    spinnerView_->setHidden(true);
     hidePageView();
-    errorView_->setVisible(true);
+    errorView_->setHidden(false);
 }
 
 void QNMainController::showGenericDownloadScreen() {

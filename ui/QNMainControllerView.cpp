@@ -77,7 +77,7 @@ void QNMainController::setViewHidden(bool hidden) {
         view_->setAttribute(Qt::WA_WState_ExplicitShowHide, hidden);
         return;
     }
-    view_->setVisible(!hidden);
+    view_->setHidden(hidden);
     auto* const window = qobject_cast<Window*>(view_->window());
     if (window == nullptr)
         return;

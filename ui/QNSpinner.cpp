@@ -42,7 +42,7 @@ void QNSpinner::drawRect() {
     layerPosition_ = QPointF(throughSinglePrecision(frame.x() + frame.width() * 0.5),
                              throughSinglePrecision(frame.y() + frame.height() * 0.5));
     // The turned picture is painted here; the view is there, but must not paint itself upright over it.
-    spinner_->setVisible(false);
+    spinner_->setHidden(true);
     picture_ = QPixmap();
     drawnScale_ = devicePixelRatioF();
     startRefreshAnimation();

@@ -117,8 +117,8 @@ TEST_F(AccessibilityTest, TellsTheErrorScreenWithItsLinks) {
 
 TEST_F(AccessibilityTest, TellsTheConnectingScreen) {
     Window& shown = shownWindow();
-    controller().errorView()->setVisible(false);
-    controller().spinnerView()->setVisible(true);
+    controller().errorView()->setHidden(true);
+    controller().spinnerView()->setHidden(false);
     EXPECT_EQ(seenIn(shown), (QStringList{u"animation: Connecting…"_s, u"text: Connecting…"_s, u"button: Quit"_s}));
 }
 

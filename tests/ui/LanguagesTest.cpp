@@ -267,8 +267,8 @@ TEST_F(LayoutTest, DISABLED_FitsItsScreens) {
     expectFits(shown);
     c.showGenericDownloadScreen();
     expectFits(shown);
-    c.errorView()->setVisible(false);
-    c.spinnerView()->setVisible(true);
+    c.errorView()->setHidden(true);
+    c.spinnerView()->setHidden(false);
     expectFits(shown);
     QNAlertController alert;
     alert.showWindow(nullptr, localizedString(u"MenuQuit"_s), localizedString(u"MessagePleaseTryLater"_s), u"Y"_s,

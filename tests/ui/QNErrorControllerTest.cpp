@@ -146,7 +146,7 @@ TEST_F(QNErrorControllerTest, KeepsTheRunsOfAStyledMessage) {
 }
 
 TEST_F(QNErrorControllerTest, PostsOneNotificationForEachButton) {
-    panel.contactSupportButton()->setVisible(true);
+    panel.contactSupportButton()->setHidden(false);
     show();
     test::click(*panel.retryButton());
     test::click(*panel.contactSupportButton());

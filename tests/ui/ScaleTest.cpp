@@ -192,8 +192,8 @@ TEST_F(ScaledWindow, DISABLED_ShowsItsPicturesAtItsScale) {
 
 TEST_F(ScaledWindow, DISABLED_ShowsItsSpinnerAtItsScale) {
     shownWindow();
-    controller().errorView()->setVisible(false);
-    controller().spinnerView()->setVisible(true);
+    controller().errorView()->setHidden(true);
+    controller().spinnerView()->setHidden(false);
     const auto* const spinner = controller().spinnerView()->findChild<QNSpinner*>();
     ASSERT_NE(spinner, nullptr);
     const QRect part = frameOf(*spinner);

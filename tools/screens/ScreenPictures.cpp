@@ -63,10 +63,10 @@ std::shared_ptr<QNConfig> linkConfig() {
 }
 
 void showConnecting(QNMainController& controller) {
-    controller.installView()->setVisible(false);
-    controller.errorView()->setVisible(false);
+    controller.installView()->setHidden(true);
+    controller.errorView()->setHidden(true);
     controller.hidePageView();
-    controller.spinnerView()->setVisible(true);
+    controller.spinnerView()->setHidden(false);
 }
 
 bool saveAll(Window& window, QNMainController& controller, const QString& prefix) {
