@@ -58,8 +58,9 @@ std::optional<QString> textOf(const NotificationObject& object) {
 // The identifier comes from a file that anybody may have edited: only a plain name leads to a folder of our own.
 std::optional<FileManager::Error> removeCache(const QString& cache, const std::optional<QString>& identifier) {
     const QString name = identifier.value_or(u"(null)"_s);
-    if (name.isEmpty() || name == u"."_s || name == u".."_s || name.contains(u'/'))
+    if (name.isEmpty() || name == u"."_s || name == u".."_s || name.contains(u'/')) {
         return FileManager::Error{kInvalidFileName, u"The cache folder’s name is not a plain name."_s, cache};
+    }
     return FileManager::removeItem(cache);
 }
 
@@ -95,11 +96,13 @@ void AppDelegate::setMainController(std::unique_ptr<QNMainController> controller
 void AppDelegate::applicationWillFinishLaunching() {
     const QString identifier = Bundle::mainBundle().bundleIdentifier().value_or(QString());
     const auto running = RunningApplication::withBundleIdentifier(identifier);
-    if (running.size() < 2)
+    if (running.size() < 2) {
         return;
+    }
     // Index 1 is a fixed choice: the list is not searched for an entry other than our own.
-    if (!running[1].isActive())
+    if (!running[1].isActive()) {
         running[1].activateAllWindows();
+    }
     std::_Exit(0);
 }
 
@@ -151,13 +154,15 @@ void AppDelegate::applicationWillTerminate() {
                                                 {u"ProcType"_s, QNSystemInfo::getCPUType()}});
     appendToQueue(message);
     QNLogger::logEvent(message, logContext("-[AppDelegate applicationWillTerminate:]"));
-    if (const std::optional<QString> url = analyticsUrl())
+    if (const std::optional<QString> url = analyticsUrl()) {
         QNAnalyticSender::sendAll(analyticsQueue(), Address::parse(*url));
+    }
 }
 
 void AppDelegate::addAnalytics(const Notification& notification) {
-    if (const std::optional<QString> line = textOf(notification.object))
+    if (const std::optional<QString> line = textOf(notification.object)) {
         appendToQueue(*line);
+    }
 }
 
 void AppDelegate::changeAnalyticsUrl(const Notification& notification) {
@@ -166,8 +171,9 @@ void AppDelegate::changeAnalyticsUrl(const Notification& notification) {
 }
 
 void AppDelegate::getUrl(const QString& address) {
-    if (address == QNConfigProvider::getAction(u"crashInfo"_s))
+    if (address == QNConfigProvider::getAction(u"crashInfo"_s)) {
         postCrashInfoDialog(true);
-    else if (address == QNConfigProvider::getAction(u"innerCrashInfo"_s))
+    } else if (address == QNConfigProvider::getAction(u"innerCrashInfo"_s)) {
         postCrashInfoDialog(false);
+    }
 }

@@ -34,8 +34,9 @@ int unusable(const char* message, const QString& detail) {
 
 QStringList argumentList(int argc, char** argv) {
     QStringList arguments;
-    for (int index = 0; index < argc; ++index)
+    for (int index = 0; index < argc; ++index) {
         arguments += QString::fromLocal8Bit(argv[index]);
+    }
     return arguments;
 }
 
@@ -61,15 +62,17 @@ int main(int argc, char** argv) {
     platform::undoInheritedSettings();
     const QStringList arguments = argumentList(argc, argv);
     const Bundle& bundle = Bundle::mainBundle();
-    if (bundle.infoDictionary().isEmpty())
+    if (bundle.infoDictionary().isEmpty()) {
         return unusable("The bundle at %@ has no readable Info.plist", bundle.path());
+    }
     if (arguments.size() > 2 && arguments[1] == u"--open-url"_s) {
         platform::forwardAddressToRunningCopy(arguments[2]);
         return 0;
     }
     const auto windowSystem = platform::windowSystemPlugin(bundle.path() + u"/Contents/PlugIns"_s);
-    if (!windowSystem)
+    if (!windowSystem) {
         return unusable("There is no display to show a window on, or no plugin for it in %@", bundle.path());
+    }
 
     platform::addOwnToolsToPath();
     platform::keepToolkitFromStartingABus();

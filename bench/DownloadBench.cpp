@@ -63,8 +63,9 @@ Cost ownDownload(const std::string& address) {
     };
     callbacks.didComplete = [&](const std::optional<TransportError>& error) {
         loop.quit();
-        if (error)
+        if (error) {
             std::fprintf(stderr, "%s\n", qUtf8Printable(error->text()));
+        }
     };
     UrlSession::downloadTask(Address::parse(QString::fromStdString(address)), callbacks);
     loop.exec();
@@ -75,26 +76,30 @@ Cost curlDownload(const std::string& address, const std::string& trusted) {
     const std::string file = (test::folder() + u"/tmp/curl.out"_s).toStdString();
     std::vector<std::string> arguments{"curl", "-sS", "--cacert", trusted, "-o", file, address};
     std::vector<char*> pointers;
-    for (auto& argument : arguments)
+    for (auto& argument : arguments) {
         pointers.push_back(argument.data());
+    }
     pointers.push_back(nullptr);
     const auto start = Clock::now();
     pid_t child = 0;
     int status = -1;
     rusage usage{};
-    if (posix_spawnp(&child, "curl", nullptr, nullptr, pointers.data(), environ) == 0)
+    if (posix_spawnp(&child, "curl", nullptr, nullptr, pointers.data(), environ) == 0) {
         wait4(child, &status, 0, &usage);
+    }
     const Cost cost{secondsSince(start), processorSeconds(usage)};
     unlink(file.c_str());
-    if (status != 0)
+    if (status != 0) {
         std::fprintf(stderr, "curl ended with status %d\n", status);
+    }
     return cost;
 }
 
 double median(const std::vector<Cost>& costs, double Cost::*field) {
     std::vector<double> values;
-    for (const auto& cost : costs)
+    for (const auto& cost : costs) {
         values.push_back(cost.*field);
+    }
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
 }
@@ -117,8 +122,9 @@ void compare(const char* name, const std::string& address, const std::string& tr
 } // namespace
 
 int main(int argc, char** argv) {
-    if (const std::optional<int> status = runInPrivateBundle(argc, argv))
+    if (const std::optional<int> status = runInPrivateBundle(argc, argv)) {
         return *status;
+    }
     constexpr int kUsualRounds = 7;
     const int rounds = argc > 1 ? std::max(1, static_cast<int>(std::strtol(argv[1], nullptr, 10))) : kUsualRounds;
     const loopback::Reply reply{.generated = std::uint64_t{1024} * 1024 * 1024};

@@ -48,8 +48,9 @@ struct FreeReply {
 std::uint32_t pixel(xcb_connection_t* connection, xcb_window_t root) {
     const auto cookie = xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, root, kX, kY, 1, 1, ~0U);
     const std::unique_ptr<xcb_get_image_reply_t, FreeReply> reply(xcb_get_image_reply(connection, cookie, nullptr));
-    if (!reply)
+    if (!reply) {
         return 0;
+    }
     const std::uint8_t* const data = xcb_get_image_data(reply.get());
     return static_cast<std::uint32_t>(data[0] | data[1] << 8 | data[2] << 16);
 }
@@ -69,8 +70,9 @@ Times timesOf(const std::string& program, xcb_connection_t* connection, xcb_wind
     std::vector<char*> arguments{const_cast<char*>(program.c_str()), nullptr};
     const Clock::time_point start = Clock::now();
     pid_t child = 0;
-    if (posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments.data(), environ) != 0)
+    if (posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments.data(), environ) != 0) {
         return {};
+    }
     Times times;
     while (Clock::now() - start < std::chrono::seconds(20)) {
         if (pixel(connection, root) == kWhite) {
@@ -83,16 +85,18 @@ Times timesOf(const std::string& program, xcb_connection_t* connection, xcb_wind
     rusage usage{};
     wait4(child, nullptr, 0, &usage);
     times.processor = milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
-    while (pixel(connection, root) == kWhite)
+    while (pixel(connection, root) == kWhite) {
         std::this_thread::sleep_for(kPause);
+    }
     std::this_thread::sleep_for(kRest);
     return times;
 }
 
 double median(const std::vector<Times>& times, double Times::*member) {
     std::vector<double> values;
-    for (const Times& each : times)
+    for (const Times& each : times) {
         values.push_back(each.*member);
+    }
     std::ranges::sort(values);
     return values[values.size() / 2];
 }
@@ -125,8 +129,9 @@ int timesShown(const Screen& screen, const fs::path& home) {
     const std::string text{std::istreambuf_iterator<char>(log), std::istreambuf_iterator<char>()};
     const std::string message = std::string("Show ") + screen.name + " screen";
     int count = 0;
-    for (std::size_t found = text.find(message); found != std::string::npos; found = text.find(message, found + 1))
+    for (std::size_t found = text.find(message); found != std::string::npos; found = text.find(message, found + 1)) {
         ++count;
+    }
     return count;
 }
 

@@ -26,14 +26,18 @@ struct Encoding {
 // The first character of a document is ASCII, so the zeros of its first two units give wide encodings away.
 Encoding encodingByZeros(const QByteArray& bytes) {
     const auto isZero = [&](qsizetype at) { return at < bytes.size() && bytes[at] == '\0'; };
-    if (bytes.size() >= 4 && isZero(0) && isZero(1))
+    if (bytes.size() >= 4 && isZero(0) && isZero(1)) {
         return {QStringConverter::Utf32BE, 4, 0};
-    if (bytes.size() >= 4 && isZero(1) && isZero(2) && isZero(3))
+    }
+    if (bytes.size() >= 4 && isZero(1) && isZero(2) && isZero(3)) {
         return {QStringConverter::Utf32LE, 4, 0};
-    if (isZero(0))
+    }
+    if (isZero(0)) {
         return {QStringConverter::Utf16BE, 2, 0};
-    if (isZero(1))
+    }
+    if (isZero(1)) {
         return {QStringConverter::Utf16LE, 2, 0};
+    }
     return {};
 }
 
@@ -48,8 +52,9 @@ Encoding encodingOf(const QByteArray& bytes) {
         {"\xFE\xFF"sv, {QStringConverter::Utf16BE, 2, 2}},
     }};
     for (const auto& [mark, encoding] : marks) {
-        if (bytes.startsWith(QByteArrayView(mark.data(), static_cast<qsizetype>(mark.size()))))
+        if (bytes.startsWith(QByteArrayView(mark.data(), static_cast<qsizetype>(mark.size())))) {
             return encoding;
+        }
     }
     return encodingByZeros(bytes);
 }
@@ -59,16 +64,19 @@ std::optional<QByteArray> utf8Of(const QByteArray& bytes) {
     const Encoding encoding = encodingOf(bytes);
     QByteArray text = bytes.sliced(encoding.mark);
     if (encoding.unit > 1) {
-        if (text.size() % encoding.unit != 0)
+        if (text.size() % encoding.unit != 0) {
             return std::nullopt;
+        }
         QStringDecoder decoder(encoding.name, QStringConverter::Flag::ConvertInitialBom);
         const QString decoded = decoder(text);
-        if (decoder.hasError() || !decoded.isValidUtf16())
+        if (decoder.hasError() || !decoded.isValidUtf16()) {
             return std::nullopt;
+        }
         text = decoded.toUtf8();
     }
-    if (text.contains('\0'))
+    if (text.contains('\0')) {
         return std::nullopt;
+    }
     return text;
 }
 
@@ -82,8 +90,9 @@ public:
     bool number_integer(number_integer_t value) override { return put(QVariant::fromValue<qint64>(value)); }
     bool number_unsigned(number_unsigned_t value) override {
         constexpr auto kLargestSigned = static_cast<number_unsigned_t>(std::numeric_limits<qint64>::max());
-        if (value <= kLargestSigned)
+        if (value <= kLargestSigned) {
             return put(QVariant::fromValue(static_cast<qint64>(value)));
+        }
         return put(QVariant::fromValue<quint64>(value));
     }
     bool number_float(number_float_t value, const string_t&) override { return put(value); }
@@ -131,10 +140,11 @@ private:
             return true;
         }
         Container& around = open_.back();
-        if (!around.isObject)
+        if (!around.isObject) {
             around.list.append(std::move(value));
-        else if (!around.object.contains(around.key))
+        } else if (!around.object.contains(around.key)) {
             around.object.insert(around.key, value);
+        }
         return true;
     }
 
@@ -147,11 +157,13 @@ namespace JSONReader {
 
 Result read(const QByteArray& bytes) {
     const auto text = utf8Of(bytes);
-    if (!text)
+    if (!text) {
         return {std::nullopt, u"The document's text is damaged."_s};
+    }
     ValueBuilder builder;
-    if (!Json::sax_parse(text->cbegin(), text->cend(), &builder))
+    if (!Json::sax_parse(text->cbegin(), text->cend(), &builder)) {
         builder.result.value.reset(); // what follows a whole value can still be wrong
+    }
     return std::move(builder.result);
 }
 

@@ -29,8 +29,9 @@ bool isMarked(const QVariantMap& entry, const char* key) {
 QNConfig::QNConfig(const QVariantMap& document)
     : userActionList_(listAt(document, "userAction")), analyticsURL_(textAt(document, "analyticsUrl")) {
     takeUserAction();
-    if (defaultAction_ != u"install"_s)
+    if (defaultAction_ != u"install"_s) {
         return;
+    }
     softwareList_ = listAt(document, "software");
     takeSoftware();
 }
@@ -39,8 +40,9 @@ void QNConfig::takeUserAction() {
     for (const QVariant& item : userActionList_.value_or(QVariantList())) {
         const QVariantMap entry = item.toMap(); // empty for anything but an object
         platform::consoleLog(formatText("action: %@", entry.value(u"action"_s)));
-        if (!isMarked(entry, "isActive"))
+        if (!isMarked(entry, "isActive")) {
             continue;
+        }
         defaultAction_ = textAt(entry, "action");
         actionUrl_ = textAt(entry, "actionUrl");
         actionDescription_ = textAt(entry, "actionDescription");
@@ -52,8 +54,9 @@ void QNConfig::takeUserAction() {
 void QNConfig::takeSoftware() {
     for (const QVariant& item : softwareList_.value_or(QVariantList())) {
         const QVariantMap entry = item.toMap();
-        if (!isMarked(entry, "IsActive"))
+        if (!isMarked(entry, "IsActive")) {
             continue;
+        }
         latestWinURL_ = textAt(entry, "winUrl");
         latestMacURL_ = textAt(entry, "macUrl");
         appName_ = textAt(entry, "appName");

@@ -52,12 +52,15 @@ struct EnvironmentKeys {
 
 const char* keyForEnvironment(const EnvironmentKeys& keys) {
     const auto environment = textOf(QNConfigProvider::getPlist().value(u"QNEnv"_s));
-    if (environment == u"dev1"_s)
+    if (environment == u"dev1"_s) {
         return keys.dev1;
-    if (environment == u"qa1"_s)
+    }
+    if (environment == u"qa1"_s) {
         return keys.qa1;
-    if (environment == u"beta"_s)
+    }
+    if (environment == u"beta"_s) {
         return keys.beta;
+    }
     return keys.production;
 }
 
@@ -77,13 +80,15 @@ QVariantMap QNConfigProvider::getPlist() {
 
 std::optional<QVariantMap> QNConfigProvider::getPortalConfig() {
     auto& slot = portalConfigSlot();
-    if (auto kept = slot.value())
+    if (auto kept = slot.value()) {
         return kept;
+    }
     auto settings = readPortalConfig();
-    if (!settings)
+    if (!settings) {
         platform::consoleLog(formatText("QNConfigPlist: %@", std::optional<QString>()));
-    else if (slot.store(*settings)) // of two threads that come here at once, one tells
+    } else if (slot.store(*settings)) { // of two threads that come here at once, one tells
         platform::consoleLog(formatText("QNConfigPlist: %@", *settings));
+    }
     return settings;
 }
 
@@ -94,15 +99,17 @@ std::optional<QString> QNConfigProvider::getStringFromPlist(const QString& key) 
 
 std::optional<QString> QNConfigProvider::getUrlPlist(const QString& key) {
     auto text = getStringFromPlist(key);
-    if (text)
+    if (text) {
         text->replace(u"&amp;"_s, u"&"_s);
+    }
     return text;
 }
 
 QString QNConfigProvider::getPortalType() {
     auto& slot = portalTypeSlot();
-    if (const auto kept = slot.value())
+    if (const auto kept = slot.value()) {
         return *kept;
+    }
     QString type = getStringFromPlist(u"QNPortalType"_s).value_or(u"qn"_s);
     slot.store(type);
     return type;

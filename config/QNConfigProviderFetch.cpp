@@ -34,8 +34,9 @@ std::optional<QString> addressOfThisRun() {
 std::vector<std::pair<QString, QString>> headerFields() {
     std::vector<std::pair<QString, QString>> fields;
     const auto add = [&](const char* name, const std::optional<QString>& value) {
-        if (value)
+        if (value) {
             fields.emplace_back(QString::fromLatin1(name), *value);
+        }
     };
     add("appName", QNConfigProvider::getStringFromPlist(u"AnalyticsProductName"_s));
     add("ci", QNPortalProvider::getCi());
@@ -48,12 +49,14 @@ std::vector<std::pair<QString, QString>> headerFields() {
 
 UrlRequest requestFor(const std::optional<QString>& address) {
     UrlRequest request;
-    if (address)
+    if (address) {
         request.address = Address::parse(*address);
+    }
     request.headers = headerFields();
     QVariantMap shown;
-    for (const auto& [name, value] : request.headers)
+    for (const auto& [name, value] : request.headers) {
         shown[name] = value;
+    }
     consoleLog(formatText("GET request header %@", shown));
     return request;
 }
@@ -111,8 +114,9 @@ private:
 } // namespace
 
 void QNConfigProvider::loadConfigWithCompletion(Completion completion) {
-    if (!completion)
+    if (!completion) {
         return;
+    }
     UrlRequest request = requestFor(addressOfThisRun());
     const Fetch fetch(request.address, std::move(completion));
     UrlSession::dataTask(std::move(request),

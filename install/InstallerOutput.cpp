@@ -12,8 +12,9 @@ namespace InstallerOutput {
 std::optional<std::pair<double, double>> progressOf(const QString& chunk) {
     const QString prefix = u"PROGRESS: "_s;
     const qsizetype found = chunk.indexOf(prefix);
-    if (found < 0)
+    if (found < 0) {
         return std::nullopt;
+    }
     const qsizetype first = found + prefix.size();
     const qsizetype slash = chunk.indexOf(u'/');
     if (slash < first) {

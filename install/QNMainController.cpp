@@ -29,8 +29,9 @@ namespace {
 // The console line tells of a refusal; nothing else does, and the run goes on.
 void openOrComplain(const std::optional<QString>& text) {
     const std::optional<Address> address = text ? Address::parse(*text) : std::nullopt;
-    if (!platform::openAddress(address))
+    if (!platform::openAddress(address)) {
         platform::consoleLog(formatText("Failed to open url: %@", address));
+    }
     blockingWait(kWaitAfterOpening);
 }
 
@@ -90,8 +91,9 @@ void QNMainController::onCloseTap() {
 }
 
 void QNMainController::showQuitAler() {
-    if (!alert_ && closeWithoutCheck_)
+    if (!alert_ && closeWithoutCheck_) {
         NotificationCenter::defaultCenter().post(kQuitInstallation);
+    }
 }
 
 void QNMainController::sendEvent(const QString& eventName, const QVariantMap& data) {
@@ -139,10 +141,11 @@ void QNMainController::configurationLoaded(const std::shared_ptr<QNConfig>& conf
 
 void QNMainController::beginInstallation() {
     const QString action = config_->defaultAction().value_or(QString());
-    if (action == u"openLink"_s)
+    if (action == u"openLink"_s) {
         openConfiguredLink();
-    else if (action == u"install"_s)
+    } else if (action == u"install"_s) {
         startDownload();
+    }
 }
 
 void QNMainController::openConfiguredLink() {

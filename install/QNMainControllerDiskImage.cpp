@@ -65,8 +65,9 @@ void detach(const QString& image, const QString& volume) {
 // Index 1, not 0, is deliberate: the list holds the newest first.
 void bringForward(const std::optional<QString>& identifier) {
     const auto running = RunningApplication::withBundleIdentifier(identifier.value_or(QString()));
-    if (running.size() < 2 || running[1].isActive())
+    if (running.size() < 2 || running[1].isActive()) {
         return;
+    }
     QNLogger::debug(u"Moving Installer to foreground"_s, logContext(kFunction));
     running[1].activateAllWindows();
 }
@@ -91,8 +92,9 @@ void QNMainController::URLSessionDownloadTaskDidFinishDownloadingToURL(const Url
         {{u"RSLT"_s, u"PASS"_s}, {u"URL"_s, url}, {u"T"_s, seconds}, {u"DProd"_s, eventValue(config_->appName())}});
     const QString image = moveToSuggestedName(location, response.suggestedFilename);
     try {
-        if (const std::optional<QString> failure = installFrom(image))
+        if (const std::optional<QString> failure = installFrom(image)) {
             failInstallation(*failure, u"Config"_s, {{u"RSLT"_s, u"FAIL"_s}, {u"RSN"_s, u"Configuration error"_s}});
+        }
     } catch (const PlatformException& exception) {
         QNLogger::error(formatText("Unmount DMG error: %@", exception), logContext(kFunction));
     }
@@ -107,14 +109,17 @@ void QNMainController::failInstallation(const QString& message, const QString& e
 
 std::optional<QString> QNMainController::installFrom(const QString& image) {
     const QString output = mount(image).value_or(QString());
-    if (output.isEmpty())
+    if (output.isEmpty()) {
         return kNothingMounted;
+    }
     const QString behindVolumes = MountOutput::textBehindVolumes(output);
-    if (behindVolumes.isEmpty())
+    if (behindVolumes.isEmpty()) {
         return kNothingMounted;
+    }
     const QString volumeName = MountOutput::volumeName(behindVolumes);
-    if (volumeName.isEmpty())
+    if (volumeName.isEmpty()) {
         return kNoVolumeName;
+    }
 
     spinnerView_->setHidden(true);
     setViewHidden(true);
@@ -122,15 +127,18 @@ std::optional<QString> QNMainController::installFrom(const QString& image) {
 
     const QStringList entries =
         FileManager::contentsOfDirectory(formatText("/Volumes/%@/", volumeName)).value_or(QStringList());
-    if (entries.isEmpty())
+    if (entries.isEmpty()) {
         return kEmptyVolume;
+    }
     const std::optional<QString> entry = MountOutput::onlyApplication(entries);
-    if (!entry)
+    if (!entry) {
         return kNotOneApplication;
+    }
     const QString application = formatText("/Volumes/%@/%@", volumeName, entry);
     QNLogger::debug(formatText("DMG mounted. Running command: %@", application), logContext(kFunction));
-    if (!FileManager::fileExists(application))
+    if (!FileManager::fileExists(application)) {
         return formatText("\"%@ \"path does not exist.", application);
+    }
 
     runInstaller(application);
     detach(image, formatText("/Volumes/%@", volumeName));
@@ -144,8 +152,9 @@ void QNMainController::runInstaller(const QString& application) {
     const auto task = std::make_shared<Task>();
     task->setLaunchPath(bundle ? bundle->executablePath() : std::nullopt);
     const QNConfig::Text& argument = config_->commandLineArgs();
-    if (argument && !argument->isEmpty())
+    if (argument && !argument->isEmpty()) {
         task->setArguments({*argument});
+    }
     const auto pipe = std::make_shared<Pipe>();
     task->setStandardOutput(pipe);
     QNLogger::debug(formatText("Running Installer: \"%@ \" %@", application, argument), logContext(kFunction));

@@ -66,8 +66,9 @@ void QNMainController::URLSessionTaskDidCompleteWithError(const std::optional<Tr
         sendEvent(u"Download"_s, failure(url, u"No internet connection"_s));
         return;
     }
-    if (!error)
+    if (!error) {
         return;
+    }
     QNLogger::error(formatText("Download failed: %@ (error = %@)", url, *error), logContext(kFunction));
     setViewHidden(false);
     showGenericError();

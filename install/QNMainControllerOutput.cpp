@@ -41,10 +41,12 @@ void QNMainController::receivedData(const Notification& notification) {
     const std::optional<QString> text = decodeUtf8(dataItemOf(notification));
     platform::consoleLog(formatText("stringOutput: %@", text));
     // The numbers are checked by being read; nothing shows them.
-    if (text)
+    if (text) {
         (void)InstallerOutput::progressOf(*text);
-    if (const auto* const sender = std::get_if<const void*>(&notification.object))
+    }
+    if (const auto* const sender = std::get_if<const void*>(&notification.object)) {
         static_cast<ReadingFileHandle*>(const_cast<void*>(*sender))->readInBackgroundAndNotify();
+    }
 }
 
 void QNMainController::taskCompletion(const Notification& notification) {

@@ -26,14 +26,17 @@ QString volumeName() {
 QString copyOfScript() {
     const std::optional<QString> resource = Bundle::mainBundle().pathForResource(u"unmount"_s, u"sh"_s);
     const std::optional<QByteArray> script = resource ? FileManager::contents(*resource) : std::nullopt;
-    if (!script)
+    if (!script) {
         throw PlatformException::invalidArgument(u"the script unmount.sh cannot be read"_s);
+    }
     const std::optional<QString> folder = platform::temporaryDirectory();
-    if (!folder)
+    if (!folder) {
         throw PlatformException::invalidArgument(u"there is no private temporary folder"_s);
+    }
     QString copy = *folder + u"/unmount.sh"_s;
-    if (const std::optional<FileManager::Error> error = FileManager::writeAtomically(*script, copy))
+    if (const std::optional<FileManager::Error> error = FileManager::writeAtomically(*script, copy)) {
         throw PlatformException::invalidArgument(error->description);
+    }
     return copy;
 }
 
@@ -50,8 +53,9 @@ std::optional<QString> QNUnmount::getDisk() {
     const QString name = volumeName();
     std::optional<QString> disk;
     for (const QString& volume : platform::mountedVolumes()) {
-        if (volume.contains(name))
+        if (volume.contains(name)) {
             disk = volume; // the one listed last wins
+        }
     }
     return disk;
 }
@@ -59,8 +63,9 @@ std::optional<QString> QNUnmount::getDisk() {
 void QNUnmount::unmountDMG() {
     constexpr auto kFunction = "+[QNUnmount unmountDMG]";
     const std::optional<QString> disk = getDisk();
-    if (!disk)
+    if (!disk) {
         return;
+    }
     QNLogger::debug(formatText("Unmount DMG from path: %@", disk), logContext(kFunction));
     try {
         startScript(copyOfScript(), *disk);

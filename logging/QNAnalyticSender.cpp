@@ -86,8 +86,9 @@ QVariantMap QNAnalyticSender::defaultData() {
 QString QNAnalyticSender::getMessage(const QString& eventName, const QVariantMap& data) {
     QVariantMap event = defaultData();
     for (auto entry = data.cbegin(); entry != data.cend(); ++entry) {
-        if (entry.value().isValid())
+        if (entry.value().isValid()) {
             event[entry.key()] = entry.value();
+        }
     }
     event[u"EVT"_s] = eventName;
     const QString time = currentTimestamp();
@@ -105,8 +106,9 @@ void QNAnalyticSender::sendEvent(const QString& eventName) {
 }
 
 void QNAnalyticSender::sendAll(const QStringList& lines, const std::optional<Address>& url) {
-    if (!isSendSlot().value().value_or(true))
+    if (!isSendSlot().value().value_or(true)) {
         return;
+    }
     send(lines.join(u"\r\n"_s), url);
 }
 
@@ -117,8 +119,9 @@ void QNAnalyticSender::send(const QString& body, const std::optional<Address>& u
         UrlSession::dataTask(postRequest(body, url),
                              [answered](const auto& data, const auto&, const std::optional<TransportError>& error) {
                                  const SignalOnExit signal(*answered);
-                                 if (!data && error)
+                                 if (!data && error) {
                                      tellFailure(*error, error->text());
+                                 }
                              });
         answered->acquire();
         platform::consoleLog(formatText("ANALYTICS: %@", body));

@@ -29,11 +29,13 @@ namespace Identifier {
 
 QString derived(const std::optional<QString>& address, const QString& home) {
     QByteArray seed = formatText("%@_%@", address, home).toUtf8();
-    if (const auto zero = seed.indexOf('\0'); zero >= 0)
+    if (const auto zero = seed.indexOf('\0'); zero >= 0) {
         seed.truncate(zero);
+    }
     QString text = hexadecimalString(QCryptographicHash::hash(seed, QCryptographicHash::Sha256)).left(kLength);
-    for (const int dash : {8, 13, 18, 23})
+    for (const int dash : {8, 13, 18, 23}) {
         text[dash] = QLatin1Char('-');
+    }
     text[14] = QLatin1Char('4');
     text[19] = QLatin1Char('8');
     return text;

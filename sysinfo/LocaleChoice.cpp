@@ -31,8 +31,9 @@ QString languageOf(const QStringList& preferred) {
 }
 
 QString localeOf(const QString& language, const QString& country) {
-    if (language.isEmpty() || country.isEmpty())
+    if (language.isEmpty() || country.isEmpty()) {
         return u"en-US"_s;
+    }
     return language + QLatin1Char('-') + country;
 }
 
@@ -63,11 +64,13 @@ QString QNSystemInfo::configLocale(const QString& locale) {
                                                [&](const char* entry) { return accepts(QLatin1String(entry)); });
         return found == kSupportedLocales.end() ? std::nullopt : std::optional(QString::fromLatin1(*found));
     };
-    if (const auto exact = firstWith([&](QLatin1String entry) { return locale == entry; }))
+    if (const auto exact = firstWith([&](QLatin1String entry) { return locale == entry; })) {
         return *exact;
+    }
     const QString segment = getFirstPathOf(locale);
-    if (locale.contains(u"zh-Hant"_s))
+    if (locale.contains(u"zh-Hant"_s)) {
         return u"zh-TW"_s;
+    }
     // The segment may stand anywhere in the entry, its region included.
     const auto containing =
         firstWith([&](QLatin1String entry) { return !segment.isEmpty() && entry.contains(segment); });

@@ -18,8 +18,9 @@ std::optional<QString> labelledValue(const QString& text, const char* label) {
     std::optional<QString> value;
     for (auto matches = expression.globalMatch(text); matches.hasNext();) {
         const auto match = matches.next();
-        if (!value || value->isEmpty())
+        if (!value || value->isEmpty()) {
             value = match.captured(match.lastCapturedIndex());
+        }
     }
     return value;
 }
@@ -47,8 +48,9 @@ std::optional<QString> firstHardwareAddress(const QString& interfaces) {
     static const Expression allZero(u"(?:[0]{2}[:]){5}[0]{2}"_s);
     for (auto matches = address.globalMatch(interfaces); matches.hasNext();) {
         const QString text = matches.next().captured();
-        if (!allZero.match(text).hasMatch())
+        if (!allZero.match(text).hasMatch()) {
             return text;
+        }
     }
     return std::nullopt;
 }

@@ -25,16 +25,19 @@ QString identifierOfThisUser() {
 } // namespace
 
 std::optional<QString> QNPortalProvider::getCi() {
-    if (auto kept = identifierSlot().value())
+    if (auto kept = identifierSlot().value()) {
         return kept;
-    if (!Identifier::isBeingDerived())
+    }
+    if (!Identifier::isBeingDerived()) {
         createCi();
+    }
     return identifierSlot().value();
 }
 
 void QNPortalProvider::createCi() {
-    if (const auto identifier = Identifier::attempt(identifierOfThisUser))
+    if (const auto identifier = Identifier::attempt(identifierOfThisUser)) {
         identifierSlot().store(*identifier);
+    }
 }
 
 QString hexadecimalString(const QByteArray& bytes) {

@@ -39,8 +39,9 @@ void QNSystemInfo::askToolsAhead() {
 
 QString QNSystemInfo::getOSVersion() {
     auto& slot = probeSlots().osVersion;
-    if (const auto kept = slot.value())
+    if (const auto kept = slot.value()) {
         return *kept;
+    }
     QString version = u"(MacOS)Unknown"_s;
     guardingProbe("OS Version error: %@", "+[QNSystemInfo getOSVersion]",
                   [&] { version = ProbeOutput::versionText(platform::operatingSystemVersion()); });
@@ -50,8 +51,9 @@ QString QNSystemInfo::getOSVersion() {
 
 std::optional<QString> QNSystemInfo::getScreenResolution() {
     auto& slot = probeSlots().screenResolution;
-    if (auto kept = slot.value())
+    if (auto kept = slot.value()) {
         return kept;
+    }
     guardingProbe("NSScreen Error: %@", "+[QNSystemInfo getScreenResolution]",
                   [&] { slot.store(ProbeOutput::sizeText(platform::mainScreenSize())); });
     return slot.value();
@@ -59,12 +61,14 @@ std::optional<QString> QNSystemInfo::getScreenResolution() {
 
 std::optional<QString> QNSystemInfo::getCPUName() {
     auto& slot = probeSlots().cpuName;
-    if (auto kept = slot.value())
+    if (auto kept = slot.value()) {
         return kept;
+    }
     guardingProbe("CPU error: %@", "+[QNSystemInfo getCPUName]", [&] {
         const auto profile = QNTask::runTaskWithPath(kProfiler, {kHardware});
-        if (const auto name = ProbeOutput::processorName(profile.value_or(QString())))
+        if (const auto name = ProbeOutput::processorName(profile.value_or(QString()))) {
             slot.store(*name);
+        }
     });
     return slot.value();
 }
@@ -75,12 +79,14 @@ QString QNSystemInfo::getCPUType() {
 
 std::optional<QString> QNSystemInfo::getMacAddress() {
     auto& slot = probeSlots().macAddress;
-    if (auto kept = slot.value())
+    if (auto kept = slot.value()) {
         return kept;
+    }
     guardingProbe("MAC Address error: %@", "+[QNSystemInfo getMacAddress]", [&] {
         const auto interfaces = QNTask::runTaskWithPath(kInterfaceLister, {kAllInterfaces});
-        if (const auto address = ProbeOutput::firstHardwareAddress(interfaces.value_or(QString())))
+        if (const auto address = ProbeOutput::firstHardwareAddress(interfaces.value_or(QString()))) {
             slot.store(*address);
+        }
     });
     return slot.value();
 }

@@ -30,10 +30,12 @@ public:
 
     QString text(QAccessible::Text kind) const override {
         const auto link = info();
-        if (!link)
+        if (!link) {
             return {};
-        if (kind == QAccessible::Name)
+        }
+        if (kind == QAccessible::Name) {
             return field_->string().mid(link->range.location, link->range.length);
+        }
         return kind == QAccessible::Value ? link->url : QString();
     }
     void setText(QAccessible::Text, const QString&) override {}
@@ -59,18 +61,21 @@ public:
     QStringList keyBindingsForAction(const QString&) const override { return {}; }
     void doAction(const QString& action) override {
         const auto link = info();
-        if (!link)
+        if (!link) {
             return;
-        if (action == pressAction())
+        }
+        if (action == pressAction()) {
             field_->openLink(link->url);
-        else if (action == setFocusAction())
+        } else if (action == setFocusAction()) {
             field_->focusLink(number_, Qt::OtherFocusReason);
+        }
     }
 
 private:
     std::optional<HyperlinkInfo> info() const {
-        if (!field_)
+        if (!field_) {
             return std::nullopt;
+        }
         const auto links = field_->links();
         return number_ < links.size() ? std::optional(links[number_]) : std::nullopt;
     }
@@ -104,23 +109,27 @@ class AccessibleHyperlinks : public AccessibleText {
 public:
     explicit AccessibleHyperlinks(HyperlinkTextField* field) : AccessibleText(field) {}
     ~AccessibleHyperlinks() override {
-        for (const QAccessible::Id id : links_)
+        for (const QAccessible::Id id : links_) {
             QAccessible::deleteAccessibleInterface(id);
+        }
     }
 
     int childCount() const override { return static_cast<int>(field()->links().size()); }
     QAccessibleInterface* child(int index) const override {
-        if (index < 0 || index >= childCount())
+        if (index < 0 || index >= childCount()) {
             return nullptr;
+        }
         const auto number = static_cast<std::size_t>(index);
-        while (links_.size() <= number)
+        while (links_.size() <= number) {
             links_.push_back(QAccessible::registerAccessibleInterface(new AccessibleLink(field(), links_.size())));
+        }
         return QAccessible::accessibleInterface(links_[number]);
     }
     int indexOfChild(const QAccessibleInterface* child) const override {
         for (std::size_t number = 0; number < links_.size(); ++number) {
-            if (QAccessible::accessibleInterface(links_[number]) == child)
+            if (QAccessible::accessibleInterface(links_[number]) == child) {
                 return static_cast<int>(number);
+            }
         }
         return -1;
     }
@@ -130,8 +139,9 @@ public:
     }
     QAccessibleInterface* childAt(int x, int y) const override {
         for (int index = 0; index < childCount(); ++index) {
-            if (child(index)->rect().contains(x, y))
+            if (child(index)->rect().contains(x, y)) {
                 return child(index);
+            }
         }
         return nullptr;
     }
@@ -156,16 +166,21 @@ public:
 };
 
 QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
-    if (auto* window = qobject_cast<Window*>(object))
+    if (auto* window = qobject_cast<Window*>(object)) {
         return new AccessibleWindow(window);
-    if (auto* field = qobject_cast<HyperlinkTextField*>(object))
+    }
+    if (auto* field = qobject_cast<HyperlinkTextField*>(object)) {
         return new AccessibleHyperlinks(field);
-    if (auto* field = qobject_cast<TextField*>(object))
+    }
+    if (auto* field = qobject_cast<TextField*>(object)) {
         return new AccessibleText(field);
-    if (auto* spinner = qobject_cast<QNSpinner*>(object))
+    }
+    if (auto* spinner = qobject_cast<QNSpinner*>(object)) {
         return new AccessibleSpinner(spinner);
-    if (auto* view = qobject_cast<ImageView*>(object))
+    }
+    if (auto* view = qobject_cast<ImageView*>(object)) {
         return new QAccessibleWidget(view, QAccessible::Graphic);
+    }
     return nullptr;
 }
 

@@ -47,8 +47,9 @@ void Button::setImageName(const QString& name) {
 }
 
 QSize Button::sizeHint() const {
-    if (image_)
+    if (image_) {
         return image_->size().toSize();
+    }
     const TextView view = titleView(attributedTitle_, kUnbounded);
     return {static_cast<int>(std::ceil(view.width())) + 2 * kSideInset,
             static_cast<int>(std::ceil(view.height())) + 2 * kTopInset};

@@ -8,12 +8,15 @@ namespace {
 
 std::optional<unsigned> digitValue(QChar character) {
     const char16_t unit = character.unicode();
-    if (unit >= u'0' && unit <= u'9')
+    if (unit >= u'0' && unit <= u'9') {
         return unit - u'0';
-    if (unit >= u'a' && unit <= u'f')
+    }
+    if (unit >= u'a' && unit <= u'f') {
         return unit - u'a' + 10U;
-    if (unit >= u'A' && unit <= u'F')
+    }
+    if (unit >= u'A' && unit <= u'F') {
         return unit - u'A' + 10U;
+    }
     return std::nullopt;
 }
 
@@ -21,8 +24,9 @@ std::optional<unsigned> digitValue(QChar character) {
 // that is followed by something else.
 std::optional<unsigned> pairValue(QChar first, QChar second) {
     const std::optional<unsigned> high = digitValue(first);
-    if (!high)
+    if (!high) {
         return std::nullopt;
+    }
     const std::optional<unsigned> low = digitValue(second);
     return low ? *high * 16U + *low : *high;
 }
@@ -30,13 +34,16 @@ std::optional<unsigned> pairValue(QChar first, QChar second) {
 // The text without #, each character of the short form doubled; absent for a wrong length.
 std::optional<QString> sixCharacters(QString text) {
     text.remove(QLatin1Char('#'));
-    if (text.size() == 6)
+    if (text.size() == 6) {
         return text;
-    if (text.size() != 3)
+    }
+    if (text.size() != 3) {
         return std::nullopt;
+    }
     QString doubled;
-    for (const QChar character : std::as_const(text))
+    for (const QChar character : std::as_const(text)) {
         doubled += QString(2, character);
+    }
     return doubled;
 }
 
@@ -44,17 +51,20 @@ std::optional<QString> sixCharacters(QString text) {
 
 std::optional<Color> Color::colorWithHex(const QString& text) {
     const std::optional<QString> digits = sixCharacters(text);
-    if (!digits)
+    if (!digits) {
         return std::nullopt;
+    }
     std::array<double, 3> components{};
     std::size_t count = 0;
     for (qsizetype index = 0; index + 1 < digits->size(); index += 2) {
         const QChar first = digits->at(index);
         const QChar second = digits->at(index + 1);
-        if (first.isNull() || second.isNull())
+        if (first.isNull() || second.isNull()) {
             break;
-        if (const std::optional<unsigned> value = pairValue(first, second))
+        }
+        if (const std::optional<unsigned> value = pairValue(first, second)) {
             components.at(count++) = static_cast<double>(static_cast<float>(*value) / 255.0F);
+        }
     }
     return Color{components[0], components[1], components[2], 1.0};
 }

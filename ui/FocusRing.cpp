@@ -37,12 +37,14 @@ void FocusRing::paintInside(QPainter& painter, const QRectF& rect, double radius
 }
 
 void FocusRing::follow(QWidget* now) {
-    if (target_)
+    if (target_) {
         target_->removeEventFilter(this);
+    }
     // Links mark themselves.
     target_ = now != nullptr && now->window() == parentWidget() ? qobject_cast<Button*>(now) : nullptr;
-    if (target_)
+    if (target_) {
         target_->installEventFilter(this);
+    }
     place();
 }
 
@@ -59,15 +61,17 @@ void FocusRing::place() {
 
 bool FocusRing::eventFilter(QObject*, QEvent* event) {
     const QEvent::Type type = event->type();
-    if (type == QEvent::Move || type == QEvent::Resize || type == QEvent::Show || type == QEvent::Hide)
+    if (type == QEvent::Move || type == QEvent::Resize || type == QEvent::Show || type == QEvent::Hide) {
         place();
+    }
     return false;
 }
 
 void FocusRing::paintEvent(QPaintEvent*) {
     const auto* button = qobject_cast<const Button*>(target_.data());
-    if (button == nullptr)
+    if (button == nullptr) {
         return;
+    }
     QPainter painter(this);
     const double own = std::min({button->layer().cornerRadius, button->width() / 2.0, button->height() / 2.0});
     paintInside(painter, QRectF(rect()), own > 0.0 ? own + kGap : kLinkRadius);

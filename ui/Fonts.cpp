@@ -19,8 +19,9 @@ std::pair<QStringList, QFont::Weight> familiesAndWeight(const QString& name) {
     static const QString product = u"CommonSans"_s;
     QString compact = name;
     compact.remove(QLatin1Char(' '));
-    if (compact != product && !compact.startsWith(product + QLatin1Char('-')))
+    if (compact != product && !compact.startsWith(product + QLatin1Char('-'))) {
         return {{name, u"sans-serif"_s}, QFont::Normal};
+    }
     const QString style = compact.mid(product.size() + 1);
     const QFont::Weight weight = style == QLatin1String("Light")    ? QFont::Light
                                  : style == QLatin1String("Medium") ? QFont::Medium
@@ -67,6 +68,7 @@ void loadFontsAhead() {
 }
 
 void waitForFonts() {
-    if (loading().valid())
+    if (loading().valid()) {
         loading().wait();
+    }
 }

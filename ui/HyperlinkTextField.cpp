@@ -21,10 +21,11 @@ std::vector<std::pair<TextRange, QString>> linkRuns(const StyledText& text) {
         if (link) {
             const bool goesOn = !found.empty() && found.back().second == *link &&
                                 found.back().first.location + found.back().first.length == start;
-            if (goesOn)
+            if (goesOn) {
                 found.back().first.length += size;
-            else
+            } else {
                 found.push_back({{start, size}, *link});
+            }
         }
         start += size;
     }
@@ -49,16 +50,19 @@ TextView HyperlinkTextField::textView() const {
 
 std::optional<std::vector<HyperlinkInfo>> HyperlinkTextField::hyperlinkInfos() const {
     const auto runs = linkRuns(text());
-    if (runs.empty())
+    if (runs.empty()) {
         return std::nullopt;
+    }
     std::vector<HyperlinkInfo> infos;
     const TextView view = textView();
     for (const auto& [range, url] : runs) {
-        for (const QRectF& rect : view.rectsForRange(range))
+        for (const QRectF& rect : view.rectsForRange(range)) {
             infos.push_back({range, url, rect});
+        }
     }
-    if (infos.empty())
+    if (infos.empty()) {
         return std::nullopt;
+    }
     return infos;
 }
 
@@ -69,17 +73,20 @@ void HyperlinkTextField::resetCursorRects() {
 
 void HyperlinkTextField::_resetHyperlinkCursorRects() {
     const auto infos = hyperlinkInfos();
-    if (!infos)
+    if (!infos) {
         return;
-    for (const HyperlinkInfo& info : *infos)
+    }
+    for (const HyperlinkInfo& info : *infos) {
         cursorRects_.push_back(info.rect);
+    }
 }
 
 void HyperlinkTextField::textLayoutChanged() {
     resetCursorRects();
     const std::size_t count = linkRuns(text()).size();
-    if (focusedLink_ >= count)
+    if (focusedLink_ >= count) {
         focusedLink_ = 0;
+    }
     setFocusPolicy(count == 0 ? Qt::NoFocus : Qt::TabFocus);
 }
 
@@ -88,8 +95,9 @@ std::vector<HyperlinkInfo> HyperlinkTextField::links() const {
     const TextView view = textView();
     for (const auto& [range, url] : linkRuns(text())) {
         QRectF around;
-        for (const QRectF& rect : view.rectsForRange(range))
+        for (const QRectF& rect : view.rectsForRange(range)) {
             around = around.united(rect);
+        }
         links.push_back({range, url, around});
     }
     return links;
@@ -104,26 +112,31 @@ void HyperlinkTextField::openLink(const QString& url) const {
 std::optional<QString> HyperlinkTextField::urlAt(const QPointF& location) const {
     QPointF point = location;
     const auto limit = static_cast<double>(maxPointY_);
-    if (maxPointY_ != 0.0F && point.y() > limit)
+    if (maxPointY_ != 0.0F && point.y() > limit) {
         point.setY(limit);
+    }
     const std::optional<qsizetype> index = textView().characterIndexAt(point);
-    if (!index)
+    if (!index) {
         return std::nullopt;
+    }
     for (const HyperlinkInfo& info : hyperlinkInfos().value_or(std::vector<HyperlinkInfo>())) {
-        if (info.range.contains(*index))
+        if (info.range.contains(*index)) {
             return info.url;
+        }
     }
     return std::nullopt;
 }
 
 void HyperlinkTextField::mouseUp(const QPointF& location) const {
-    if (const std::optional<QString> url = urlAt(location))
+    if (const std::optional<QString> url = urlAt(location)) {
         openLink(*url);
+    }
 }
 
 void HyperlinkTextField::mouseReleaseEvent(QMouseEvent* event) {
-    if (event->button() == Qt::LeftButton)
+    if (event->button() == Qt::LeftButton) {
         mouseUp(event->position());
+    }
 }
 
 void HyperlinkTextField::mouseMoveEvent(QMouseEvent* event) {
@@ -146,8 +159,9 @@ std::optional<std::size_t> HyperlinkTextField::focusedLink() const {
 }
 
 void HyperlinkTextField::focusLink(std::size_t index, Qt::FocusReason reason) {
-    if (!hasFocus())
+    if (!hasFocus()) {
         setFocus(reason);
+    }
     focusedLink_ = index;
     update();
     QAccessibleEvent event(this, QAccessible::Focus);
@@ -157,10 +171,11 @@ void HyperlinkTextField::focusLink(std::size_t index, Qt::FocusReason reason) {
 
 void HyperlinkTextField::focusInEvent(QFocusEvent* event) {
     const std::size_t count = linkRuns(text()).size();
-    if (event->reason() == Qt::BacktabFocusReason && count > 0)
+    if (event->reason() == Qt::BacktabFocusReason && count > 0) {
         focusLink(count - 1, event->reason());
-    else if (event->reason() == Qt::TabFocusReason)
+    } else if (event->reason() == Qt::TabFocusReason) {
         focusLink(0, event->reason());
+    }
     update();
 }
 
@@ -188,16 +203,19 @@ void HyperlinkTextField::keyPressEvent(QKeyEvent* event) {
         TextField::keyPressEvent(event);
         return;
     }
-    if (!event->isAutoRepeat())
+    if (!event->isAutoRepeat()) {
         openLink(runs[focusedLink_].second);
+    }
 }
 
 void HyperlinkTextField::paintEvent(QPaintEvent* event) {
     TextField::paintEvent(event);
     const auto runs = linkRuns(text());
-    if (!hasFocus() || focusedLink_ >= runs.size())
+    if (!hasFocus() || focusedLink_ >= runs.size()) {
         return;
+    }
     QPainter painter(this);
-    for (const QRectF& rect : textView().rectsForRange(runs[focusedLink_].first))
+    for (const QRectF& rect : textView().rectsForRange(runs[focusedLink_].first)) {
         FocusRing::paintInside(painter, rect.intersected(QRectF(this->rect())), FocusRing::kLinkRadius);
+    }
 }

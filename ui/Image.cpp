@@ -26,8 +26,9 @@ std::optional<Image> imageNamed(const QString& name) {
     image.name_ = name.endsWith(QLatin1String(".png")) ? name.chopped(4) : name;
     for (int scale = 1; scale <= kLargestScale; ++scale) {
         const QString file = scale == 1 ? image.name_ : u"%1@%2x"_s.arg(image.name_).arg(scale);
-        if (const auto path = Bundle::mainBundle().pathForResource(file, u"png"_s))
+        if (const auto path = Bundle::mainBundle().pathForResource(file, u"png"_s)) {
             image.paths_[scale] = *path;
+        }
     }
     return image.paths_.empty() ? std::nullopt : std::optional(image);
 }
@@ -41,8 +42,9 @@ QSizeF Image::size() const {
 
 QPixmap Image::pixmap(double scale) const {
     auto best = paths_.lower_bound(static_cast<int>(std::ceil(scale - 0.01)));
-    if (best == paths_.end())
+    if (best == paths_.end()) {
         best = std::prev(paths_.end());
+    }
     QPixmap picture = readPng(best->second);
     picture.setDevicePixelRatio(best->first);
     return picture;

@@ -18,8 +18,9 @@ QSize ImageView::sizeHint() const {
 }
 
 void ImageView::paintPicture(QPainter& painter, double scale) const {
-    if (!image_)
+    if (!image_) {
         return;
+    }
     if (pictureScale_ != scale) {
         picture_ = image_->pixmap(scale);
         pictureScale_ = scale;
@@ -27,8 +28,9 @@ void ImageView::paintPicture(QPainter& painter, double scale) const {
     const QSizeF natural = picture_.deviceIndependentSize();
     const QRectF bounds(rect());
     QSizeF shown = natural;
-    if (natural.width() > bounds.width() || natural.height() > bounds.height())
+    if (natural.width() > bounds.width() || natural.height() > bounds.height()) {
         shown.scale(bounds.size(), Qt::KeepAspectRatio);
+    }
     QRectF target({}, shown);
     target.moveCenter(bounds.center());
     painter.setRenderHint(QPainter::SmoothPixmapTransform);

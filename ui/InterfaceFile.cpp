@@ -52,8 +52,9 @@ public:
     QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) override {
         const Maker maker = makers().value(className);
         if (maker == nullptr) {
-            if (unknownClass_.isEmpty())
+            if (unknownClass_.isEmpty()) {
                 unknownClass_ = className;
+            }
             return nullptr;
         }
         QWidget* widget = maker(parent);
@@ -91,27 +92,32 @@ std::unique_ptr<QWidget> loadInterfaceFile(const QString& name) {
     installAccessibleFactory();
     const std::optional<QString> path = Bundle::mainBundle().pathForResource(name, u"ui"_s);
     std::optional<QByteArray> bytes = path ? FileManager::contents(*path) : std::nullopt;
-    if (!bytes)
+    if (!bytes) {
         throw unusable(name, u"not in the bundle, or not readable"_s);
+    }
     QBuffer buffer(&*bytes);
     buffer.open(QIODevice::ReadOnly);
     Loader loader;
     const SilentToolkit silent;
     std::unique_ptr<QWidget> root(loader.load(&buffer));
-    if (!loader.unknownClass().isEmpty())
+    if (!loader.unknownClass().isEmpty()) {
         throw unusable(name, u"unknown class "_s + loader.unknownClass());
-    if (!root)
+    }
+    if (!root) {
         throw unusable(name, loader.errorString());
+    }
     return root;
 }
 
 QObject& requiredObject(QWidget& root, const char* name) {
     const QString wanted = QLatin1String(name);
     QObjectList found = root.findChildren<QObject*>(wanted);
-    if (root.objectName() == wanted)
+    if (root.objectName() == wanted) {
         found.prepend(&root);
-    if (found.size() == 1)
+    }
+    if (found.size() == 1) {
         return *found.first();
+    }
     throw PlatformException::invalidArgument(
         u"Interface of \"%1\": %2 objects named \"%3\" in place of one"_s.arg(root.objectName())
             .arg(found.size())

@@ -22,7 +22,8 @@ QObject& requiredObject(QWidget& root, const char* name);
 template <typename Type>
 Type* outlet(QWidget& root, const char* name) {
     QObject& object = requiredObject(root, name);
-    if (auto* found = qobject_cast<Type*>(&object))
+    if (auto* found = qobject_cast<Type*>(&object)) {
         return found;
+    }
     throwWrongClass(object, Type::staticMetaObject.className());
 }

@@ -25,17 +25,20 @@ public:
 };
 
 std::string utf8(const QString& text) {
-    if (!text.isValidUtf16())
+    if (!text.isValidUtf16()) {
         throw Unrepresentable("A text holds half of a surrogate pair.");
+    }
     return text.toStdString();
 }
 
 Json numberValue(double number) {
-    if (!std::isfinite(number))
+    if (!std::isfinite(number)) {
         throw Unrepresentable("A number is not finite.");
+    }
     constexpr double kWholeLimit = 9007199254740992.0; // above it not every whole number is a double
-    if (std::trunc(number) == number && std::abs(number) < kWholeLimit)
+    if (std::trunc(number) == number && std::abs(number) < kWholeLimit) {
         return static_cast<std::int64_t>(number);
+    }
     return number;
 }
 
@@ -43,23 +46,26 @@ Json numberValue(double number) {
 Json jsonValue(const QVariant& value, int level);
 
 void checkLevel(int level) {
-    if (level > kDeepestNesting)
+    if (level > kDeepestNesting) {
         throw Unrepresentable("The dictionary nests too deeply.");
+    }
 }
 
 Json listValue(const QVariantList& list, int level) {
     checkLevel(level);
     Json result = Json::array();
-    for (const QVariant& item : list)
+    for (const QVariant& item : list) {
         result.push_back(jsonValue(item, level));
+    }
     return result;
 }
 
 Json dictionaryValue(const QVariantMap& dictionary, int level) {
     checkLevel(level);
     Json result = Json::object();
-    for (auto entry = dictionary.cbegin(); entry != dictionary.cend(); ++entry)
+    for (auto entry = dictionary.cbegin(); entry != dictionary.cend(); ++entry) {
         result[utf8(entry.key())] = jsonValue(entry.value(), level);
+    }
     return result;
 }
 

@@ -19,10 +19,11 @@ Color withAlpha(const Color& color, double alpha) {
 QPainterPath Layer::outline(const QRectF& bounds) const {
     const double radius = std::min({cornerRadius, bounds.width() / 2.0, bounds.height() / 2.0});
     QPainterPath path;
-    if (radius > 0.0)
+    if (radius > 0.0) {
         path.addRoundedRect(bounds, radius, radius);
-    else
+    } else {
         path.addRect(bounds);
+    }
     return path;
 }
 
@@ -32,12 +33,14 @@ namespace {
 QPainterPath cutToSurroundings(QPainterPath path, const QWidget& widget) {
     for (const QWidget* outer = widget.parentWidget(); outer != nullptr; outer = outer->parentWidget()) {
         const auto* view = qobject_cast<const View*>(outer);
-        if (view == nullptr || view->layer().cornerRadius <= 0.0)
+        if (view == nullptr || view->layer().cornerRadius <= 0.0) {
             continue;
+        }
         const QPointF origin = widget.mapTo(outer, QPointF());
         const QPainterPath shape = view->layer().outline(QRectF(view->rect())).translated(-origin);
-        if (shape.contains(path.boundingRect()))
+        if (shape.contains(path.boundingRect())) {
             continue;
+        }
         path = shape.boundingRect() == path.boundingRect() ? shape : shape.intersected(path);
     }
     return path;
@@ -48,8 +51,9 @@ QPainterPath cutToSurroundings(QPainterPath path, const QWidget& widget) {
 void Layer::paint(QPainter& painter, const QWidget& widget) const {
     const QRectF bounds(widget.rect());
     painter.setRenderHint(QPainter::Antialiasing);
-    if (backgroundColor)
+    if (backgroundColor) {
         painter.fillPath(cutToSurroundings(outline(bounds), widget), paintColor(*backgroundColor));
+    }
     if (borderColor && borderWidth > 0.0) {
         const double half = borderWidth / 2.0;
         painter.setPen(QPen(paintColor(*borderColor), borderWidth));

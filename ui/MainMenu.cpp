@@ -27,8 +27,9 @@ QNMainController* MainMenu::delegate() const {
 }
 
 void MainMenu::tapQuit() const {
-    if (QNMainController* const controller = delegate())
+    if (QNMainController* const controller = delegate()) {
         controller->tapQuit();
+    }
 }
 
 namespace {
@@ -39,11 +40,13 @@ constexpr std::chrono::milliseconds kUntilIcon{250};
 void setIconLater(QWidget* window) {
     QTimer::singleShot(kUntilIcon, window, [window] {
         const std::optional<Image> image = imageNamed(u"application_icon"_s);
-        if (!image)
+        if (!image) {
             return;
+        }
         QIcon icon;
-        for (const double scale : {1.0, 2.0, 3.0})
+        for (const double scale : {1.0, 2.0, 3.0}) {
             icon.addPixmap(image->pixmap(scale));
+        }
         window->setWindowIcon(icon);
     });
 }
@@ -55,8 +58,9 @@ MainInterface loadMainMenu() {
     auto* const window = outlet<Window>(*root, "window");
     auto* const contentView = outlet<View>(*root, "contentView");
     auto* const quit = outlet<QAction>(*root, "quitAction");
-    if (window != root.get())
+    if (window != root.get()) {
         throwWrongClass(*root, Window::staticMetaObject.className());
+    }
     window->setContentView(contentView);
     setIconLater(window);
     MainInterface interface;

@@ -29,8 +29,9 @@ void setLayerColor(View& view, const Color& color) {
 QNAlertController::QNAlertController(const QString& interfaceName) {
     std::unique_ptr<QWidget> root = loadInterfaceFile(interfaceName);
     auto* const window = outlet<Window>(*root, "window");
-    if (window != root.get())
+    if (window != root.get()) {
         throwWrongClass(*root, Window::staticMetaObject.className());
+    }
     auto* const contentView = outlet<View>(*root, "contentView");
     title_ = outlet<TextField>(*root, "title");
     header_ = outlet<View>(*root, "header");

@@ -29,27 +29,31 @@ void QNButton::sizeToFitIfSmall() {
 }
 
 void QNButton::mousePressEvent(QMouseEvent* event) {
-    if (event->button() == Qt::LeftButton)
+    if (event->button() == Qt::LeftButton) {
         dim();
+    }
     QNHoverButton::mousePressEvent(event);
 }
 
 void QNButton::mouseReleaseEvent(QMouseEvent* event) {
     // Before the click is told: what it sets off may block, or end the process.
-    if (event->button() == Qt::LeftButton)
+    if (event->button() == Qt::LeftButton) {
         restore();
+    }
     QNHoverButton::mouseReleaseEvent(event);
 }
 
 bool QNButton::event(QEvent* event) {
-    if (event->type() == QEvent::UngrabMouse || event->type() == QEvent::Hide)
+    if (event->type() == QEvent::UngrabMouse || event->type() == QEvent::Hide) {
         restore();
+    }
     return QNHoverButton::event(event);
 }
 
 void QNButton::dim() {
-    if (undimmed_)
+    if (undimmed_) {
         return;
+    }
     undimmed_ = layer();
     Layer pressed = layer();
     pressed.backgroundColor = dimmed(pressed.backgroundColor);
@@ -58,8 +62,9 @@ void QNButton::dim() {
 }
 
 void QNButton::restore() {
-    if (!undimmed_)
+    if (!undimmed_) {
         return;
+    }
     Layer original = layer();
     original.backgroundColor = undimmed_->backgroundColor;
     original.borderColor = undimmed_->borderColor;

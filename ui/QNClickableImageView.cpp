@@ -5,12 +5,14 @@
 QNClickableImageView::QNClickableImageView(QWidget* parent) : ImageView(parent) {}
 
 bool QNClickableImageView::event(QEvent* event) {
-    if (HoverCursor::changesBounds(*event))
+    if (HoverCursor::changesBounds(*event)) {
         updateTrackingAreas();
-    if (event->type() == QEvent::Enter)
+    }
+    if (event->type() == QEvent::Enter) {
         mouseEntered();
-    else if (event->type() == QEvent::Leave)
+    } else if (event->type() == QEvent::Leave) {
         mouseExited();
+    }
     return ImageView::event(event);
 }
 

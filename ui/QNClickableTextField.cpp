@@ -13,17 +13,20 @@ void QNClickableTextField::onClick(const QByteArray& method, std::shared_ptr<QOb
 
 void QNClickableTextField::mousePressEvent(QMouseEvent* event) {
     event->accept();
-    if (event->button() == Qt::LeftButton && !clickHandler_.isEmpty() && clickTarget_)
+    if (event->button() == Qt::LeftButton && !clickHandler_.isEmpty() && clickTarget_) {
         QMetaObject::invokeMethod(clickTarget_.get(), clickHandler_.constData(), Qt::DirectConnection);
+    }
 }
 
 bool QNClickableTextField::event(QEvent* event) {
-    if (HoverCursor::changesBounds(*event))
+    if (HoverCursor::changesBounds(*event)) {
         updateTrackingAreas();
-    if (event->type() == QEvent::Enter)
+    }
+    if (event->type() == QEvent::Enter) {
         mouseEntered();
-    else if (event->type() == QEvent::Leave)
+    } else if (event->type() == QEvent::Leave) {
         mouseExited();
+    }
     return TextField::event(event);
 }
 

@@ -35,8 +35,9 @@ QNErrorController::QNErrorController(const QString& interfaceName) {
     closeButton_ = outlet<Button>(*root, "closeButton");
     contactSupportButton_ = outlet<Button>(*root, "contactSupportButton");
     view_ = outlet<View>(*root, "view");
-    if (view_ != root.get())
+    if (view_ != root.get()) {
         throwWrongClass(*root, View::staticMetaObject.className());
+    }
     static_cast<void>(root.release());
     connectActions();
     awakeFromNib();
@@ -56,8 +57,9 @@ void QNErrorController::connectActions() {
     connect(closeButton_, &QAbstractButton::clicked, this, &QNErrorController::onCLoseClick);
     auto* const escape = new QShortcut(QKeySequence(Qt::Key_Escape), view_.data());
     connect(escape, &QShortcut::activated, this, [this] {
-        if (closeButton_->isVisible())
+        if (closeButton_->isVisible()) {
             closeButton_->click();
+        }
     });
 }
 
@@ -143,7 +145,8 @@ void QNErrorController::onCLoseClick() {
     }
     // Without a link the object is an empty dictionary: quitting goes on without opening anything.
     QVariantMap object;
-    if (customActionLink_)
+    if (customActionLink_) {
         object.insert(u"link"_s, *customActionLink_);
+    }
     NotificationCenter::defaultCenter().post(kQuitInstallation, object);
 }

@@ -5,12 +5,14 @@
 QNHoverButton::QNHoverButton(QWidget* parent) : Button(parent) {}
 
 bool QNHoverButton::event(QEvent* event) {
-    if (HoverCursor::changesBounds(*event))
+    if (HoverCursor::changesBounds(*event)) {
         updateTrackingAreas();
-    if (event->type() == QEvent::Enter)
+    }
+    if (event->type() == QEvent::Enter) {
         mouseEntered();
-    else if (event->type() == QEvent::Leave)
+    } else if (event->type() == QEvent::Leave) {
         mouseExited();
+    }
     return Button::event(event);
 }
 

@@ -29,15 +29,17 @@ void QNMainController::setupLayer() {
 }
 
 void QNMainController::setupMainMenu() {
-    if (mainMenu_ != nullptr)
+    if (mainMenu_ != nullptr) {
         mainMenu_->setDelegate(this);
+    }
 }
 
 void QNMainController::setupConnectingLabel() {
     connectingLabel_->setText(localizedString(u"MessageConnecting"_s));
     styleLabel(*connectingLabel_, hexColor("#1A1A1A"), {u"Common Sans"_s, 32.0});
-    for (QNSpinner* const spinner : spinnerView_->findChildren<QNSpinner*>())
+    for (QNSpinner* const spinner : spinnerView_->findChildren<QNSpinner*>()) {
         spinner->setAccessibleName(connectingLabel_->string());
+    }
 }
 
 void QNMainController::setupUI() {
@@ -62,8 +64,9 @@ void QNMainController::hidePageView() {
 }
 
 void QNMainController::hideAlert(const Notification&) {
-    if (!alert_)
+    if (!alert_) {
         return;
+    }
     alert_->close();
     // One of its buttons may be what asked for this, and is still at work.
     closedAlert_ = std::move(alert_);

@@ -40,8 +40,9 @@ StyledText plainRun(const QString& string, double size) {
 
 // Without a usable address there is nothing to click: the words stand there like the others.
 StyledText linkRun(const QString& string, const std::optional<QString>& address, double size) {
-    if (!address || !Address::parse(*address))
+    if (!address || !Address::parse(*address)) {
         return plainRun(string, size);
+    }
     TextAttributes attributes;
     attributes.link = *address;
     attributes.underlineColor = kClear;
@@ -64,8 +65,9 @@ std::optional<QString> setting(const char* key) {
 
 StyledText joined(const std::vector<StyledText>& runs) {
     StyledText whole;
-    for (const StyledText& run : runs)
+    for (const StyledText& run : runs) {
         whole.append(run);
+    }
     return whole;
 }
 
@@ -79,10 +81,12 @@ TextAttributes attributesOf(const QTextCharFormat& format) {
         attributes.color = Color{static_cast<double>(color.redF()), static_cast<double>(color.greenF()),
                                  static_cast<double>(color.blueF()), static_cast<double>(color.alphaF())};
     }
-    if (format.isAnchor() && !format.anchorHref().isEmpty())
+    if (format.isAnchor() && !format.anchorHref().isEmpty()) {
         attributes.link = format.anchorHref();
-    if (format.fontUnderline())
+    }
+    if (format.fontUnderline()) {
         attributes.underlineStyle = 1;
+    }
     return attributes;
 }
 
@@ -117,10 +121,12 @@ StyledText QNMainController::stringFromHTML(const QString& html, const std::opti
                                 static_cast<int>(used.size), html));
     StyledText result;
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-        if (block.blockNumber() > 0)
+        if (block.blockNumber() > 0) {
             result.append(StyledText(u"\n"_s));
-        for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment)
+        }
+        for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment) {
             result.append(StyledText(fragment.fragment().text(), attributesOf(fragment.fragment().charFormat())));
+        }
     }
     return result;
 }

@@ -16,8 +16,9 @@ using namespace Qt::StringLiterals;
 QNMainController::QNMainController(const QString& interfaceName, MainMenu* mainMenu) : mainMenu_(mainMenu) {
     std::unique_ptr<QWidget> root = loadInterfaceFile(interfaceName);
     loadOutlets(*root);
-    if (view_ != root.get())
+    if (view_ != root.get()) {
         throwWrongClass(*root, View::staticMetaObject.className());
+    }
     static_cast<void>(root.release());
     connectActions();
     try {
@@ -29,8 +30,9 @@ QNMainController::QNMainController(const QString& interfaceName, MainMenu* mainM
 }
 
 QNMainController::~QNMainController() {
-    if (mainMenu_ != nullptr && mainMenu_->delegate() == this)
+    if (mainMenu_ != nullptr && mainMenu_->delegate() == this) {
         mainMenu_->setDelegate(nullptr);
+    }
     delete view_.data();
 }
 
@@ -79,8 +81,9 @@ void QNMainController::setViewHidden(bool hidden) {
     }
     view_->setHidden(hidden);
     auto* const window = qobject_cast<Window*>(view_->window());
-    if (window == nullptr)
+    if (window == nullptr) {
         return;
+    }
     if (hidden) {
         window->orderOut();
     } else if (!window->isVisible()) {

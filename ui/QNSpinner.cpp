@@ -55,8 +55,9 @@ void QNSpinner::setNeedsDisplay() {
 void QNSpinner::startRefreshAnimation() {
     turnStart_ = nextTurn_.value_or(std::chrono::steady_clock::now());
     nextTurn_.reset();
-    if (isVisible())
+    if (isVisible()) {
         frames_.start(kFrameMilliseconds, Qt::PreciseTimer, this);
+    }
     update();
 }
 
@@ -69,8 +70,9 @@ double QNSpinner::rotationAt(std::chrono::steady_clock::duration sinceStart) {
 }
 
 void QNSpinner::timerEvent(QTimerEvent* event) {
-    if (event->timerId() != frames_.timerId())
+    if (event->timerId() != frames_.timerId()) {
         return;
+    }
     const auto turns = (std::chrono::steady_clock::now() - turnStart_) / kDuration;
     if (turns > 0) {
         // The next turn joins on without a gap.
@@ -95,13 +97,15 @@ void QNSpinner::hideEvent(QHideEvent*) {
 }
 
 void QNSpinner::resizeEvent(QResizeEvent*) {
-    if (spinner_ != nullptr)
+    if (spinner_ != nullptr) {
         drawRect();
+    }
 }
 
 const QPixmap& QNSpinner::composedPicture(double scale) {
-    if (!picture_.isNull() && picture_.devicePixelRatio() == scale)
+    if (!picture_.isNull() && picture_.devicePixelRatio() == scale) {
         return picture_;
+    }
     picture_ = QPixmap((QSizeF(size()) * scale).toSize());
     picture_.setDevicePixelRatio(scale);
     picture_.fill(Qt::transparent);

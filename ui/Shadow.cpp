@@ -19,14 +19,16 @@ constexpr int kStretch = 1;  // pixels of the middle that are stretched
 // One pass of a box filter along lines of `length` bytes, `step` apart.
 void blurLine(uchar* line, int length, qsizetype step, std::vector<int>& source) {
     source.resize(static_cast<std::size_t>(length));
-    for (int index = 0; index < length; ++index)
+    for (int index = 0; index < length; ++index) {
         source[static_cast<std::size_t>(index)] = line[index * step];
+    }
     const auto at = [&](int index) {
         return index < 0 || index >= length ? 0 : source[static_cast<std::size_t>(index)];
     };
     int sum = 0;
-    for (int index = -kBoxRadius; index <= kBoxRadius; ++index)
+    for (int index = -kBoxRadius; index <= kBoxRadius; ++index) {
         sum += at(index);
+    }
     for (int index = 0; index < length; ++index) {
         line[index * step] = static_cast<uchar>(sum / (2 * kBoxRadius + 1));
         sum += at(index + kBoxRadius + 1) - at(index - kBoxRadius);
@@ -53,10 +55,12 @@ QImage makePicture(double cornerRadius) {
     painter.end();
     std::vector<int> source;
     for (int pass = 0; pass < kPasses; ++pass) {
-        for (int row = 0; row < size; ++row)
+        for (int row = 0; row < size; ++row) {
             blurLine(alpha.scanLine(row), size, 1, source);
-        for (int column = 0; column < size; ++column)
+        }
+        for (int column = 0; column < size; ++column) {
             blurLine(alpha.bits() + column, size, alpha.bytesPerLine(), source);
+        }
     }
     QImage picture(size, size, QImage::Format_ARGB32_Premultiplied);
     picture.fill(Qt::black);
@@ -68,8 +72,9 @@ QImage makePicture(double cornerRadius) {
 const QImage& pictureFor(double cornerRadius) {
     static std::map<double, QImage> pictures;
     QImage& picture = pictures[cornerRadius];
-    if (picture.isNull())
+    if (picture.isNull()) {
         picture = makePicture(cornerRadius);
+    }
     return picture;
 }
 

@@ -10,8 +10,9 @@ namespace {
 
 template <typename Value>
 void overwrite(std::optional<Value>& value, const std::optional<Value>& later) {
-    if (later)
+    if (later) {
         value = later;
+    }
 }
 
 [[noreturn]] void throwRange(qsizetype location, qsizetype count, qsizetype length) {
@@ -34,8 +35,9 @@ void TextAttributes::overwriteWith(const TextAttributes& later) {
 StyledText::StyledText(const QString& text) : StyledText(text, {}) {}
 
 StyledText::StyledText(const QString& text, const TextAttributes& attributes) {
-    if (!text.isEmpty())
+    if (!text.isEmpty()) {
         runs_.push_back({text, attributes});
+    }
 }
 
 StyledText StyledText::hyperlinkFromString(const QString& text, const QString& address) {
@@ -47,23 +49,26 @@ StyledText StyledText::hyperlinkFromString(const QString& text, const QString& a
 
 QString StyledText::string() const {
     QString text;
-    for (const Run& run : runs_)
+    for (const Run& run : runs_) {
         text += run.text;
+    }
     return text;
 }
 
 qsizetype StyledText::length() const {
     qsizetype length = 0;
-    for (const Run& run : runs_)
+    for (const Run& run : runs_) {
         length += run.text.size();
+    }
     return length;
 }
 
 const TextAttributes& StyledText::attributesAt(qsizetype index) const {
     qsizetype start = 0;
     for (const Run& run : runs_) {
-        if (index >= start && index < start + run.text.size())
+        if (index >= start && index < start + run.text.size()) {
             return run.attributes;
+        }
         start += run.text.size();
     }
     throwRange(index, 1, start);
@@ -74,12 +79,14 @@ void StyledText::append(const StyledText& text) {
 }
 
 void StyledText::addAttributes(const TextAttributes& attributes, qsizetype location, qsizetype count) {
-    if (location < 0 || count < 0 || location > length() || count > length() - location)
+    if (location < 0 || count < 0 || location > length() || count > length() - location) {
         throwRange(location, count, length());
+    }
     std::vector<Run> result;
     const auto keep = [&result](const QString& text, const TextAttributes& own) {
-        if (!text.isEmpty())
+        if (!text.isEmpty()) {
             result.push_back({text, own});
+        }
     };
     qsizetype start = 0;
     for (const Run& run : runs_) {

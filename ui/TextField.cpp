@@ -38,8 +38,9 @@ void TextField::setTextFont(const FontChoice& font) {
 }
 
 void TextField::setTextColor(const std::optional<Color>& color) {
-    if (color)
+    if (color) {
         textColor_ = *color;
+    }
     update();
 }
 
@@ -70,13 +71,16 @@ QRectF TextField::titleRectForBounds(const QRectF& bounds) const {
 
 StyledText TextField::shownText() const {
     StyledText shown = text_;
-    if (shown.isEmpty())
+    if (shown.isEmpty()) {
         return shown;
+    }
     TextAttributes own;
-    if (isPlain(shown))
+    if (isPlain(shown)) {
         own.color = textColor_;
-    if (!shown.attributesAt(0).font)
+    }
+    if (!shown.attributesAt(0).font) {
         own.font = font_;
+    }
     shown.addAttributes(own);
     return shown;
 }
@@ -100,8 +104,9 @@ void TextField::mousePressEvent(QMouseEvent* event) {
 
 void TextField::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    if (drawsBackground_)
+    if (drawsBackground_) {
         painter.fillRect(rect(), paintColor(background_));
+    }
     TextView(shownText(), titleRectForBounds(QRectF(rect())), alignment_).draw(painter);
 }
 

@@ -18,8 +18,9 @@ QTextCharFormat formatOf(const TextAttributes& attributes) {
     format.setForeground(paintColor(attributes.color.value_or(Color{})));
     if (attributes.underlineStyle.value_or(0) != 0) {
         format.setFontUnderline(true);
-        if (attributes.underlineColor)
+        if (attributes.underlineColor) {
             format.setUnderlineColor(paintColor(*attributes.underlineColor));
+        }
     }
     return format;
 }
@@ -55,8 +56,9 @@ TextView::TextView(const StyledText& text, const QRectF& frame, Qt::Alignment al
         formats.append({start, static_cast<int>(run.text.size()), formatOf(run.attributes)});
         start += static_cast<int>(run.text.size());
     }
-    if (!formats.isEmpty())
+    if (!formats.isEmpty()) {
         layout_.setFont(formats.first().format.font());
+    }
     layout_.setFormats(formats);
     QTextOption option(paragraphAlignment(text, alignment));
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
@@ -66,8 +68,9 @@ TextView::TextView(const StyledText& text, const QRectF& frame, Qt::Alignment al
 }
 
 void TextView::layOut(double width) {
-    if (layout_.text().isEmpty())
+    if (layout_.text().isEmpty()) {
         return;
+    }
     layout_.beginLayout();
     double y = 0.0;
     for (QTextLine line = layout_.createLine(); line.isValid(); line = layout_.createLine()) {
@@ -81,8 +84,9 @@ void TextView::layOut(double width) {
 
 double TextView::width() const {
     double width = 0.0;
-    for (int index = 0; index < layout_.lineCount(); ++index)
+    for (int index = 0; index < layout_.lineCount(); ++index) {
         width = std::max(width, layout_.lineAt(index).naturalTextWidth());
+    }
     return width;
 }
 
@@ -100,8 +104,9 @@ std::vector<QRectF> TextView::rectsForRange(const TextRange& range) const {
             const QRectF cell(std::min(leading, trailing), line.y(), std::abs(trailing - leading), line.height());
             // A blank that hangs over the end of its line is not to be seen.
             const QRectF visible = cell.intersected(QRectF(shown.left(), line.y(), shown.width(), line.height()));
-            if (visible.width() > 0.0)
+            if (visible.width() > 0.0) {
                 appendOrJoin(rects, visible.translated(frame_.topLeft()));
+            }
         }
     }
     return rects;
@@ -113,11 +118,13 @@ std::optional<qsizetype> TextView::characterIndexAt(const QPointF& point) const 
         const QTextLine line = layout_.lineAt(index);
         const bool last = index + 1 == layout_.lineCount();
         const double bottom = last ? line.y() + line.height() : layout_.lineAt(index + 1).y();
-        if (inside.y() < line.y() || inside.y() >= bottom)
+        if (inside.y() < line.y() || inside.y() >= bottom) {
             continue;
+        }
         const QRectF shown = line.naturalTextRect();
-        if (inside.x() < shown.left() || inside.x() >= shown.right())
+        if (inside.x() < shown.left() || inside.x() >= shown.right()) {
             return std::nullopt;
+        }
         return line.xToCursor(inside.x(), QTextLine::CursorOnCharacter);
     }
     return std::nullopt;

@@ -70,8 +70,9 @@ Window::Window(QWidget* parent) : QWidget(parent, Qt::Window) {
         platform::watchCompositor([] {
             compositorRunning() = platform::compositorIsRunning();
             for (QWidget* widget : QApplication::topLevelWidgets()) {
-                if (auto* window = qobject_cast<Window*>(widget))
+                if (auto* window = qobject_cast<Window*>(widget)) {
                     window->compositorChanged();
+                }
             }
         });
         return true;
@@ -90,8 +91,9 @@ void Window::setContentView(View* view) {
 void Window::addSubview(QWidget* view) {
     view->setParent(contentView_);
     view->move(0, 0);
-    if (!view->testAttribute(Qt::WA_WState_ExplicitShowHide))
+    if (!view->testAttribute(Qt::WA_WState_ExplicitShowHide)) {
         view->show();
+    }
 }
 
 void Window::setStyleMask(int mask) {
@@ -136,8 +138,9 @@ int Window::shadowMargin() const {
 }
 
 void Window::arrange() {
-    if (contentView_ == nullptr)
+    if (contentView_ == nullptr) {
         return;
+    }
     const int margin = shadowMargin();
     const QPoint content = pos() + QPoint(margin_, margin_);
     margin_ = margin;
@@ -161,8 +164,9 @@ std::vector<QRect> Window::shapeInPixels() const {
 }
 
 void Window::applyShape() {
-    if (contentView_ == nullptr || windowHandle() == nullptr)
+    if (contentView_ == nullptr || windowHandle() == nullptr) {
         return;
+    }
     const bool cut = !opaque_ && styleMask_ == kBorderless && !compositorRunning();
     platform::setWindowShape(*windowHandle(), cut ? shapeInPixels() : std::vector<QRect>());
     // Clicks on the shadow go to what lies below it.
@@ -202,16 +206,19 @@ void Window::closeEvent(QCloseEvent* event) {
 }
 
 void Window::mousePressEvent(QMouseEvent* event) {
-    if (!movable_ || event->button() != Qt::LeftButton)
+    if (!movable_ || event->button() != Qt::LeftButton) {
         return;
+    }
     // Where no window manager moves it, it is moved by hand.
-    if (!windowHandle()->startSystemMove())
+    if (!windowHandle()->startSystemMove()) {
         dragOffset_ = event->globalPosition().toPoint() - pos();
+    }
 }
 
 void Window::mouseMoveEvent(QMouseEvent* event) {
-    if (dragOffset_)
+    if (dragOffset_) {
         move(event->globalPosition().toPoint() - *dragOffset_);
+    }
 }
 
 void Window::mouseReleaseEvent(QMouseEvent*) {
@@ -233,8 +240,10 @@ void Window::paintEvent(QPaintEvent* event) {
         return;
     }
     const bool besideContent = contentView_ != nullptr && !contentView_->geometry().contains(event->rect());
-    if (margin_ > 0 && besideContent)
+    if (margin_ > 0 && besideContent) {
         Shadow::paint(painter, QRectF(contentView_->geometry()), contentView_->layer().cornerRadius);
-    if (background_.alpha > 0.0)
+    }
+    if (background_.alpha > 0.0) {
         painter.fillRect(rect(), paintColor(background_));
+    }
 }

@@ -30,8 +30,9 @@ public:
     OpenFile(std::uint32_t item, std::string path, const struct stat& expected)
         : item_(item), path_(std::move(path)), expected_(expected),
           descriptor_(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK)) {
-        if (descriptor_ < 0)
+        if (descriptor_ < 0) {
             failed(path_, std::strerror(errno));
+        }
     }
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
@@ -42,12 +43,15 @@ public:
     void read(std::uint64_t offset, std::span<std::byte> into) const {
         while (!into.empty()) {
             const ssize_t length = ::pread(descriptor_, into.data(), into.size(), static_cast<off_t>(offset));
-            if (length < 0 && errno == EINTR)
+            if (length < 0 && errno == EINTR) {
                 continue;
-            if (length < 0)
+            }
+            if (length < 0) {
                 failed(path_, std::strerror(errno));
-            if (length == 0)
+            }
+            if (length == 0) {
                 failed(path_, "the file has become shorter while it was being stored");
+            }
             into = into.subspan(static_cast<std::size_t>(length));
             offset += static_cast<std::uint64_t>(length);
         }
@@ -57,11 +61,13 @@ public:
 private:
     void checkUnchanged() const {
         struct stat now {};
-        if (::fstat(descriptor_, &now) != 0)
+        if (::fstat(descriptor_, &now) != 0) {
             failed(path_, std::strerror(errno));
+        }
         if (now.st_dev != expected_.st_dev || now.st_ino != expected_.st_ino || now.st_size != expected_.st_size ||
-            !isSameTime(now.st_mtim, expected_.st_mtim))
+            !isSameTime(now.st_mtim, expected_.st_mtim)) {
             failed(path_, "the file has changed while it was being stored");
+        }
     }
 
     std::uint32_t item_;
@@ -80,8 +86,9 @@ void HfsImageSource::addFile(std::uint64_t offset, std::uint32_t item, std::uint
 }
 
 void HfsImageSource::read(std::uint64_t offset, std::span<std::byte> into) const {
-    if (offset > size_ || into.size() > size_ - offset)
+    if (offset > size_ || into.size() > size_ - offset) {
         throw ImageError(ImageError::Kind::kOutOfRange, "a read beyond the end of the volume");
+    }
     std::ranges::fill(into, std::byte{0});
     const std::uint64_t end = offset + into.size();
     auto segment =
@@ -95,10 +102,11 @@ void HfsImageSource::read(std::uint64_t offset, std::span<std::byte> into) const
 }
 
 void HfsImageSource::readSegment(const Segment& segment, std::uint64_t inside, std::span<std::byte> into) const {
-    if (segment.bytes.empty())
+    if (segment.bytes.empty()) {
         open(segment.item)->read(inside, into);
-    else
+    } else {
         std::memcpy(into.data(), segment.bytes.data() + inside, into.size());
+    }
 }
 
 std::shared_ptr<const HfsImageSource::OpenFile> HfsImageSource::open(std::uint32_t item) const {
@@ -113,8 +121,9 @@ std::shared_ptr<const HfsImageSource::OpenFile> HfsImageSource::open(std::uint32
     auto file = std::make_shared<const OpenFile>(item, source_->path(item), source_->items[item].status);
     const std::lock_guard lock(mutex_);
     open_.push_front(file);
-    if (open_.size() > kOpenFiles)
+    if (open_.size() > kOpenFiles) {
         open_.pop_back();
+    }
     return file;
 }
 

@@ -24,8 +24,9 @@ void put32(HfsBytes& bytes, std::size_t at, std::uint32_t value) {
 
 void putName(HfsBytes& bytes, std::size_t at, std::u16string_view name) {
     put16(bytes, at, name.size());
-    for (std::size_t i = 0; i < name.size(); ++i)
+    for (std::size_t i = 0; i < name.size(); ++i) {
         put16(bytes, at + 2 + 2 * i, name[i]);
+    }
 }
 
 void putFork(HfsBytes& bytes, std::size_t at, const hfs::Fork& fork, std::uint32_t clump) {

@@ -30,21 +30,25 @@ void HfsCatalogWriter::addPrivateFolder(HfsTreeWriter& tree) const {
     folder.mode = S_IFDIR;
     folder.finderFlags = kInvisibleAndLocked;
     folder.valence = static_cast<std::uint32_t>(shared_.size());
-    if (source_.caseSensitive)
+    if (source_.caseSensitive) {
         folder.flags |= hfs::kFolderCountFlag;
+    }
     tree.add(catalogKey(hfs::kRootFolderId, kPrivateName), folderRecord(folder));
 }
 
 void HfsCatalogWriter::addPrivateContents(HfsTreeWriter& tree) const {
     tree.add(catalogKey(privateFolderId_, {}), threadRecord(true, hfs::kRootFolderId, kPrivateName));
     std::vector<std::pair<std::u16string, const Shared*>> named;
-    for (const Shared& shared : shared_)
+    for (const Shared& shared : shared_) {
         named.emplace_back(sharedName(shared.id), &shared);
+    }
     std::ranges::sort(named);
-    for (const auto& [name, shared] : named)
+    for (const auto& [name, shared] : named) {
         tree.add(catalogKey(privateFolderId_, name), fileRecord(sharedItem(*shared)));
-    for (const Shared& shared : shared_)
+    }
+    for (const Shared& shared : shared_) {
         tree.add(catalogKey(shared.id, {}), threadRecord(false, privateFolderId_, sharedName(shared.id)));
+    }
 }
 
 HfsFileItem HfsCatalogWriter::linkItem(std::uint32_t item, const Shared& shared) const {

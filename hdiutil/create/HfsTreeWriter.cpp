@@ -23,8 +23,9 @@ std::vector<std::byte> makeRecord(std::span<const std::byte> key, std::span<cons
     storeBig<std::uint16_t>(record, 0, static_cast<std::uint16_t>(key.size()));
     std::copy(key.begin(), key.end(), record.begin() + 2);
     record.insert(record.end(), data.begin(), data.end());
-    if (record.size() % 2 != 0)
+    if (record.size() % 2 != 0) {
         record.push_back(std::byte{0});
+    }
     return record;
 }
 
@@ -58,8 +59,9 @@ std::vector<std::byte> HfsTreeWriter::finish() {
         writeIndex();
         ++depth;
     }
-    if (file_.size() == kind_.nodeSize)
+    if (file_.size() == kind_.nodeSize) {
         file_.resize(2 * std::size_t{kind_.nodeSize}); // one free node
+    }
     writeHeader(level_.empty() ? 0 : level_.front().node, depth);
     return std::move(file_);
 }
@@ -79,10 +81,12 @@ std::uint32_t HfsTreeWriter::writeIndex() {
 
 void HfsTreeWriter::append(Bytes record, std::uint8_t nodeKind, std::uint8_t height, std::span<const std::byte> key) {
     const auto fits = [&] { return used_ + record.size() + 2 * (count_ + std::size_t{2}) <= kind_.nodeSize; };
-    if (current_ == 0 || !fits())
+    if (current_ == 0 || !fits()) {
         beginNode(nodeKind, height, key);
-    if (!fits())
+    }
+    if (!fits()) {
         throw ImageError(ImageError::Kind::kUnsupported, "a record is too long for the volume's trees");
+    }
     const std::span<std::byte> place = node(current_);
     std::copy(record.begin(), record.end(), place.begin() + static_cast<std::ptrdiff_t>(used_));
     used_ += record.size();
@@ -123,8 +127,9 @@ void HfsTreeWriter::writeHeader(std::uint32_t root, std::uint16_t depth) {
     const std::uint32_t usedNodes = root == 0 ? 1 : total;
     const std::span<std::byte> header = node(0);
     const std::size_t mapBytes = kind_.nodeSize - kMapOffset - kHeaderOffsets;
-    if (usedNodes > mapBytes * 8)
+    if (usedNodes > mapBytes * 8) {
         throw ImageError(ImageError::Kind::kUnsupported, "there are too many files for one volume");
+    }
     header[8] = std::byte{hfs::kHeaderNode};
     storeBig<std::uint16_t>(header, 10, 3);
     storeBig<std::uint16_t>(header, 14, depth);
@@ -139,13 +144,15 @@ void HfsTreeWriter::writeHeader(std::uint32_t root, std::uint16_t depth) {
     storeBig<std::uint32_t>(header, 46, static_cast<std::uint32_t>(file_.size()));
     header[51] = std::byte{kind_.keyCompare};
     storeBig<std::uint32_t>(header, 52, kBigKeys | (kind_.hasVariableKeys ? kVariableIndexKeys : 0));
-    for (std::uint32_t i = 0; i < usedNodes; ++i)
+    for (std::uint32_t i = 0; i < usedNodes; ++i) {
         header[kMapOffset + i / 8] |= std::byte{0x80} >> (i % 8);
+    }
     const std::array<std::size_t, 4> offsets = {hfs::kNodeDescriptorBytes,
                                                 hfs::kNodeDescriptorBytes + hfs::kTreeHeaderBytes, kMapOffset,
                                                 kMapOffset + mapBytes};
-    for (std::size_t i = 0; i < offsets.size(); ++i)
+    for (std::size_t i = 0; i < offsets.size(); ++i) {
         storeBig<std::uint16_t>(header, kind_.nodeSize - 2 * (i + 1), static_cast<std::uint16_t>(offsets[i]));
+    }
 }
 
 } // namespace hdi

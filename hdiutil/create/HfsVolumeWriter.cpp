@@ -29,8 +29,9 @@ hfs::Fork systemFork(std::uint32_t start, std::uint64_t length) {
 // How many blocks the bitmap needs for `others` blocks and itself.
 std::uint32_t bitmapBlocks(std::uint32_t others) {
     std::uint32_t blocks = 1;
-    while (static_cast<std::uint64_t>(blocks) * kBlockSize * 8 < static_cast<std::uint64_t>(others) + blocks)
+    while (static_cast<std::uint64_t>(blocks) * kBlockSize * 8 < static_cast<std::uint64_t>(others) + blocks) {
         ++blocks;
+    }
     return blocks;
 }
 
@@ -38,8 +39,9 @@ std::uint32_t bitmapBlocks(std::uint32_t others) {
 std::vector<std::byte> fullBitmap(std::uint32_t totalBlocks, std::uint32_t blocks) {
     std::vector<std::byte> bitmap(static_cast<std::size_t>(blocks) * kBlockSize);
     std::fill_n(bitmap.begin(), totalBlocks / 8, std::byte{0xFF});
-    for (std::uint32_t i = totalBlocks - totalBlocks % 8; i < totalBlocks; ++i)
+    for (std::uint32_t i = totalBlocks - totalBlocks % 8; i < totalBlocks; ++i) {
         bitmap[i / 8] |= std::byte{0x80} >> (i % 8);
+    }
     return bitmap;
 }
 
@@ -47,8 +49,9 @@ std::vector<std::byte> fullBitmap(std::uint32_t totalBlocks, std::uint32_t block
 std::uint64_t volumeId(const HfsSource& source, const std::string& name) {
     std::uint64_t hash = 0xCBF29CE484222325U;
     const auto mix = [&hash](std::uint64_t value) { hash = (hash ^ value) * 0x100000001B3U; };
-    for (const char c : name)
+    for (const char c : name) {
         mix(static_cast<unsigned char>(c));
+    }
     for (const HfsSource::Item& item : source.items) {
         mix(static_cast<std::uint64_t>(item.status.st_size));
         mix(static_cast<std::uint64_t>(item.status.st_mtim.tv_nsec));
@@ -63,9 +66,10 @@ std::vector<std::byte> bytesOf(const std::string& text) {
 
 std::u16string checkedVolumeName(const std::string& name) {
     const auto stored = storedHfsName(name);
-    if (!stored)
+    if (!stored) {
         throw ImageError(ImageError::Kind::kUnsupported,
                          "the volume's name is empty, not UTF-8 or longer than 255 characters");
+    }
     return *stored;
 }
 
@@ -117,10 +121,11 @@ private:
         for (const HfsCatalogWriter::Content& content : catalog_.contents()) {
             const std::uint64_t offset = static_cast<std::uint64_t>(content.extent.start) * kBlockSize;
             const HfsSource::Item& item = source_->items[content.item];
-            if (S_ISLNK(item.status.st_mode))
+            if (S_ISLNK(item.status.st_mode)) {
                 image.addBytes(offset, bytesOf(item.target));
-            else
+            } else {
                 image.addFile(offset, content.item, content.length);
+            }
         }
     }
 

@@ -10,8 +10,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 namespace {
 
 void expectSize(std::size_t size, std::uint64_t expected) {
-    if (size != expected)
+    if (size != expected) {
         std::abort();
+    }
 }
 
 void readBlock(const hdi::DecmpfsHeader& header, const hdi::ByteSource& fork, std::uint64_t block) {
@@ -28,8 +29,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace hdi;
     const auto input = std::as_bytes(std::span(data, size));
     const auto header = parseDecmpfsHeader(input);
-    if (!header)
+    if (!header) {
         return 0;
+    }
     const auto packed = input.subspan(kDecmpfsHeaderBytes);
     if (!isInResourceFork(header->type)) {
         fuzz::allowRefusal([&] { expectSize(unpackInline(*header, packed).size(), header->size); });

@@ -10,8 +10,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace hdi;
     fuzz::allowRefusal([&] {
         const auto volume = HfsVolume::open(fuzz::sourceOf(std::as_bytes(std::span(data, size))));
-        if (volume)
+        if (volume) {
             test::walk(*volume);
+        }
     });
     return 0;
 }

@@ -42,11 +42,14 @@ void addDecmpfsSeeds(SeedFolder& seeds) {
     const Bytes small = prose(300, 1);
     const Bytes large = prose(65536 + 300, 2);
     const auto lzfse = [](const Bytes& block) { return encodeLzfse(block); };
-    for (const std::uint32_t type : {1U, 9U})
+    for (const std::uint32_t type : {1U, 9U}) {
         seeds.add(attribute(type, small.size(), small));
-    for (const unsigned marker : {0xFFU, 0x06U, 0xCCU})
-        for (const std::uint32_t type : {3U, 7U, 9U, 11U})
+    }
+    for (const unsigned marker : {0xFFU, 0x06U, 0xCCU}) {
+        for (const std::uint32_t type : {3U, 7U, 9U, 11U}) {
             seeds.add(attribute(type, small.size(), Bytes{static_cast<std::byte>(marker)} + small));
+        }
+    }
     seeds.add(attribute(3, small.size(), packZlib(small)));
     seeds.add(attribute(7, small.size(), packLzvn(small)));
     seeds.add(attribute(11, small.size(), encodeLzfse(small)));
@@ -103,8 +106,9 @@ void addHfsSeeds(SeedFolder& seeds) {
     seeds.add(linkedVolume());
     seeds.add(HfsBuilder::wrapped(linkedVolume()));
     for (const auto names :
-         {HfsBuilder::Names::kHfsPlus, HfsBuilder::Names::kHfsxFolding, HfsBuilder::Names::kHfsxBinary})
+         {HfsBuilder::Names::kHfsPlus, HfsBuilder::Names::kHfsxFolding, HfsBuilder::Names::kHfsxBinary}) {
         seeds.add(namedVolume(names));
+    }
     const TemporaryFolder folder;
     std::filesystem::create_directories(folder / "source/sub");
     writeFile(folder / "source/sub/file", bytesOf("contents"));
@@ -115,8 +119,9 @@ void addHfsSeeds(SeedFolder& seeds) {
 void addImage(const std::string& path, SeedFolder& seeds) {
     const auto image = DiskImage::open(path);
     for (const Partition& partition : readPartitionMap(*image->disk()).partitions) {
-        if (partition.content != "Apple_HFS")
+        if (partition.content != "Apple_HFS") {
             continue;
+        }
         Bytes beginning(static_cast<std::size_t>(std::min<std::uint64_t>(partition.length, 16384)));
         image->disk()->read(partition.offset, beginning);
         seeds.add(beginning);
@@ -135,7 +140,8 @@ int main(int count, char** arguments) {
     SeedFolder decmpfs(folder / "decmpfs");
     addHfsSeeds(hfs);
     addDecmpfsSeeds(decmpfs);
-    for (int i = 2; i < count; ++i)
+    for (int i = 2; i < count; ++i) {
         fuzz::allowRefusal([&] { addImage(arguments[i], hfs); });
+    }
     return 0;
 }

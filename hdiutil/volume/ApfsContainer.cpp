@@ -16,8 +16,9 @@ std::shared_ptr<ApfsContainer> ApfsContainer::open(const ByteSourcePtr& partitio
     opened->io_ = apfs::makeIoHandle(partition, opened->sourceError_);
     libfsapfs_error_t* error = nullptr;
     libfsapfs_container_t* container = nullptr;
-    if (!opened->io_ || libfsapfs_container_initialize(&container, nullptr) != 1)
+    if (!opened->io_ || libfsapfs_container_initialize(&container, nullptr) != 1) {
         throw std::bad_alloc();
+    }
     opened->container_.reset(container);
     const int result =
         libfsapfs_container_open_file_io_handle(container, opened->io_.get(), LIBFSAPFS_OPEN_READ, &error);
@@ -31,8 +32,9 @@ void ApfsContainer::fail(const char* what, libfsapfs_error_t* error) const {
         libfsapfs_error_sprint(error, text.data(), text.size() - 1);
         libfsapfs_error_free(&error);
     }
-    if (const std::exception_ptr cause = std::exchange(*sourceError_, nullptr))
+    if (const std::exception_ptr cause = std::exchange(*sourceError_, nullptr)) {
         std::rethrow_exception(cause);
+    }
     const std::string details = text[0] == '\0' ? "" : std::string(" (") + text.data() + ")";
     throw ImageError(ImageError::Kind::kDamaged, what + details);
 }

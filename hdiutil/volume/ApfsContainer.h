@@ -25,8 +25,9 @@ public:
     [[noreturn]] void fail(const char* what, libfsapfs_error_t* error) const;
     // The same unless `result` says that the call went well.
     void check(int result, const char* what, libfsapfs_error_t* error) const {
-        if (result != 1)
+        if (result != 1) {
             fail(what, error);
+        }
     }
 
 private:

@@ -34,8 +34,9 @@ apfs::ExtendedAttribute findAttribute(const ApfsContainer& container, libfsapfs_
     const auto* const text = reinterpret_cast<const std::uint8_t*>(name.data());
     const int result =
         libfsapfs_file_entry_get_extended_attribute_by_utf8_name(entry, text, name.size(), &attribute, &error);
-    if (result < 0)
+    if (result < 0) {
         container.fail("an APFS file's attributes cannot be read", error);
+    }
     return apfs::ExtendedAttribute(attribute);
 }
 
@@ -57,13 +58,15 @@ public:
     std::uint64_t size() const override { return size_; }
 
     void read(std::uint64_t offset, std::span<std::byte> into) const override {
-        if (offset > size_ || into.size() > size_ - offset)
+        if (offset > size_ || into.size() > size_ - offset) {
             throw ImageError(ImageError::Kind::kOutOfRange, "a read beyond the end of an attribute");
+        }
         libfsapfs_error_t* error = nullptr;
         const ssize_t length = libfsapfs_extended_attribute_read_buffer_at_offset(
             attribute_.get(), into.data(), into.size(), static_cast<off64_t>(offset), &error);
-        if (length < 0 || static_cast<std::size_t>(length) != into.size())
+        if (length < 0 || static_cast<std::size_t>(length) != into.size()) {
             container_->fail("an APFS attribute cannot be read", error);
+        }
     }
 
 private:
@@ -92,14 +95,16 @@ ApfsVolume::OpenFile& ApfsVolume::opened(NodeId node) const {
         openCompressed(file);
         // Not asked for of a compressed file: the library refuses those whose compression it does not know.
         size64_t size = 0;
-        if (!file.compression)
+        if (!file.compression) {
             container_->check(libfsapfs_file_entry_get_size(entry, &size, &error), "an APFS file's size cannot be read",
                               error);
+        }
         file.attributes.size = file.compression ? file.compression->size : size;
     }
     files_.push_front(std::move(file));
-    if (files_.size() > kOpenFiles)
+    if (files_.size() > kOpenFiles) {
         files_.pop_back();
+    }
     return files_.front();
 }
 
@@ -124,23 +129,27 @@ Attributes ApfsVolume::readAttributes(libfsapfs_file_entry_t* entry) const {
     attributes.created = toTime(created);
     if (attributes.kind == NodeKind::kSymlink) {
         std::size_t size = 0;
-        if (libfsapfs_file_entry_get_utf8_symbolic_link_target_size(entry, &size, nullptr) == 1 && size > 0)
+        if (libfsapfs_file_entry_get_utf8_symbolic_link_target_size(entry, &size, nullptr) == 1 && size > 0) {
             attributes.size = size - 1;
+        }
     }
     return attributes;
 }
 
 void ApfsVolume::openCompressed(OpenFile& file) const {
     const auto attribute = findAttribute(*container_, file.entry.get(), kCompressionName);
-    if (!attribute)
+    if (!attribute) {
         return;
+    }
     std::vector<std::byte> bytes = readAttribute(attribute.get());
     file.compression = parseDecmpfsHeader(bytes);
-    if (!file.compression)
+    if (!file.compression) {
         return;
+    }
     if (isInResourceFork(file.compression->type)) {
-        if (auto fork = findAttribute(*container_, file.entry.get(), kResourceForkName))
+        if (auto fork = findAttribute(*container_, file.entry.get(), kResourceForkName)) {
             file.resourceFork = std::make_shared<AttributeSource>(container_, std::move(fork));
+        }
     } else {
         bytes.erase(bytes.begin(), bytes.begin() + kDecmpfsHeaderBytes);
         file.inlineContents = std::move(bytes);
@@ -149,33 +158,39 @@ void ApfsVolume::openCompressed(OpenFile& file) const {
 
 std::vector<std::byte> ApfsVolume::readAttribute(libfsapfs_extended_attribute_t* attribute) const {
     const std::uint64_t size = sizeOf(*container_, attribute);
-    if (size > kMaxAttributeBytes)
+    if (size > kMaxAttributeBytes) {
         damaged("an APFS file's compression attribute is too long");
+    }
     libfsapfs_error_t* error = nullptr;
     std::vector<std::byte> bytes(static_cast<std::size_t>(size));
     const ssize_t length =
         libfsapfs_extended_attribute_read_buffer_at_offset(attribute, bytes.data(), bytes.size(), 0, &error);
-    if (length < 0 || static_cast<std::size_t>(length) != bytes.size())
+    if (length < 0 || static_cast<std::size_t>(length) != bytes.size()) {
         container_->fail("an APFS attribute cannot be read", error);
+    }
     return bytes;
 }
 
 std::size_t ApfsVolume::read(NodeId node, std::uint64_t offset, std::span<std::byte> into) const {
     const std::lock_guard lock(container_->mutex());
     OpenFile& file = opened(node);
-    if (file.attributes.kind != NodeKind::kFile)
+    if (file.attributes.kind != NodeKind::kFile) {
         damaged("something that is no file was to be read as one");
-    if (offset >= file.attributes.size)
+    }
+    if (offset >= file.attributes.size) {
         return 0;
+    }
     into = into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), file.attributes.size - offset)));
-    if (file.compression)
+    if (file.compression) {
         return readCompressed(file, offset, into);
+    }
     for (std::size_t done = 0; done < into.size();) {
         libfsapfs_error_t* error = nullptr;
         const ssize_t length = libfsapfs_file_entry_read_buffer_at_offset(
             file.entry.get(), into.data() + done, into.size() - done, static_cast<off64_t>(offset + done), &error);
-        if (length <= 0)
+        if (length <= 0) {
             container_->fail("an APFS file cannot be read", error);
+        }
         done += static_cast<std::size_t>(length);
     }
     return into.size();
@@ -183,8 +198,9 @@ std::size_t ApfsVolume::read(NodeId node, std::uint64_t offset, std::span<std::b
 
 std::size_t ApfsVolume::readCompressed(OpenFile& file, std::uint64_t offset, std::span<std::byte> into) const {
     const bool inBlocks = isInResourceFork(file.compression->type);
-    if (inBlocks && !file.resourceFork)
+    if (inBlocks && !file.resourceFork) {
         damaged("a compressed file has no resource fork");
+    }
     std::size_t done = 0;
     while (done < into.size()) {
         const std::uint64_t number = inBlocks ? (offset + done) / kDecmpfsBlockBytes : 0;
@@ -194,8 +210,9 @@ std::size_t ApfsVolume::readCompressed(OpenFile& file, std::uint64_t offset, std
             file.blockNumber = number;
         }
         const auto inside = static_cast<std::size_t>(offset + done - number * kDecmpfsBlockBytes);
-        if (inside >= file.block.size())
+        if (inside >= file.block.size()) {
             damaged("a compressed file is shorter than it claims");
+        }
         const std::size_t part = std::min(into.size() - done, file.block.size() - inside);
         std::memcpy(into.data() + done, file.block.data() + inside, part);
         done += part;

@@ -20,8 +20,9 @@ State& stateOf(std::intptr_t* handle) {
 }
 
 int freeState(std::intptr_t** handle, libbfio_error_t**) {
-    if (handle == nullptr || *handle == nullptr)
+    if (handle == nullptr || *handle == nullptr) {
         return -1;
+    }
     const std::unique_ptr<State> owned(&stateOf(*handle));
     *handle = nullptr;
     return 1;
@@ -33,8 +34,9 @@ int cloneState(std::intptr_t** destination, std::intptr_t* source, libbfio_error
 }
 
 int openState(std::intptr_t* handle, int flags, libbfio_error_t**) {
-    if ((flags & LIBBFIO_ACCESS_FLAG_WRITE) != 0)
+    if ((flags & LIBBFIO_ACCESS_FLAG_WRITE) != 0) {
         return -1;
+    }
     stateOf(handle).isOpen = true;
     return 1;
 }
@@ -47,8 +49,9 @@ int closeState(std::intptr_t* handle, libbfio_error_t**) {
 ssize_t readState(std::intptr_t* handle, std::uint8_t* buffer, std::size_t size, libbfio_error_t**) {
     State& state = stateOf(handle);
     const std::uint64_t total = state.source->size();
-    if (state.offset >= total)
+    if (state.offset >= total) {
         return 0;
+    }
     const auto length = static_cast<std::size_t>(std::min<std::uint64_t>(size, total - state.offset));
     try {
         state.source->read(state.offset, std::as_writable_bytes(std::span(buffer, length)));
@@ -67,13 +70,15 @@ ssize_t refuseWrite(std::intptr_t*, const std::uint8_t*, std::size_t, libbfio_er
 off64_t seekState(std::intptr_t* handle, off64_t offset, int whence, libbfio_error_t**) {
     State& state = stateOf(handle);
     std::int64_t base = 0;
-    if (whence == SEEK_CUR)
+    if (whence == SEEK_CUR) {
         base = static_cast<std::int64_t>(state.offset);
-    else if (whence == SEEK_END)
+    } else if (whence == SEEK_END) {
         base = static_cast<std::int64_t>(state.source->size());
+    }
     std::int64_t place = 0;
-    if (__builtin_add_overflow(base, offset, &place) || place < 0)
+    if (__builtin_add_overflow(base, offset, &place) || place < 0) {
         return -1;
+    }
     state.offset = static_cast<std::uint64_t>(place);
     return place;
 }
@@ -99,8 +104,9 @@ IoHandle makeIoHandle(const ByteSourcePtr& source, const std::shared_ptr<std::ex
         &handle, reinterpret_cast<std::intptr_t*>(state.get()), freeState, cloneState, openState, closeState, readState,
         refuseWrite, seekState, existsState, isOpenState, sizeState,
         LIBBFIO_FLAG_IO_HANDLE_MANAGED | LIBBFIO_FLAG_IO_HANDLE_CLONE_BY_FUNCTION, nullptr);
-    if (result != 1)
+    if (result != 1) {
         return nullptr;
+    }
     (void)state.release(); // the handle frees it
     return IoHandle(handle);
 }

@@ -32,10 +32,12 @@ std::string textOf(const ApfsContainer& container, Object* object, std::size_t l
     libfsapfs_error_t* error = nullptr;
     std::size_t size = 0;
     const int result = sizeOf(object, &size, &error);
-    if (result == 0 || (result == 1 && size <= 1))
+    if (result == 0 || (result == 1 && size <= 1)) {
         return {};
-    if (result != 1 || size > limit + 1)
+    }
+    if (result != 1 || size > limit + 1) {
         container.fail(what, error);
+    }
     std::string text(size, '\0');
     container.check(get(object, reinterpret_cast<std::uint8_t*>(text.data()), size, &error), what, error);
     text.resize(std::strlen(text.c_str()));
@@ -56,12 +58,14 @@ std::vector<std::unique_ptr<Volume>> ApfsVolume::openAll(const ByteSourcePtr& pa
         container->check(libfsapfs_container_get_volume_by_index(container->get(), i, &volume, &error),
                          "an APFS volume cannot be opened", error);
         apfs::LibraryVolume owned(volume);
-        if (libfsapfs_volume_is_locked(volume, nullptr) == 0)
+        if (libfsapfs_volume_is_locked(volume, nullptr) == 0) {
             volumes.push_back(std::make_unique<ApfsVolume>(container, std::move(owned)));
+        }
     }
-    if (volumes.empty() && count > 0)
+    if (volumes.empty() && count > 0) {
         throw ImageError(ImageError::Kind::kEncrypted,
                          "the APFS volume is encrypted, which this program does not read");
+    }
     return volumes;
 }
 
@@ -80,8 +84,9 @@ ApfsVolume::ApfsVolume(std::shared_ptr<ApfsContainer> container, apfs::LibraryVo
     size64_t used = 0;
     container_->check(libfsapfs_container_get_size(container_->get(), &capacity_, &error),
                       "the APFS container's size cannot be read", error);
-    if (libfsapfs_volume_get_size(volume_.get(), &used, nullptr) != 1)
+    if (libfsapfs_volume_get_size(volume_.get(), &used, nullptr) != 1) {
         used = capacity_; // the library does not always know
+    }
     freeSpace_ = capacity_ - std::min<std::uint64_t>(capacity_, used);
 }
 
@@ -94,10 +99,12 @@ ApfsVolume::~ApfsVolume() {
 
 Attributes ApfsVolume::attributes(NodeId node) const {
     const std::lock_guard lock(container_->mutex());
-    if (const auto known = attributes_.find(node); known != attributes_.end())
+    if (const auto known = attributes_.find(node); known != attributes_.end()) {
         return known->second;
-    if (attributes_.size() >= kKeptAttributes)
+    }
+    if (attributes_.size() >= kKeptAttributes) {
         attributes_.clear();
+    }
     return attributes_[node] = opened(node).attributes;
 }
 
@@ -108,11 +115,13 @@ std::vector<DirectoryEntry> ApfsVolume::list(NodeId folder) const {
 
 std::optional<NodeId> ApfsVolume::lookUp(NodeId node, std::string_view name) const {
     const std::lock_guard lock(container_->mutex());
-    if (opened(node).attributes.kind != NodeKind::kFolder)
+    if (opened(node).attributes.kind != NodeKind::kFolder) {
         return std::nullopt;
+    }
     const Folder& folder = folderOf(node);
-    if (const auto exact = folder.exact.find(std::string(name)); exact != folder.exact.end())
+    if (const auto exact = folder.exact.find(std::string(name)); exact != folder.exact.end()) {
         return exact->second;
+    }
     const auto folded = folder.folded.find(keyOf(name));
     return folded != folder.folded.end() ? std::optional(folded->second) : std::nullopt;
 }
@@ -120,34 +129,40 @@ std::optional<NodeId> ApfsVolume::lookUp(NodeId node, std::string_view name) con
 std::string ApfsVolume::linkTarget(NodeId link) const {
     const std::lock_guard lock(container_->mutex());
     const OpenFile& file = opened(link);
-    if (file.attributes.kind != NodeKind::kSymlink)
+    if (file.attributes.kind != NodeKind::kSymlink) {
         damaged("a file was to be read as a link");
+    }
     std::string target = textOf(*container_, file.entry.get(), kMaxTargetBytes, "an APFS link's target cannot be read",
                                 libfsapfs_file_entry_get_utf8_symbolic_link_target_size,
                                 libfsapfs_file_entry_get_utf8_symbolic_link_target);
-    if (target.empty())
+    if (target.empty()) {
         damaged("a link's target is empty");
+    }
     return target;
 }
 
 const ApfsVolume::Folder& ApfsVolume::folderOf(NodeId node) const {
-    if (const auto known = folders_.find(node); known != folders_.end())
+    if (const auto known = folders_.find(node); known != folders_.end()) {
         return known->second;
-    if (folders_.size() >= kKeptFolders)
+    }
+    if (folders_.size() >= kKeptFolders) {
         folders_.clear();
+    }
     return folders_.emplace(node, readFolder(node)).first->second;
 }
 
 ApfsVolume::Folder ApfsVolume::readFolder(NodeId node) const {
     libfsapfs_file_entry_t* const entry = opened(node).entry.get();
-    if (opened(node).attributes.kind != NodeKind::kFolder)
+    if (opened(node).attributes.kind != NodeKind::kFolder) {
         damaged("a file was to be listed as a folder");
+    }
     libfsapfs_error_t* error = nullptr;
     int count = 0;
     container_->check(libfsapfs_file_entry_get_number_of_sub_file_entries(entry, &count, &error),
                       "an APFS folder cannot be listed", error);
-    if (count > kMaxFolderEntries)
+    if (count > kMaxFolderEntries) {
         throw ImageError(ImageError::Kind::kUnsupported, "a folder has more files than this program reads");
+    }
     Folder folder;
     for (int i = 0; i < count; ++i) {
         libfsapfs_file_entry_t* child = nullptr;
@@ -159,10 +174,12 @@ ApfsVolume::Folder ApfsVolume::readFolder(NodeId node) const {
         const std::string stored = textOf(*container_, child, kMaxNameBytes, "an APFS name cannot be read",
                                           libfsapfs_file_entry_get_utf8_name_size, libfsapfs_file_entry_get_utf8_name);
         std::string name = safeName(stored, id);
-        if (folder.exact.contains(name))
+        if (folder.exact.contains(name)) {
             name = withNumber(name, id);
-        if (!folder.exact.emplace(name, id).second)
+        }
+        if (!folder.exact.emplace(name, id).second) {
             damaged("two files of one folder have one name");
+        }
         folder.folded.emplace(keyOf(name), id);
         folder.entries.push_back({name, id});
     }

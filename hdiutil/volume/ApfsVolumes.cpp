@@ -26,19 +26,22 @@ void* openBesideProgram() {
 // Facts: Apple, "Apple File System Reference", "nx_superblock_t".
 bool isContainer(const ByteSource& partition) {
     std::array<std::byte, 4096> block{};
-    if (partition.size() < block.size())
+    if (partition.size() < block.size()) {
         return false;
+    }
     partition.read(0, block);
     return std::memcmp(block.data() + 32, "NXSB", 4) == 0;
 }
 
 ApfsEntryPoint loadModule() {
     void* module = openBesideProgram();
-    if (module == nullptr)
+    if (module == nullptr) {
         module = dlopen(kModule, RTLD_NOW | RTLD_LOCAL);
+    }
     void* const symbol = module == nullptr ? nullptr : dlsym(module, kApfsEntryPoint);
-    if (symbol == nullptr)
+    if (symbol == nullptr) {
         throw ImageError(ImageError::Kind::kUnsupported, std::string("APFS cannot be read here: ") + dlerror());
+    }
     return reinterpret_cast<ApfsEntryPoint>(symbol);
 }
 

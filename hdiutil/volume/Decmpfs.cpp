@@ -30,8 +30,9 @@ struct Place {
 };
 
 void readFork(const ByteSource& fork, std::uint64_t offset, std::span<std::byte> into) {
-    if (offset > fork.size() || into.size() > fork.size() - offset)
+    if (offset > fork.size() || into.size() > fork.size() - offset) {
         damaged("a compressed file's blocks lie outside its resource fork");
+    }
     fork.read(offset, into);
 }
 
@@ -42,8 +43,9 @@ Place findZlibBlock(const ByteSource& fork, std::uint64_t block) {
     readFork(fork, 0, std::span(bytes).first(4));
     const std::uint64_t table = static_cast<std::uint64_t>(be32(bytes, 0)) + 4;
     readFork(fork, table, std::span(bytes).first(4));
-    if (block >= le32(bytes, 0))
+    if (block >= le32(bytes, 0)) {
         damaged("a compressed file has fewer blocks than its length needs");
+    }
     readFork(fork, table + 4 + 8 * block, bytes);
     return {table + le32(bytes, 0), le32(bytes, 4)};
 }
@@ -53,21 +55,24 @@ Place findZlibBlock(const ByteSource& fork, std::uint64_t block) {
 Place findPlainBlock(const ByteSource& fork, std::uint64_t block) {
     std::array<std::byte, 8> bytes{};
     readFork(fork, 0, std::span(bytes).first(4));
-    if (block + 1 >= le32(bytes, 0) / 4)
+    if (block + 1 >= le32(bytes, 0) / 4) {
         damaged("a compressed file has fewer blocks than its length needs");
+    }
     readFork(fork, 4 * block, bytes);
     const std::uint32_t begin = le32(bytes, 0);
     const std::uint32_t end = le32(bytes, 4);
-    if (end < begin)
+    if (end < begin) {
         damaged("a compressed file's blocks are out of order");
+    }
     return {begin, end - begin};
 }
 
 } // namespace
 
 std::optional<DecmpfsHeader> parseDecmpfsHeader(std::span<const std::byte> attribute) {
-    if (attribute.size() < kDecmpfsHeaderBytes || le32(attribute, 0) != kMagic)
+    if (attribute.size() < kDecmpfsHeaderBytes || le32(attribute, 0) != kMagic) {
         return std::nullopt;
+    }
     return DecmpfsHeader{le32(attribute, 4), le64(attribute, 8)};
 }
 
@@ -76,18 +81,21 @@ bool isInResourceFork(std::uint32_t type) {
 }
 
 std::vector<std::byte> unpackInline(const DecmpfsHeader& header, std::span<const std::byte> packed) {
-    if (header.size > kMaxInlineBytes)
+    if (header.size > kMaxInlineBytes) {
         damaged("a compressed file's attribute cannot hold as much as it claims");
+    }
     return unpackDecmpfs(header.type, packed, static_cast<std::size_t>(header.size));
 }
 
 std::vector<std::byte> unpackBlock(const DecmpfsHeader& header, const ByteSource& resourceFork, std::uint64_t block) {
     // The tables' numbers are 32 bits wide, so that no more blocks can exist.
-    if (block > std::numeric_limits<std::uint32_t>::max() || block * kDecmpfsBlockBytes >= header.size)
+    if (block > std::numeric_limits<std::uint32_t>::max() || block * kDecmpfsBlockBytes >= header.size) {
         damaged("a compressed file is longer than its blocks");
+    }
     const Place place = header.type == 4 ? findZlibBlock(resourceFork, block) : findPlainBlock(resourceFork, block);
-    if (place.length > kMaxPackedBytes)
+    if (place.length > kMaxPackedBytes) {
         damaged("a compressed block is longer than the block itself");
+    }
     std::vector<std::byte> packed(place.length);
     readFork(resourceFork, place.offset, packed);
     const std::uint64_t rest = header.size - block * kDecmpfsBlockBytes;

@@ -34,8 +34,9 @@ const char* fatName(const BootSector& sector) {
     const std::uint64_t rootSectors = (le16(sector, 17) * 32ULL + le16(sector, 11) - 1) / le16(sector, 11);
     const std::uint64_t before = le16(sector, 14) + byteAt(sector, 16) * fatSectors + rootSectors;
     const std::uint64_t clusters = sectors > before ? (sectors - before) / byteAt(sector, 13) : 0;
-    if (fatSectors16 == 0)
+    if (fatSectors16 == 0) {
         return "FAT32";
+    }
     return clusters < 4085 ? "FAT12" : clusters < 65525 ? "FAT16" : "FAT32";
 }
 
@@ -43,19 +44,23 @@ const char* fatName(const BootSector& sector) {
 
 void refuseForeignFileSystem(const ByteSource& partition) {
     BootSector sector{};
-    if (partition.size() < sector.size())
+    if (partition.size() < sector.size()) {
         return;
+    }
     partition.read(0, sector);
     std::string name;
-    if (byteAt(sector, 510) != 0x55 || byteAt(sector, 511) != 0xAA)
+    if (byteAt(sector, 510) != 0x55 || byteAt(sector, 511) != 0xAA) {
         return;
-    if (std::memcmp(sector.data() + 3, "EXFAT   ", 8) == 0)
+    }
+    if (std::memcmp(sector.data() + 3, "EXFAT   ", 8) == 0) {
         name = "exFAT";
-    else if (isFat(sector))
+    } else if (isFat(sector)) {
         name = fatName(sector);
-    if (!name.empty())
+    }
+    if (!name.empty()) {
         throw ImageError(ImageError::Kind::kUnsupported,
                          "the volume is in the " + name + " format, which this program does not read");
+    }
 }
 
 } // namespace hdi

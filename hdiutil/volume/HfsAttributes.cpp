@@ -21,11 +21,14 @@ constexpr std::u16string_view kCompressionName = u"com.apple.decmpfs";
 }
 
 bool isCompression(std::span<const std::byte> key) {
-    if (key.size() < 12 || be16(key, 10) != kCompressionName.size() || key.size() < 12 + 2 * kCompressionName.size())
+    if (key.size() < 12 || be16(key, 10) != kCompressionName.size() || key.size() < 12 + 2 * kCompressionName.size()) {
         return false;
-    for (std::size_t i = 0; i < kCompressionName.size(); ++i)
-        if (be16(key, 12 + 2 * i) != kCompressionName[i])
+    }
+    for (std::size_t i = 0; i < kCompressionName.size(); ++i) {
+        if (be16(key, 12 + 2 * i) != kCompressionName[i]) {
             return false;
+        }
+    }
     return true;
 }
 
@@ -34,13 +37,16 @@ bool isCompression(std::span<const std::byte> key) {
 std::vector<CompressionAttribute> readCompressionAttributes(const ByteSource& attributesFile) {
     std::vector<CompressionAttribute> found;
     walkLeaves(attributesFile, readTreeHeader(attributesFile), [&](const LeafRecord& leaf) {
-        if (!isCompression(leaf.key) || leaf.data.size() < 16 || be32(leaf.data, 0) != kInlineData)
+        if (!isCompression(leaf.key) || leaf.data.size() < 16 || be32(leaf.data, 0) != kInlineData) {
             return;
+        }
         const std::uint32_t length = be32(leaf.data, 12);
-        if (length > leaf.data.size() - 16)
+        if (length > leaf.data.size() - 16) {
             damaged("an attribute is longer than its record");
-        if (found.size() == kMaxAttributes)
+        }
+        if (found.size() == kMaxAttributes) {
             throw ImageError(ImageError::Kind::kUnsupported, "the volume has more attributes than this program reads");
+        }
         found.push_back({be32(leaf.key, 2), length, leaf.dataOffset + 16});
     });
     std::ranges::stable_sort(found, {}, &CompressionAttribute::fileId);
@@ -50,10 +56,12 @@ std::vector<CompressionAttribute> readCompressionAttributes(const ByteSource& at
 OverflowExtents readOverflowExtents(const ByteSource& extentsFile) {
     OverflowExtents extents;
     walkLeaves(extentsFile, readTreeHeader(extentsFile), [&](const LeafRecord& leaf) {
-        if (leaf.key.size() < 10 || leaf.data.size() < kExtentRecordBytes)
+        if (leaf.key.size() < 10 || leaf.data.size() < kExtentRecordBytes) {
             damaged("a record of the extents file is too short");
-        if (extents.size() == kMaxOverflowRecords)
+        }
+        if (extents.size() == kMaxOverflowRecords) {
             throw ImageError(ImageError::Kind::kUnsupported, "the volume is more fragmented than this program reads");
+        }
         const OverflowKey key{be32(leaf.key, 2), byteAt(leaf.key, 0), be32(leaf.key, 6)};
         extents.emplace(key, parseExtentRecord(leaf.data, 0));
     });

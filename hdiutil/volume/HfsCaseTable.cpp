@@ -42,14 +42,19 @@ constexpr Range kIgnored[] = {
 
 std::array<char16_t, 0x10000> makeTable() {
     std::array<char16_t, 0x10000> table{};
-    for (std::uint32_t unit = 0; unit < table.size(); ++unit)
+    for (std::uint32_t unit = 0; unit < table.size(); ++unit) {
         table[unit] = static_cast<char16_t>(unit);
-    for (const Range& range : kRanges)
-        for (std::uint32_t unit = range.first; unit <= range.last; unit += range.step)
+    }
+    for (const Range& range : kRanges) {
+        for (std::uint32_t unit = range.first; unit <= range.last; unit += range.step) {
             table[unit] = static_cast<char16_t>(static_cast<int>(unit) + range.shift);
-    for (const Range& range : kIgnored)
-        for (std::uint32_t unit = range.first; unit <= range.last; ++unit)
+        }
+    }
+    for (const Range& range : kIgnored) {
+        for (std::uint32_t unit = range.first; unit <= range.last; ++unit) {
             table[unit] = 0;
+        }
+    }
     table[0] = 0xFFFF; // a NUL sorts last; 0 is what ignored units have
     return table;
 }

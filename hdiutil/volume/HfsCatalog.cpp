@@ -62,8 +62,9 @@ std::uint32_t Catalog::hashOf(std::string_view name) const {
     std::uint32_t hash = kHashStart;
     for (const char character : name) {
         const auto byte = static_cast<unsigned char>(character);
-        if (byte == 0 || byte >= 0x80)
+        if (byte == 0 || byte >= 0x80) {
             return hashOfKey(keyOf(name));
+        }
         const bool isCapital = byte >= 'A' && byte <= 'Z';
         hash = addToHash(hash, isCapital && !caseSensitive_ ? byte + ('a' - 'A') : byte);
     }
@@ -73,13 +74,16 @@ std::uint32_t Catalog::hashOf(std::string_view name) const {
 // Equal numbers are rare, and then the names themselves decide: a volume made so that all numbers are equal stays
 // usable.
 bool Catalog::isBefore(const Index& left, const Index& right) const {
-    if (left.parent != right.parent || left.hash != right.hash)
+    if (left.parent != right.parent || left.hash != right.hash) {
         return std::tie(left.parent, left.hash) < std::tie(right.parent, right.hash);
+    }
     const std::string_view a = name(entries_[left.entry]);
     const std::string_view b = name(entries_[right.entry]);
-    if (a != b)
-        if (const int order = keyOf(a).compare(keyOf(b)); order != 0)
+    if (a != b) {
+        if (const int order = keyOf(a).compare(keyOf(b)); order != 0) {
             return order < 0;
+        }
+    }
     return std::tie(a, left.entry) < std::tie(b, right.entry);
 }
 
@@ -87,8 +91,9 @@ std::optional<std::uint32_t> Catalog::lookUp(std::uint32_t folder, std::string_v
     const std::u16string key = keyOf(wanted);
     const std::uint32_t hash = hashOf(wanted);
     const auto isBeforeWanted = [&](const Index& index, std::string_view exact) {
-        if (index.parent != folder || index.hash != hash)
+        if (index.parent != folder || index.hash != hash) {
             return std::tie(index.parent, index.hash) < std::tie(folder, hash);
+        }
         const std::string_view own = name(entries_[index.entry]);
         const int order = keyOf(own).compare(key);
         return order != 0 ? order < 0 : own < exact;
@@ -98,8 +103,9 @@ std::optional<std::uint32_t> Catalog::lookUp(std::uint32_t folder, std::string_v
                keyOf(name(entries_[index->entry])) == key;
     };
     const auto exact = std::lower_bound(index_.begin(), index_.end(), wanted, isBeforeWanted);
-    if (isSame(exact) && name(entries_[exact->entry]) == wanted)
+    if (isSame(exact) && name(entries_[exact->entry]) == wanted) {
         return entries_[exact->entry].target;
+    }
     const auto first = std::lower_bound(index_.begin(), index_.end(), std::string_view(), isBeforeWanted);
     return isSame(first) ? std::optional(entries_[first->entry].target) : std::nullopt;
 }

@@ -23,14 +23,16 @@ constexpr std::uint32_t kTakenOut = 0; // no folder has this number
 }
 
 void checkLimit(bool isWithin) {
-    if (!isWithin)
+    if (!isWithin) {
         throw ImageError(ImageError::Kind::kUnsupported, "the volume has more files than this program reads");
+    }
 }
 
 // The number in "iNode123" or "dir_123".
 std::optional<std::uint32_t> numberAfter(std::string_view prefix, std::string_view name) {
-    if (!name.starts_with(prefix))
+    if (!name.starts_with(prefix)) {
         return std::nullopt;
+    }
     std::uint32_t number = 0;
     const char* const end = name.data() + name.size();
     const auto parsed = std::from_chars(name.data() + prefix.size(), end, number);
@@ -38,13 +40,17 @@ std::optional<std::uint32_t> numberAfter(std::string_view prefix, std::string_vi
 }
 
 Entry::Link linkKind(const CatalogRecord& record) {
-    if (record.isFolder)
+    if (record.isFolder) {
         return Entry::Link::kNone;
-    if (record.type == kFileLinkType && record.creator == kFileLinkCreator)
+    }
+    if (record.type == kFileLinkType && record.creator == kFileLinkCreator) {
         return Entry::Link::kFile;
+    }
     // An alias file made by the Finder has the same type, but not the flag.
-    if (record.type == kFolderLinkType && record.creator == kFolderLinkCreator && (record.flags & kLinkChainFlag) != 0)
+    if (record.type == kFolderLinkType && record.creator == kFolderLinkCreator &&
+        (record.flags & kLinkChainFlag) != 0) {
         return Entry::Link::kFolder;
+    }
     return Entry::Link::kNone;
 }
 
@@ -52,15 +58,18 @@ Entry::Link linkKind(const CatalogRecord& record) {
 
 void CatalogLoader::load(const ByteSource& file, const TreeHeader& header) {
     walkLeaves(file, header, [this](const LeafRecord& leaf) {
-        if (const auto record = parseCatalogRecord(leaf))
+        if (const auto record = parseCatalogRecord(leaf)) {
             add(*record);
+        }
     });
     sortNodes();
     const Node* const root = catalog_.find(kRootFolderId);
-    if (root == nullptr || !root->isFolder)
+    if (root == nullptr || !root->isFolder) {
         damaged("the volume has no root folder");
-    if (!std::ranges::is_sorted(catalog_.entries_, {}, &Entry::parent))
+    }
+    if (!std::ranges::is_sorted(catalog_.entries_, {}, &Entry::parent)) {
         std::ranges::stable_sort(catalog_.entries_, {}, &Entry::parent);
+    }
     if (hasLinks_) {
         resolveLinks();
         takeOutCircles();
@@ -91,8 +100,9 @@ void CatalogLoader::add(const CatalogRecord& record) {
             return;
         }
     }
-    if (!isOwnFile(record))
+    if (!isOwnFile(record)) {
         addEntry(record);
+    }
 }
 
 bool CatalogLoader::isOwnFile(const CatalogRecord& record) const {
@@ -123,16 +133,18 @@ void CatalogLoader::addRuns(Node& node, const CatalogRecord& record) {
     std::vector<Run>& all = catalog_.runs_;
     node.firstRun = static_cast<std::uint32_t>(all.size());
     const auto append = [&](const Fork& fork, std::uint8_t forkType) {
-        if (fork.totalBlocks == 0 && fork.extents[0].count == 0)
+        if (fork.totalBlocks == 0 && fork.extents[0].count == 0) {
             return std::uint32_t{0};
+        }
         const std::size_t before = all.size();
         appendRuns(all, fork, overflow_, record.id, forkType);
         checkLimit(all.size() <= kMaxRuns);
         return static_cast<std::uint32_t>(all.size() - before);
     };
     node.dataRuns = append(record.data, 0);
-    if (node.isCompressed)
+    if (node.isCompressed) {
         node.resourceRuns = append(record.resources, 0xFF);
+    }
 }
 
 void CatalogLoader::addEntry(const CatalogRecord& record) {
@@ -155,11 +167,13 @@ void CatalogLoader::rename(Entry& entry, std::string_view name) {
 }
 
 void CatalogLoader::sortNodes() {
-    if (!std::ranges::is_sorted(catalog_.nodes_, {}, &Node::id))
+    if (!std::ranges::is_sorted(catalog_.nodes_, {}, &Node::id)) {
         std::ranges::sort(catalog_.nodes_, {}, &Node::id);
+    }
     const auto twice = std::ranges::adjacent_find(catalog_.nodes_, {}, &Node::id);
-    if (twice != catalog_.nodes_.end())
+    if (twice != catalog_.nodes_.end()) {
         damaged("two files of the volume have one number");
+    }
 }
 
 // A link whose file is missing stays what its record says, an empty file. A link never leads to a link: what stands in
@@ -167,42 +181,56 @@ void CatalogLoader::sortNodes() {
 void CatalogLoader::resolveLinks() {
     std::unordered_map<std::uint32_t, std::uint32_t> files;
     std::unordered_map<std::uint32_t, std::uint32_t> folders;
-    if (fileLinkFolder_ != 0)
-        for (const Entry& entry : catalog_.entries(fileLinkFolder_))
-            if (const auto number = numberAfter("iNode", catalog_.name(entry)))
+    if (fileLinkFolder_ != 0) {
+        for (const Entry& entry : catalog_.entries(fileLinkFolder_)) {
+            if (const auto number = numberAfter("iNode", catalog_.name(entry))) {
                 files.emplace(*number, entry.ownId);
-    if (folderLinkFolder_ != 0)
-        for (const Entry& entry : catalog_.entries(folderLinkFolder_))
-            if (const auto number = numberAfter("dir_", catalog_.name(entry)))
+            }
+        }
+    }
+    if (folderLinkFolder_ != 0) {
+        for (const Entry& entry : catalog_.entries(folderLinkFolder_)) {
+            if (const auto number = numberAfter("dir_", catalog_.name(entry))) {
                 folders.emplace(*number, entry.ownId);
+            }
+        }
+    }
     for (Entry& entry : catalog_.entries_) {
-        if (entry.link == Entry::Link::kNone)
+        if (entry.link == Entry::Link::kNone) {
             continue;
+        }
         const bool toFile = entry.link == Entry::Link::kFile;
         const auto& targets = toFile ? files : folders;
         const auto found = targets.find(entry.linkReference);
-        if (found != targets.end() && catalog_.find(found->second)->isFolder != toFile)
+        if (found != targets.end() && catalog_.find(found->second)->isFolder != toFile) {
             entry.target = found->second;
+        }
     }
 }
 
 void CatalogLoader::takeOutCircles() {
     std::vector<bool> isFolder;
     isFolder.reserve(catalog_.entries_.size());
-    for (const Entry& entry : catalog_.entries_)
+    for (const Entry& entry : catalog_.entries_) {
         isFolder.push_back(catalog_.find(entry.target)->isFolder);
-    for (const std::size_t at : findCircles(catalog_.entries_, isFolder))
+    }
+    for (const std::size_t at : findCircles(catalog_.entries_, isFolder)) {
         catalog_.entries_[at].parent = kTakenOut;
+    }
 }
 
 void CatalogLoader::countLinks() {
     std::unordered_map<std::uint32_t, std::uint32_t> counts;
-    for (const Entry& entry : catalog_.entries_)
-        if (entry.link == Entry::Link::kFile && entry.target != entry.ownId)
+    for (const Entry& entry : catalog_.entries_) {
+        if (entry.link == Entry::Link::kFile && entry.target != entry.ownId) {
             ++counts[entry.target];
-    for (Node& node : catalog_.nodes_)
-        if (const auto found = counts.find(node.id); found != counts.end())
+        }
+    }
+    for (Node& node : catalog_.nodes_) {
+        if (const auto found = counts.find(node.id); found != counts.end()) {
             node.links = found->second;
+        }
+    }
 }
 
 void CatalogLoader::makeNamesUnique() {
@@ -212,19 +240,23 @@ void CatalogLoader::makeNamesUnique() {
     };
     buildIndex();
     std::vector<std::uint32_t> doubles;
-    for (std::size_t i = 1; i < catalog_.index_.size(); ++i)
-        if (isSame(catalog_.index_[i - 1], catalog_.index_[i]))
+    for (std::size_t i = 1; i < catalog_.index_.size(); ++i) {
+        if (isSame(catalog_.index_[i - 1], catalog_.index_[i])) {
             doubles.push_back(catalog_.index_[i].entry);
-    if (doubles.empty())
+        }
+    }
+    if (doubles.empty()) {
         return;
+    }
     for (const std::uint32_t at : doubles) {
         Entry& entry = catalog_.entries_[at];
         const std::string name = withNumber(catalog_.name(entry), entry.ownId);
         rename(entry, name);
     }
     buildIndex();
-    if (std::ranges::adjacent_find(catalog_.index_, isSame) != catalog_.index_.end())
+    if (std::ranges::adjacent_find(catalog_.index_, isSame) != catalog_.index_.end()) {
         damaged("two files of one folder have one name");
+    }
 }
 
 void CatalogLoader::buildIndex() {

@@ -20,8 +20,9 @@ public:
 
     std::vector<std::size_t> run() {
         enter(kRootFolderId);
-        while (!stack_.empty())
+        while (!stack_.empty()) {
             step();
+        }
         return std::move(circles_);
     }
 
@@ -43,34 +44,39 @@ private:
 
     void step() {
         Frame& frame = stack_.back();
-        if (frame.next == frame.end)
+        if (frame.next == frame.end) {
             return leave();
+        }
         const std::size_t at = frame.next++;
         if (!isFolder_[at]) {
             ++frame.paths;
             return;
         }
         const auto known = paths_.find(entries_[at].target);
-        if (known == paths_.end())
+        if (known == paths_.end()) {
             return enter(entries_[at].target);
-        if (known->second == kBeingWalked)
+        }
+        if (known->second == kBeingWalked) {
             circles_.push_back(at);
-        else
+        } else {
             add(frame, known->second);
+        }
     }
 
     void leave() {
         const Frame done = stack_.back();
         stack_.pop_back();
         paths_[done.folder] = done.paths;
-        if (!stack_.empty())
+        if (!stack_.empty()) {
             add(stack_.back(), done.paths);
+        }
     }
 
     static void add(Frame& frame, std::uint64_t paths) {
         frame.paths += paths;
-        if (frame.paths > kMaxPaths)
+        if (frame.paths > kMaxPaths) {
             throw ImageError(ImageError::Kind::kDamaged, "the volume's folders are linked into too many paths");
+        }
     }
 
     std::span<const Entry> entries_;

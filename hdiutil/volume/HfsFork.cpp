@@ -17,8 +17,9 @@ namespace {
 // block after them.
 std::uint32_t appendRecord(std::vector<Run>& runs, const ExtentRecord& record, std::uint32_t fileBlock) {
     for (const Extent& extent : record) {
-        if (extent.count == 0 || extent.count > std::numeric_limits<std::uint32_t>::max() - fileBlock)
+        if (extent.count == 0 || extent.count > std::numeric_limits<std::uint32_t>::max() - fileBlock) {
             break;
+        }
         runs.push_back({fileBlock, extent.start, extent.count});
         fileBlock += extent.count;
     }
@@ -32,20 +33,24 @@ void BlockSpace::read(std::span<const Run> runs, std::uint64_t offset, std::span
         return at < static_cast<std::uint64_t>(run.fileBlock) * blockSize_;
     };
     auto run = std::upper_bound(runs.begin(), runs.end(), offset, isBefore);
-    if (run != runs.begin())
+    if (run != runs.begin()) {
         --run;
+    }
     for (; !into.empty(); ++run) {
-        if (run == runs.end())
+        if (run == runs.end()) {
             damaged("a file is longer than its blocks");
+        }
         const std::uint64_t begin = static_cast<std::uint64_t>(run->fileBlock) * blockSize_;
         const std::uint64_t length = static_cast<std::uint64_t>(run->count) * blockSize_;
-        if (offset < begin || offset - begin >= length)
+        if (offset < begin || offset - begin >= length) {
             damaged("a file is longer than its blocks");
+        }
         const std::uint64_t inside = offset - begin;
         const std::uint64_t place = static_cast<std::uint64_t>(run->start) * blockSize_ + inside;
         const auto part = static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), length - inside));
-        if (place > size_ || part > size_ - place)
+        if (place > size_ || part > size_ - place) {
             damaged("a file's blocks lie outside its volume");
+        }
         volume_->read(place, into.first(part));
         into = into.subspan(part);
         offset += part;
@@ -67,8 +72,9 @@ void appendRuns(std::vector<Run>& runs, const Fork& fork, const OverflowExtents&
 }
 
 void ForkSource::read(std::uint64_t offset, std::span<std::byte> into) const {
-    if (offset > size_ || into.size() > size_ - offset)
+    if (offset > size_ || into.size() > size_ - offset) {
         throw ImageError(ImageError::Kind::kOutOfRange, "a read beyond the end of a fork");
+    }
     space_.read(runs_, offset, into);
 }
 

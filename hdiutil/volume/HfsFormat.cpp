@@ -25,12 +25,14 @@ Fork parseFork(std::span<const std::byte> bytes, std::size_t at) {
 }
 
 std::optional<VolumeHeader> parseVolumeHeader(std::span<const std::byte> bytes) {
-    if (bytes.size() < kHeaderBytes)
+    if (bytes.size() < kHeaderBytes) {
         return std::nullopt;
+    }
     VolumeHeader header;
     header.signature = be16(bytes, 0);
-    if (header.signature != kPlusSignature && header.signature != kXSignature)
+    if (header.signature != kPlusSignature && header.signature != kXSignature) {
         return std::nullopt;
+    }
     header.attributes = be32(bytes, 4);
     header.createDate = be32(bytes, 16);
     header.blockSize = be32(bytes, 40);
@@ -39,8 +41,9 @@ std::optional<VolumeHeader> parseVolumeHeader(std::span<const std::byte> bytes) 
     header.extentsFile = parseFork(bytes, 192);
     header.catalogFile = parseFork(bytes, 272);
     header.attributesFile = parseFork(bytes, 352);
-    if (header.blockSize < 512 || !std::has_single_bit(header.blockSize))
+    if (header.blockSize < 512 || !std::has_single_bit(header.blockSize)) {
         throw ImageError(ImageError::Kind::kDamaged, "the volume's block size is not a power of two of at least 512");
+    }
     return header;
 }
 

@@ -24,8 +24,9 @@ bool staysComposed(char16_t unit) {
 }
 
 unsigned combiningClass(char16_t unit) {
-    if (unit < 0x300 || (unit >= 0xD800 && unit < 0xE000))
+    if (unit < 0x300 || (unit >= 0xD800 && unit < 0xE000)) {
         return 0;
+    }
     return static_cast<unsigned>(utf8proc_get_property(unit)->combining_class);
 }
 
@@ -40,19 +41,22 @@ void appendDecomposed(std::u16string& out, char16_t unit) {
         out += unit;
         return;
     }
-    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i)
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
         out += static_cast<char16_t>(parts[i]);
+    }
 }
 
 void orderMarks(std::u16string& text) {
     for (std::size_t i = 0; i < text.size();) {
         std::size_t end = i;
-        while (end < text.size() && combiningClass(text[end]) != 0)
+        while (end < text.size() && combiningClass(text[end]) != 0) {
             ++end;
-        if (end - i > 1)
+        }
+        if (end - i > 1) {
             std::stable_sort(text.begin() + static_cast<std::ptrdiff_t>(i),
                              text.begin() + static_cast<std::ptrdiff_t>(end),
                              [](char16_t a, char16_t b) { return combiningClass(a) < combiningClass(b); });
+        }
         i = end + 1;
     }
 }
@@ -68,16 +72,18 @@ std::pair<std::uint32_t, std::size_t> decodeOne(std::string_view text) {
     utf8proc_int32_t point = 0;
     const utf8proc_ssize_t length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
                                                      static_cast<utf8proc_ssize_t>(text.size()), &point);
-    if (length <= 0)
+    if (length <= 0) {
         return {0, 0};
+    }
     return {static_cast<std::uint32_t>(point), static_cast<std::size_t>(length)};
 }
 
 // The next folded unit of `text` from `at`, passing over ignored ones; 0 at the end.
 char16_t nextFolded(std::u16string_view text, std::size_t& at) {
     char16_t unit = 0;
-    while (at < text.size() && unit == 0)
+    while (at < text.size() && unit == 0) {
         unit = foldCase(text[at++]);
+    }
     return unit;
 }
 
@@ -86,8 +92,9 @@ char16_t nextFolded(std::u16string_view text, std::size_t& at) {
 std::u16string decompose(std::u16string_view text) {
     std::u16string out;
     out.reserve(text.size());
-    for (const char16_t unit : text)
+    for (const char16_t unit : text) {
         appendDecomposed(out, unit);
+    }
     orderMarks(out);
     return out;
 }
@@ -95,28 +102,33 @@ std::u16string decompose(std::u16string_view text) {
 std::u16string comparisonKey(std::u16string_view name, bool caseSensitive) {
     const bool plain = std::all_of(name.begin(), name.end(), [](char16_t unit) { return unit < 0xC0; });
     std::u16string key = plain ? std::u16string(name) : decompose(name);
-    if (caseSensitive)
+    if (caseSensitive) {
         return key;
+    }
     std::u16string folded;
     folded.reserve(key.size());
     std::size_t at = 0;
-    for (char16_t unit = nextFolded(key, at); unit != 0; unit = nextFolded(key, at))
+    for (char16_t unit = nextFolded(key, at); unit != 0; unit = nextFolded(key, at)) {
         folded += unit;
+    }
     return folded;
 }
 
 int compareNames(std::u16string_view left, std::u16string_view right, bool caseSensitive) {
-    if (caseSensitive)
+    if (caseSensitive) {
         return left.compare(right);
+    }
     std::size_t leftAt = 0;
     std::size_t rightAt = 0;
     while (true) {
         const char16_t a = nextFolded(left, leftAt);
         const char16_t b = nextFolded(right, rightAt);
-        if (a != b)
+        if (a != b) {
             return a < b ? -1 : 1;
-        if (a == 0)
+        }
+        if (a == 0) {
             return 0;
+        }
     }
 }
 
@@ -125,12 +137,13 @@ std::string toUtf8(std::u16string_view text) {
     out.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char16_t unit = text[i];
-        if (unit < 0x80)
+        if (unit < 0x80) {
             out += static_cast<char>(unit);
-        else if (isHighSurrogate(unit) && i + 1 < text.size() && isLowSurrogate(text[i + 1]))
+        } else if (isHighSurrogate(unit) && i + 1 < text.size() && isLowSurrogate(text[i + 1])) {
             appendUtf8(out, 0x10000U + ((unit - 0xD800U) << 10) + (text[++i] - 0xDC00U));
-        else
+        } else {
             appendUtf8(out, isHighSurrogate(unit) || isLowSurrogate(unit) ? 0xFFFDU : unit);
+        }
     }
     return out;
 }
@@ -156,8 +169,9 @@ std::u16string toUtf16(std::string_view text) {
 bool isUtf8(std::string_view text) {
     while (!text.empty()) {
         const std::size_t length = decodeOne(text).second;
-        if (length == 0)
+        if (length == 0) {
             return false;
+        }
         text.remove_prefix(length);
     }
     return true;

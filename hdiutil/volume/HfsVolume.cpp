@@ -29,16 +29,18 @@ std::timespec toTime(std::uint32_t stored) {
 // One of the volume's own files. Whatever its extents say, it is not larger than the volume.
 hfs::ForkSource openFork(const hfs::BlockSpace& space, const hfs::Fork& fork, const hfs::OverflowExtents& overflow,
                          std::uint32_t id) {
-    if (fork.logicalSize > space.size())
+    if (fork.logicalSize > space.size()) {
         damaged("one of the volume's own files is larger than the volume");
+    }
     std::vector<hfs::Run> runs;
     hfs::appendRuns(runs, fork, overflow, id, 0);
     return {space, std::move(runs), fork.logicalSize};
 }
 
 hfs::OverflowExtents loadOverflow(const hfs::BlockSpace& space, const hfs::VolumeHeader& header) {
-    if (header.extentsFile.logicalSize == 0)
+    if (header.extentsFile.logicalSize == 0) {
         return {};
+    }
     return hfs::readOverflowExtents(openFork(space, header.extentsFile, {}, hfs::kExtentsFileId));
 }
 
@@ -50,14 +52,16 @@ hfs::Catalog loadCatalog(const hfs::BlockSpace& space, const hfs::VolumeHeader& 
 
 // The HFS+ volume inside an HFS volume, whose header says where.
 ByteSourcePtr unwrap(const ByteSourcePtr& partition, std::span<const std::byte> wrapper) {
-    if (be16(wrapper, 0x7C) != hfs::kPlusSignature && be16(wrapper, 0x7C) != hfs::kXSignature)
+    if (be16(wrapper, 0x7C) != hfs::kPlusSignature && be16(wrapper, 0x7C) != hfs::kXSignature) {
         throw ImageError(ImageError::Kind::kUnsupported,
                          "the volume is in the old HFS format, which this program does not read");
+    }
     const std::uint64_t blockSize = be32(wrapper, 0x14);
     const std::uint64_t begin = be16(wrapper, 0x1C) * 512ULL + be16(wrapper, 0x7E) * blockSize;
     const std::uint64_t length = be16(wrapper, 0x80) * blockSize;
-    if (begin > partition->size() || length > partition->size() - begin)
+    if (begin > partition->size() || length > partition->size() - begin) {
         damaged("the HFS+ volume inside the HFS volume lies outside it");
+    }
     return slice(partition, begin, length);
 }
 
@@ -65,14 +69,16 @@ ByteSourcePtr unwrap(const ByteSourcePtr& partition, std::span<const std::byte> 
 
 std::unique_ptr<HfsVolume> HfsVolume::open(const ByteSourcePtr& partition) {
     std::array<std::byte, hfs::kHeaderBytes> bytes{};
-    if (partition->size() < hfs::kHeaderOffset + bytes.size())
+    if (partition->size() < hfs::kHeaderOffset + bytes.size()) {
         return nullptr;
+    }
     partition->read(hfs::kHeaderOffset, bytes);
     ByteSourcePtr volume = partition;
     if (be16(bytes, 0) == hfs::kWrapperSignature) {
         volume = unwrap(partition, bytes);
-        if (volume->size() < hfs::kHeaderOffset + bytes.size())
+        if (volume->size() < hfs::kHeaderOffset + bytes.size()) {
             damaged("the HFS+ volume inside the HFS volume is too short");
+        }
         volume->read(hfs::kHeaderOffset, bytes);
     }
     const auto header = hfs::parseVolumeHeader(bytes);
@@ -101,21 +107,24 @@ std::uint64_t HfsVolume::freeSpace() const {
 
 const hfs::Node& HfsVolume::nodeOf(NodeId id) const {
     const hfs::Node* const node = id <= UINT32_MAX ? catalog_.find(static_cast<std::uint32_t>(id)) : nullptr;
-    if (node == nullptr)
+    if (node == nullptr) {
         damaged("there is no file with that number");
+    }
     return *node;
 }
 
 NodeKind HfsVolume::kindOf(const hfs::Node& node) {
-    if (node.isFolder)
+    if (node.isFolder) {
         return NodeKind::kFolder;
+    }
     const bool isLink = (node.mode & S_IFMT) == 0 ? node.isSymlinkByType : S_ISLNK(node.mode);
     return isLink ? NodeKind::kSymlink : NodeKind::kFile;
 }
 
 std::uint64_t HfsVolume::sizeOf(const hfs::Node& node) const {
-    if (node.isFolder)
+    if (node.isFolder) {
         return 0;
+    }
     const Compressed* const how = compressionOf(node);
     return how != nullptr ? how->size : node.size;
 }
@@ -136,47 +145,55 @@ Attributes HfsVolume::attributes(NodeId id) const {
 }
 
 std::vector<DirectoryEntry> HfsVolume::list(NodeId folder) const {
-    if (!nodeOf(folder).isFolder)
+    if (!nodeOf(folder).isFolder) {
         damaged("a file was to be listed as a folder");
+    }
     const auto entries = catalog_.entries(static_cast<std::uint32_t>(folder));
     std::vector<DirectoryEntry> listing;
     listing.reserve(entries.size());
-    for (const hfs::Entry& entry : entries)
+    for (const hfs::Entry& entry : entries) {
         listing.push_back({std::string(catalog_.name(entry)), entry.target});
+    }
     return listing;
 }
 
 std::optional<NodeId> HfsVolume::lookUp(NodeId folder, std::string_view name) const {
-    if (!nodeOf(folder).isFolder)
+    if (!nodeOf(folder).isFolder) {
         return std::nullopt;
+    }
     return catalog_.lookUp(static_cast<std::uint32_t>(folder), name);
 }
 
 std::size_t HfsVolume::read(NodeId file, std::uint64_t offset, std::span<std::byte> into) const {
     const hfs::Node& node = nodeOf(file);
     const std::uint64_t size = sizeOf(node);
-    if (offset >= size)
+    if (offset >= size) {
         return 0;
+    }
     into = into.first(static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), size - offset)));
-    if (const Compressed* const how = compressionOf(node))
+    if (const Compressed* const how = compressionOf(node)) {
         readCompressed(node, *how, offset, into);
-    else
+    } else {
         space_.read(catalog_.dataRuns(node), offset, into);
+    }
     return into.size();
 }
 
 std::string HfsVolume::linkTarget(NodeId link) const {
     const hfs::Node& node = nodeOf(link);
-    if (kindOf(node) != NodeKind::kSymlink)
+    if (kindOf(node) != NodeKind::kSymlink) {
         damaged("a file was to be read as a link");
+    }
     const std::uint64_t size = sizeOf(node);
-    if (size == 0 || size > kMaxTargetBytes)
+    if (size == 0 || size > kMaxTargetBytes) {
         damaged("a link's target is empty or longer than a path can be");
+    }
     std::string target(static_cast<std::size_t>(size), '\0');
     read(link, 0, std::as_writable_bytes(std::span(target)));
     target.resize(std::strlen(target.c_str())); // some writers store the end of the text, too
-    if (target.empty())
+    if (target.empty()) {
         damaged("a link's target is empty");
+    }
     return target;
 }
 

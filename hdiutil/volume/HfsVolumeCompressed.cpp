@@ -20,20 +20,23 @@ void HfsVolume::readCompressionHeaders() {
     for (const hfs::CompressionAttribute& attribute : hfs::readCompressionAttributes(*attributesFile_)) {
         const hfs::Node* const node = catalog_.find(attribute.fileId);
         const bool isKnown = !compressed_.empty() && compressed_.back().first == attribute.fileId;
-        if (node == nullptr || !node->isCompressed || isKnown || attribute.length < kDecmpfsHeaderBytes)
+        if (node == nullptr || !node->isCompressed || isKnown || attribute.length < kDecmpfsHeaderBytes) {
             continue;
+        }
         std::array<std::byte, kDecmpfsHeaderBytes> bytes{};
         attributesFile_->read(attribute.offset, bytes);
-        if (const auto header = parseDecmpfsHeader(bytes))
+        if (const auto header = parseDecmpfsHeader(bytes)) {
             compressed_.push_back({attribute.fileId,
                                    {header->type, header->size, attribute.offset + kDecmpfsHeaderBytes,
                                     attribute.length - static_cast<std::uint32_t>(kDecmpfsHeaderBytes)}});
+        }
     }
 }
 
 const HfsVolume::Compressed* HfsVolume::compressionOf(const hfs::Node& node) const {
-    if (!node.isCompressed)
+    if (!node.isCompressed) {
         return nullptr;
+    }
     const auto found = std::ranges::lower_bound(compressed_, node.id, {}, [](const auto& pair) { return pair.first; });
     return found != compressed_.end() && found->first == node.id ? &found->second : nullptr;
 }
@@ -45,8 +48,9 @@ void HfsVolume::readCompressed(const hfs::Node& node, const Compressed& how, std
         const std::uint64_t number = inBlocks ? offset / kDecmpfsBlockBytes : 0;
         const auto inside = static_cast<std::size_t>(offset - number * kDecmpfsBlockBytes);
         const Block block = blockOf(node, how, number);
-        if (inside >= block->size())
+        if (inside >= block->size()) {
             throw ImageError(ImageError::Kind::kDamaged, "a compressed file is shorter than it claims");
+        }
         const std::size_t part = std::min(into.size(), block->size() - inside);
         std::memcpy(into.data(), block->data() + inside, part);
         into = into.subspan(part);
@@ -66,12 +70,14 @@ HfsVolume::Block HfsVolume::blockOf(const hfs::Node& node, const Compressed& how
         }
     }
     auto block = std::make_shared<const std::vector<std::byte>>(unpack(node, how, number));
-    if (block->size() > kDecmpfsBlockBytes)
+    if (block->size() > kDecmpfsBlockBytes) {
         return block;
+    }
     const std::lock_guard lock(cacheMutex_);
     cache_.push_front({node.id, number, block});
-    if (cache_.size() > kCachedBlocks)
+    if (cache_.size() > kCachedBlocks) {
         cache_.pop_back();
+    }
     return block;
 }
 

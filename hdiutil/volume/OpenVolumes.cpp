@@ -12,8 +12,9 @@ std::vector<std::unique_ptr<Volume>> openVolumes(const ByteSourcePtr& partition)
         return volumes;
     }
     volumes = openApfsVolumes(partition);
-    if (!volumes.empty())
+    if (!volumes.empty()) {
         return volumes;
+    }
     refuseForeignFileSystem(*partition);
     return volumes;
 }

@@ -14,18 +14,22 @@ std::string hexadecimal(std::uint64_t number) {
     std::array<char, 16> digits{};
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16);
     std::string text(digits.data(), end.ptr);
-    for (char& digit : text)
-        if (digit >= 'a')
+    for (char& digit : text) {
+        if (digit >= 'a') {
             digit = static_cast<char>(digit - 'a' + 'A');
+        }
+    }
     return text;
 }
 
 // The longest beginning of at most `limit` bytes that does not end inside a character.
 std::string_view cutBetweenCharacters(std::string_view text, std::size_t limit) {
-    if (text.size() <= limit)
+    if (text.size() <= limit) {
         return text;
-    while (limit > 0 && (static_cast<unsigned char>(text[limit]) & 0xC0U) == 0x80U)
+    }
+    while (limit > 0 && (static_cast<unsigned char>(text[limit]) & 0xC0U) == 0x80U) {
         --limit;
+    }
     return text.substr(0, limit);
 }
 
@@ -35,10 +39,11 @@ std::string safeName(std::string_view stored, std::uint64_t number) {
     std::string name;
     name.reserve(stored.size());
     for (const char character : stored) {
-        if (character == '\0')
+        if (character == '\0') {
             name += "\xE2\x90\x80"; // U+2400
-        else
+        } else {
             name += character == '/' ? ':' : character;
+        }
     }
     const bool isFit = !name.empty() && name != "." && name != ".." && name.size() <= kMaxNameBytes;
     return isFit ? name : withNumber(name, number);

@@ -20,11 +20,13 @@ bool isWellFormed(const QString& text) {
     qsizetype hashes = 0;
     for (qsizetype at = 0; at < text.size(); ++at) {
         if (text[at] == u'#') {
-            if (++hashes > 1)
+            if (++hashes > 1) {
                 return false;
+            }
         } else if (text[at] == u'%') {
-            if (at + 2 >= text.size() || !isHexDigit(text[at + 1]) || !isHexDigit(text[at + 2]))
+            if (at + 2 >= text.size() || !isHexDigit(text[at + 1]) || !isHexDigit(text[at + 2])) {
                 return false;
+            }
         } else if (!isAllowed(text[at])) {
             return false;
         }
@@ -35,11 +37,13 @@ bool isWellFormed(const QString& text) {
 // Length of the scheme in front of the first colon; 0 when the text has none.
 qsizetype schemeLength(const QString& text) {
     const qsizetype colon = text.indexOf(u':');
-    if (colon <= 0 || !isLetterOrDigit(text[0]) || text[0].isDigit())
+    if (colon <= 0 || !isLetterOrDigit(text[0]) || text[0].isDigit()) {
         return 0;
+    }
     for (qsizetype at = 1; at < colon; ++at) {
-        if (!isLetterOrDigit(text[at]) && text[at] != u'+' && text[at] != u'-' && text[at] != u'.')
+        if (!isLetterOrDigit(text[at]) && text[at] != u'+' && text[at] != u'-' && text[at] != u'.') {
             return 0;
+        }
     }
     return colon;
 }
@@ -56,8 +60,9 @@ QString hostOf(const QString& authority) {
 
 qsizetype endOfAuthority(const QString& text, qsizetype from) {
     for (qsizetype at = from; at < text.size(); ++at) {
-        if (text[at] == u'/' || text[at] == u'?' || text[at] == u'#')
+        if (text[at] == u'/' || text[at] == u'?' || text[at] == u'#') {
             return at;
+        }
     }
     return text.size();
 }
@@ -65,8 +70,9 @@ qsizetype endOfAuthority(const QString& text, qsizetype from) {
 } // namespace
 
 std::optional<Address> Address::parse(const QString& text) {
-    if (!isWellFormed(text))
+    if (!isWellFormed(text)) {
         return std::nullopt;
+    }
     Address address{text, std::nullopt, std::nullopt};
     qsizetype rest = schemeLength(text);
     if (rest > 0) {
@@ -76,8 +82,9 @@ std::optional<Address> Address::parse(const QString& text) {
     if (text.mid(rest, 2) == u"//"_s) {
         const qsizetype start = rest + 2;
         const QString authority = text.mid(start, endOfAuthority(text, start) - start);
-        if (!authority.isEmpty())
+        if (!authority.isEmpty()) {
             address.host = hostOf(authority);
+        }
     }
     return address;
 }

@@ -10,10 +10,12 @@ QString pathOf(const QString& address) {
     QString rest = address.section(u'#', 0, 0).section(u'?', 0, 0);
     const qsizetype colon = rest.indexOf(u':');
     const qsizetype slash = rest.indexOf(u'/');
-    if (colon > 0 && (slash < 0 || colon < slash))
+    if (colon > 0 && (slash < 0 || colon < slash)) {
         rest = rest.mid(colon + 1);
-    if (!rest.startsWith(u"//"_s))
+    }
+    if (!rest.startsWith(u"//"_s)) {
         return rest;
+    }
     const qsizetype start = rest.indexOf(u'/', 2);
     return start < 0 ? QString() : rest.mid(start);
 }
@@ -24,8 +26,9 @@ QByteArray decodedPathOf(const QString& address) {
 
 QString lastComponentOf(const QString& address) {
     QString path = pathOf(address);
-    while (path.endsWith(u'/'))
+    while (path.endsWith(u'/')) {
         path.chop(1);
+    }
     return decodeSystemText(QByteArray::fromPercentEncoding(path.section(u'/', -1).toUtf8()));
 }
 

@@ -17,12 +17,13 @@ QByteArray takeItem(const QByteArray& text, qsizetype& at) {
     QByteArray item;
     bool quoted = false;
     for (; at < text.size() && (quoted || text[at] != ';'); ++at) {
-        if (text[at] == '"')
+        if (text[at] == '"') {
             quoted = !quoted;
-        else if (quoted && text[at] == '\\' && at + 1 < text.size())
+        } else if (quoted && text[at] == '\\' && at + 1 < text.size()) {
             item += text[++at];
-        else
+        } else {
             item += text[at];
+        }
     }
     ++at;
     return item;
@@ -33,8 +34,9 @@ QList<Parameter> parametersOf(const QByteArray& value) {
     for (qsizetype at = 0; at < value.size();) {
         const QByteArray item = takeItem(value, at);
         const qsizetype equals = item.indexOf('=');
-        if (equals > 0)
+        if (equals > 0) {
             parameters.append({item.left(equals).trimmed().toLower(), item.mid(equals + 1).trimmed()});
+        }
     }
     return parameters;
 }
@@ -43,14 +45,17 @@ QList<Parameter> parametersOf(const QByteArray& value) {
 std::optional<QString> decodeExtended(const QByteArray& value) {
     const qsizetype first = value.indexOf('\'');
     const qsizetype second = value.indexOf('\'', first + 1);
-    if (first < 0 || second < 0)
+    if (first < 0 || second < 0) {
         return std::nullopt;
+    }
     const QByteArray charset = value.left(first).toLower();
     const QByteArray bytes = QByteArray::fromPercentEncoding(value.mid(second + 1));
-    if (charset == "utf-8")
+    if (charset == "utf-8") {
         return decodeUtf8(bytes);
-    if (charset == "iso-8859-1")
+    }
+    if (charset == "iso-8859-1") {
         return QString::fromLatin1(bytes);
+    }
     return std::nullopt;
 }
 
@@ -60,13 +65,15 @@ std::optional<QString> filename(const QByteArray& value) {
     std::optional<QString> plain;
     std::optional<QString> extended;
     for (const auto& [name, text] : parametersOf(value)) {
-        if (name == "filename" && !plain)
+        if (name == "filename" && !plain) {
             plain = decodeSystemText(text);
-        else if (name == "filename*" && !extended)
+        } else if (name == "filename*" && !extended) {
             extended = decodeExtended(text);
+        }
     }
-    if (extended && !extended->isEmpty())
+    if (extended && !extended->isEmpty()) {
         return extended;
+    }
     return plain && !plain->isEmpty() ? plain : std::nullopt;
 }
 

@@ -40,12 +40,15 @@ constexpr int kWriteFileExists = 516;
 constexpr int kWriteOutOfSpace = 640;
 
 int writeCode(const std::error_code& error) {
-    if (error == std::errc::permission_denied || error == std::errc::operation_not_permitted)
+    if (error == std::errc::permission_denied || error == std::errc::operation_not_permitted) {
         return kWriteNoPermission;
-    if (error == std::errc::no_space_on_device)
+    }
+    if (error == std::errc::no_space_on_device) {
         return kWriteOutOfSpace;
-    if (error == std::errc::file_exists || error == std::errc::not_a_directory)
+    }
+    if (error == std::errc::file_exists || error == std::errc::not_a_directory) {
         return kWriteFileExists;
+    }
     return kWriteUnknown;
 }
 
@@ -56,9 +59,9 @@ int removeCode(const std::error_code& error) {
 // Does not wait for the other end of a pipe that somebody put in a file's place.
 int openRetrying(const fs::path& path, int flags, mode_t mode = 0) {
     int descriptor = -1;
-    do
+    do {
         descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, mode);
-    while (descriptor < 0 && errno == EINTR);
+    } while (descriptor < 0 && errno == EINTR);
     return descriptor;
 }
 
@@ -68,10 +71,12 @@ int writeAll(int descriptor, const QByteArray& bytes) {
     qsizetype left = bytes.size();
     while (left > 0) {
         const ssize_t written = ::write(descriptor, at, static_cast<size_t>(left));
-        if (written < 0 && errno == EINTR)
+        if (written < 0 && errno == EINTR) {
             continue;
-        if (written < 0)
+        }
+        if (written < 0) {
             return errno;
+        }
         at += written;
         left -= written;
     }
@@ -96,8 +101,9 @@ std::optional<QStringList> contentsOfDirectory(const QString& path) {
     std::error_code error;
     QStringList names;
     fs::directory_iterator entry(kernelPath(path), error);
-    for (const fs::directory_iterator end; !error && entry != end; entry.increment(error))
+    for (const fs::directory_iterator end; !error && entry != end; entry.increment(error)) {
         names += QFile::decodeName(entry->path().filename().c_str());
+    }
     return error ? std::nullopt : std::optional(names);
 }
 
@@ -105,8 +111,9 @@ std::optional<Error> createDirectory(const QString& path) {
     std::error_code error;
     const fs::path folder = kernelPath(path);
     fs::create_directories(folder, error);
-    if (!error && fs::is_directory(folder, error))
+    if (!error && fs::is_directory(folder, error)) {
         return std::nullopt;
+    }
     return Error{writeCode(error), sentence("The folder ", path, " couldn’t be created."), path};
 }
 
@@ -118,12 +125,14 @@ bool createFile(const QString& path) {
 std::optional<Error> removeItem(const QString& path) {
     std::error_code error;
     const fs::path target = kernelPath(path);
-    if (!fs::exists(fs::symlink_status(target, error)))
+    if (!fs::exists(fs::symlink_status(target, error))) {
         error = std::make_error_code(std::errc::no_such_file_or_directory);
-    else
+    } else {
         fs::remove_all(target, error);
-    if (!error)
+    }
+    if (!error) {
         return std::nullopt;
+    }
     return Error{removeCode(error), sentence("", path, " couldn’t be removed."), path};
 }
 
@@ -138,19 +147,22 @@ std::optional<Error> moveItem(const QString& from, const QString& to) {
         if (error == std::errc::cross_device_link) {
             error.clear();
             fs::copy(source, target, fs::copy_options::recursive | fs::copy_options::copy_symlinks, error);
-            if (!error)
+            if (!error) {
                 fs::remove_all(source, error);
+            }
         }
     }
-    if (!error)
+    if (!error) {
         return std::nullopt;
+    }
     return Error{removeCode(error), sentence("", from, " couldn’t be moved."), from};
 }
 
 std::optional<QByteArray> contents(const QString& path) {
     QFile file(platform::realPath(path));
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly)) {
         return std::nullopt;
+    }
     const QByteArray bytes = file.readAll();
     return file.error() == QFileDevice::NoError ? std::optional(bytes) : std::nullopt;
 }
@@ -160,14 +172,18 @@ std::optional<Error> writeAtomically(const QByteArray& bytes, const QString& pat
     std::string temporary = target.string() + ".XXXXXX";
     const int descriptor = ::mkostemp(temporary.data(), O_CLOEXEC);
     int failure = descriptor < 0 ? errno : writeAll(descriptor, bytes);
-    if (descriptor >= 0 && ::close(descriptor) != 0 && failure == 0)
+    if (descriptor >= 0 && ::close(descriptor) != 0 && failure == 0) {
         failure = errno;
-    if (failure == 0 && std::rename(temporary.c_str(), target.c_str()) != 0)
+    }
+    if (failure == 0 && std::rename(temporary.c_str(), target.c_str()) != 0) {
         failure = errno;
-    if (failure == 0)
+    }
+    if (failure == 0) {
         return std::nullopt;
-    if (descriptor >= 0)
+    }
+    if (descriptor >= 0) {
         ::unlink(temporary.c_str());
+    }
     const std::error_code error(failure, std::generic_category());
     return Error{writeCode(error), sentence("The file ", path, " couldn’t be saved."), path};
 }
@@ -178,27 +194,33 @@ WritingFileHandle::WritingFileHandle(const QString& path)
     : descriptor_(openRetrying(kernelPath(path), O_WRONLY | O_APPEND)) {}
 
 WritingFileHandle::~WritingFileHandle() {
-    if (isPresent())
+    if (isPresent()) {
         ::close(descriptor_);
+    }
 }
 
 void WritingFileHandle::seekToEndOfFile() {
-    if (isPresent() && ::lseek(descriptor_, 0, SEEK_END) < 0)
+    if (isPresent() && ::lseek(descriptor_, 0, SEEK_END) < 0) {
         throw PlatformException::fileHandle(u"seekToEndOfFile"_s, errno);
+    }
 }
 
 void WritingFileHandle::writeData(const QByteArray& bytes) {
-    if (!isPresent())
+    if (!isPresent()) {
         return;
-    if (const int failure = writeAll(descriptor_, bytes))
+    }
+    if (const int failure = writeAll(descriptor_, bytes)) {
         throw PlatformException::fileHandle(u"writeData:"_s, failure);
+    }
 }
 
 void WritingFileHandle::closeFile() {
-    if (!isPresent())
+    if (!isPresent()) {
         return;
+    }
     const int descriptor = descriptor_;
     descriptor_ = -1;
-    if (::close(descriptor) != 0)
+    if (::close(descriptor) != 0) {
         throw PlatformException::fileHandle(u"closeFile"_s, errno);
+    }
 }

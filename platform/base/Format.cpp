@@ -9,31 +9,36 @@ namespace {
 const QString kAbsent = u"(null)"_s;
 
 bool isPlainWord(const QString& text) {
-    if (text.isEmpty())
+    if (text.isEmpty()) {
         return false;
+    }
     for (const QChar unit : text) {
         const bool plain =
             (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
-        if (!plain)
+        if (!plain) {
             return false;
+        }
     }
     return true;
 }
 
 // A text inside a list or dictionary: quoted unless it is one plain word, non-ASCII units as \Uxxxx.
 QString quotedWhereNeeded(const QString& text) {
-    if (isPlainWord(text))
+    if (isPlainWord(text)) {
         return text;
+    }
     QString quoted = u"\""_s;
     for (const QChar unit : text) {
-        if (unit == u'"' || unit == u'\\')
+        if (unit == u'"' || unit == u'\\') {
             quoted += u'\\';
-        if (unit == u'\n')
+        }
+        if (unit == u'\n') {
             quoted += u"\\n"_s;
-        else if (unit.unicode() < 0x80)
+        } else if (unit.unicode() < 0x80) {
             quoted += unit;
-        else
+        } else {
             quoted += u"\\U%1"_s.arg(unit.unicode(), 4, 16, QLatin1Char('0'));
+        }
     }
     return quoted + u'"';
 }
@@ -43,9 +48,10 @@ QString describeNested(const QVariant& value, qsizetype depth);
 QString describeDictionary(const QVariantMap& dictionary, qsizetype depth) {
     const QString indent(4 * depth, u' ');
     QString text = u"{\n"_s;
-    for (auto entry = dictionary.cbegin(); entry != dictionary.cend(); ++entry)
+    for (auto entry = dictionary.cbegin(); entry != dictionary.cend(); ++entry) {
         text += indent + u"    "_s + quotedWhereNeeded(entry.key()) + u" = "_s +
                 describeNested(entry.value(), depth + 1) + u";\n"_s;
+    }
     return text + indent + u'}';
 }
 
@@ -53,8 +59,9 @@ template <typename List>
 QString describeList(const List& list, qsizetype depth) {
     const QString indent(4 * depth, u' ');
     QStringList items;
-    for (const auto& item : list)
+    for (const auto& item : list) {
         items += indent + u"    "_s + describeNested(item, depth + 1);
+    }
     const QString body = items.isEmpty() ? QString() : items.join(u",\n"_s) + u'\n';
     return u"(\n"_s + body + indent + u')';
 }
@@ -104,13 +111,16 @@ QString describe(const QStringList& list) {
 }
 
 QString FormatArgument::text(char conversion) const {
-    if (const auto* text = std::get_if<QString>(&value_))
+    if (const auto* text = std::get_if<QString>(&value_)) {
         return *text;
-    if (const auto* integer = std::get_if<qint64>(&value_))
+    }
+    if (const auto* integer = std::get_if<qint64>(&value_)) {
         return conversion == 'f' ? QString::number(static_cast<double>(*integer), 'f', 6) : QString::number(*integer);
+    }
     const double number = std::get<double>(value_);
-    if (conversion == 'f')
+    if (conversion == 'f') {
         return QString::number(number, 'f', 6);
+    }
     return conversion == 'd' ? QString::number(static_cast<qint64>(number)) : QString::number(number, 'g', 16);
 }
 
@@ -128,8 +138,9 @@ QString formatList(const char* utf8Template, std::initializer_list<FormatArgumen
             filled += u'%';
             continue;
         }
-        if (pattern[at] == u'l' && at + 1 < pattern.size())
+        if (pattern[at] == u'l' && at + 1 < pattern.size()) {
             ++at;
+        }
         filled += next == arguments.end() ? kAbsent : (next++)->text(pattern[at].toLatin1());
     }
     return filled;

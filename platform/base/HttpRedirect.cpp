@@ -18,14 +18,16 @@ bool isRedirect(long status) {
 
 QString methodAfter(long status, const QString& method) {
     const bool isPost = method == u"POST"_s;
-    if (status == 303 || (isPost && (status == 301 || status == 302)))
+    if (status == 303 || (isPost && (status == 301 || status == 302))) {
         return u"GET"_s;
+    }
     return method;
 }
 
 bool mayFollow(const QString& from, const QString& to) {
-    if (hasScheme(to, QLatin1String("https")))
+    if (hasScheme(to, QLatin1String("https"))) {
         return true;
+    }
     return hasScheme(to, QLatin1String("http")) && !hasScheme(from, QLatin1String("https"));
 }
 

@@ -37,14 +37,16 @@ Queue& queue() {
 
 // Under the lock, when there is work.
 void wake(Queue& own) {
-    if (own.receiver && !std::exchange(own.isWoken, true))
+    if (own.receiver && !std::exchange(own.isWoken, true)) {
         QCoreApplication::postEvent(own.receiver, new QEvent(QEvent::User));
+    }
 }
 
 std::function<void()> takeFirst(Queue& from) {
     const std::lock_guard lock(from.mutex);
-    if (from.work.empty())
+    if (from.work.empty()) {
         return nullptr;
+    }
     std::function<void()> first = std::move(from.work.front());
     from.work.pop_front();
     return first;
@@ -53,8 +55,9 @@ std::function<void()> takeFirst(Queue& from) {
 void endWork(Queue& own) {
     own.running = false;
     const std::lock_guard lock(own.mutex);
-    if (!own.work.empty())
+    if (!own.work.empty()) {
         wake(own);
+    }
 }
 
 bool Receiver::event(QEvent* event) {
@@ -68,13 +71,15 @@ bool Receiver::event(QEvent* event) {
     }
     own.isWoken = false;
     lock.unlock();
-    if (own.running) // a nested loop turns inside running work: this piece waits for its end
+    if (own.running) { // a nested loop turns inside running work: this piece waits for its end
         return true;
+    }
     own.running = true;
     const std::function<void()> work = takeFirst(own);
     try {
-        if (work)
+        if (work) {
             platform::reportingUncaughtExceptions(work);
+        }
     } catch (...) {
         endWork(own);
         throw;
@@ -92,8 +97,9 @@ void attachToMainThread() {
     const std::lock_guard lock(own.mutex);
     own.mainThread = std::this_thread::get_id();
     own.receiver = new Receiver;
-    if (!own.work.empty())
+    if (!own.work.empty()) {
         wake(own);
+    }
 }
 
 void async(std::function<void()> work) {

@@ -36,8 +36,9 @@ constexpr std::array kRows{
 
 QStringList extensionsOf(const QString& mediaType) {
     for (const Row& row : kRows) {
-        if (mediaType.compare(QLatin1String(row.type), Qt::CaseInsensitive) == 0)
+        if (mediaType.compare(QLatin1String(row.type), Qt::CaseInsensitive) == 0) {
             return QString::fromLatin1(row.extensions).split(u' ');
+        }
     }
     return {};
 }
@@ -60,8 +61,9 @@ bool carries(const QString& mediaType, const QString& extension) {
 QString forExtension(const QString& extension) {
     for (const Row& row : kRows) {
         QString type = QString::fromLatin1(row.type);
-        if (carries(type, extension))
+        if (carries(type, extension)) {
             return type;
+        }
     }
     return u"application/octet-stream"_s;
 }

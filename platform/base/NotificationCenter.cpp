@@ -9,12 +9,15 @@ using namespace Qt::StringLiterals;
 namespace {
 
 QString describeObject(const NotificationObject& object) {
-    if (const auto* text = std::get_if<QString>(&object))
+    if (const auto* text = std::get_if<QString>(&object)) {
         return *text;
-    if (const auto* dictionary = std::get_if<QVariantMap>(&object))
+    }
+    if (const auto* dictionary = std::get_if<QVariantMap>(&object)) {
         return describe(*dictionary);
-    if (const auto* sender = std::get_if<const void*>(&object))
+    }
+    if (const auto* sender = std::get_if<const void*>(&object)) {
         return u"<0x%1>"_s.arg(reinterpret_cast<quintptr>(*sender), 0, 16);
+    }
     return u"(null)"_s;
 }
 
@@ -42,11 +45,13 @@ void NotificationCenter::post(const QString& name, const NotificationObject& obj
     {
         const std::lock_guard lock(mutex_);
         for (const Registration& registration : registrations_) {
-            if (registration.name == name && (!registration.sender || (pointer && *pointer == registration.sender)))
+            if (registration.name == name && (!registration.sender || (pointer && *pointer == registration.sender))) {
                 observers.push_back(registration.observer);
+            }
         }
     }
     const Notification notification{name, object, userInfo};
-    for (const Observer& observer : observers)
+    for (const Observer& observer : observers) {
         observer(notification);
+    }
 }

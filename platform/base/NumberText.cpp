@@ -20,25 +20,30 @@ bool isSkipped(QChar unit) {
 // What can stand in a decimal number, as bytes; the first other unit ends it.
 QByteArray numberCandidate(const QString& text) {
     qsizetype at = 0;
-    while (at < text.size() && isSkipped(text[at]))
+    while (at < text.size() && isSkipped(text[at])) {
         ++at;
+    }
     QByteArray candidate;
     for (; at < text.size(); ++at) {
         const char byte = text[at].toLatin1();
-        if (byte == '\0' || !std::strchr("0123456789+-.eE", byte))
+        if (byte == '\0' || !std::strchr("0123456789+-.eE", byte)) {
             break;
+        }
         candidate += byte;
     }
     return candidate;
 }
 
 int hexDigitValue(QChar unit) {
-    if (unit >= u'0' && unit <= u'9')
+    if (unit >= u'0' && unit <= u'9') {
         return unit.unicode() - u'0';
-    if (unit >= u'a' && unit <= u'f')
+    }
+    if (unit >= u'a' && unit <= u'f') {
         return unit.unicode() - u'a' + 10;
-    if (unit >= u'A' && unit <= u'F')
+    }
+    if (unit >= u'A' && unit <= u'F') {
         return unit.unicode() - u'A' + 10;
+    }
     return -1;
 }
 
@@ -55,11 +60,13 @@ double doubleValue(const QString& text) {
 
 std::optional<unsigned> hexInt(const QString& text) {
     qsizetype at = 0;
-    while (at < text.size() && text[at].isSpace())
+    while (at < text.size() && text[at].isSpace()) {
         ++at;
+    }
     const bool prefixed = text.mid(at, 2).compare(u"0x"_s, Qt::CaseInsensitive) == 0;
-    if (prefixed && at + 2 < text.size() && hexDigitValue(text[at + 2]) >= 0)
+    if (prefixed && at + 2 < text.size() && hexDigitValue(text[at + 2]) >= 0) {
         at += 2;
+    }
     std::optional<unsigned> value;
     for (; at < text.size() && hexDigitValue(text[at]) >= 0; ++at) {
         const unsigned soFar = value.value_or(0);

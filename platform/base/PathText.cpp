@@ -7,8 +7,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 QString withoutTrailingSlashes(QString path) {
-    while (path.size() > 1 && path.endsWith(u'/'))
+    while (path.size() > 1 && path.endsWith(u'/')) {
         path.chop(1);
+    }
     return path;
 }
 
@@ -25,10 +26,12 @@ template <typename Predicate>
 QString trimmed(const QString& text, Predicate dropped) {
     qsizetype first = 0;
     qsizetype last = text.size();
-    while (first < last && dropped(text[first]))
+    while (first < last && dropped(text[first])) {
         ++first;
-    while (last > first && dropped(text[last - 1]))
+    }
+    while (last > first && dropped(text[last - 1])) {
         --last;
+    }
     return text.mid(first, last - first);
 }
 

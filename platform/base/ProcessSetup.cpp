@@ -10,9 +10,9 @@ namespace platform {
 void undoInheritedSettings() {
     // The lowest free number is given out first, so this fills exactly the gaps among 0, 1 and 2.
     int descriptor = -1;
-    do
+    do {
         descriptor = ::open("/dev/null", O_RDWR);
-    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
     ::close(descriptor);
 
     std::signal(SIGCHLD, SIG_DFL);

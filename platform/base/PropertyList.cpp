@@ -40,16 +40,18 @@ QVariantMap toDictionary(plist_t node) {
         plist_t value = nullptr;
         plist_dict_next_item(node, iterator, &key, &value);
         const OwnedText keyOwner(key);
-        if (!value)
+        if (!value) {
             return dictionary;
+        }
         dictionary.insert(QString::fromUtf8(key), toVariant(value));
     }
 }
 
 QVariantList toList(plist_t node) {
     QVariantList list;
-    for (uint32_t index = 0; index < plist_array_get_size(node); ++index)
+    for (uint32_t index = 0; index < plist_array_get_size(node); ++index) {
         list += toVariant(plist_array_get_item(node, index));
+    }
     return list;
 }
 
@@ -112,8 +114,9 @@ QVariant toVariant(plist_t node) {
 namespace PropertyList {
 
 std::optional<QVariant> parse(const QByteArray& bytes) {
-    if (bytes.isEmpty() || !PropertyListGuard::isSafe({bytes.constData(), static_cast<std::size_t>(bytes.size())}))
+    if (bytes.isEmpty() || !PropertyListGuard::isSafe({bytes.constData(), static_cast<std::size_t>(bytes.size())})) {
         return std::nullopt;
+    }
     plist_t root = nullptr;
     plist_from_memory(bytes.constData(), static_cast<uint32_t>(bytes.size()), &root);
     const std::unique_ptr<std::remove_pointer_t<plist_t>, NodeDeleter> owner(root);

@@ -18,12 +18,15 @@ std::size_t behind(std::string_view text, std::size_t at, std::string_view closi
 // The end of anything in angle brackets that is no element.
 std::size_t behindDeclaration(std::string_view text, std::size_t at) {
     const std::string_view rest = text.substr(at);
-    if (rest.starts_with("<!--"))
+    if (rest.starts_with("<!--")) {
         return behind(text, at + 4, "-->");
-    if (rest.starts_with("<![CDATA["))
+    }
+    if (rest.starts_with("<![CDATA[")) {
         return behind(text, at, "]]>");
-    if (rest.starts_with("<?"))
+    }
+    if (rest.starts_with("<?")) {
         return behind(text, at, "?>");
+    }
     // A document type may hold declarations of its own in brackets.
     const std::size_t end = behind(text, at, ">");
     const std::size_t bracket = text.find('[', at);
@@ -38,36 +41,42 @@ bool isContainer(std::string_view tagName) {
 bool holdsNumberedNul(std::string_view text) {
     for (std::size_t at = text.find("&#"); at != std::string_view::npos; at = text.find("&#", at + 2)) {
         std::size_t digit = at + 2;
-        if (digit < text.size() && (text[digit] == 'x' || text[digit] == 'X'))
+        if (digit < text.size() && (text[digit] == 'x' || text[digit] == 'X')) {
             ++digit;
+        }
         const std::size_t end = text.find_first_not_of('0', digit);
-        if (end == std::string_view::npos || text[end] == ';')
+        if (end == std::string_view::npos || text[end] == ';') {
             return true;
+        }
     }
     return false;
 }
 
 bool isSafeXml(std::string_view text) {
-    if (text.find('\0') != std::string_view::npos || holdsNumberedNul(text))
+    if (text.find('\0') != std::string_view::npos || holdsNumberedNul(text)) {
         return false;
+    }
     std::size_t depth = 0;
     for (std::size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at)) {
         if (at + 1 < text.size() && (text[at + 1] == '!' || text[at + 1] == '?')) {
             at = behindDeclaration(text, at);
-            if (at == std::string_view::npos)
+            if (at == std::string_view::npos) {
                 return false;
+            }
             continue;
         }
         const std::size_t end = text.find('>', at);
-        if (end == std::string_view::npos)
+        if (end == std::string_view::npos) {
             return true; // cut short: no container is opened any more
+        }
         const std::string_view tag = text.substr(at + 1, end - at - 1);
         const bool closes = tag.starts_with('/');
         const std::string_view name = tag.substr(closes ? 1 : 0, tag.find_first_of(" \t\r\n/", 1) - (closes ? 1 : 0));
-        if (isContainer(name) && closes && depth > 0)
+        if (isContainer(name) && closes && depth > 0) {
             --depth;
-        else if (isContainer(name) && !closes && !tag.ends_with('/') && ++depth > kDeepestNesting)
+        } else if (isContainer(name) && !closes && !tag.ends_with('/') && ++depth > kDeepestNesting) {
             return false;
+        }
         at = end;
     }
     return true;
@@ -79,8 +88,9 @@ public:
     explicit BinaryList(std::string_view bytes) : bytes_(bytes) {}
 
     bool isSafe() {
-        if (!readTrailer())
+        if (!readTrailer()) {
             return false;
+        }
         known_.assign(objectCount_, Extent{});
         return measure(rootObject_, 0).size <= kMostObjects;
     }
@@ -90,14 +100,16 @@ private:
 
     std::uint64_t number(std::size_t at, std::size_t width) const {
         std::uint64_t value = 0;
-        for (std::size_t index = 0; index < width; ++index)
+        for (std::size_t index = 0; index < width; ++index) {
             value = value << 8 | static_cast<unsigned char>(bytes_[at + index]);
+        }
         return value;
     }
 
     bool readTrailer() {
-        if (bytes_.size() < 8 + kTrailerLength)
+        if (bytes_.size() < 8 + kTrailerLength) {
             return false;
+        }
         const std::size_t trailer = bytes_.size() - kTrailerLength;
         offsetWidth_ = number(trailer + 6, 1);
         referenceWidth_ = number(trailer + 7, 1);
@@ -119,19 +131,23 @@ private:
     // kRefused when a bound is broken. Each object is looked into once, however often it is shared; a cycle ends at the
     // bound of depth.
     Extent measure(std::uint64_t object, std::size_t depth) {
-        if (object >= objectCount_ || depth + known_[object].height > kDeepestNesting)
+        if (object >= objectCount_ || depth + known_[object].height > kDeepestNesting) {
             return kRefused;
-        if (known_[object].size != 0)
+        }
+        if (known_[object].size != 0) {
             return known_[object];
+        }
         const std::uint64_t at = number(table_ + object * offsetWidth_, offsetWidth_);
-        if (at >= table_)
+        if (at >= table_) {
             return kRefused;
+        }
         const unsigned marker = static_cast<unsigned char>(bytes_[at]);
         const unsigned kind = marker >> 4;
-        if (kind == 0xA || kind == 0xC || kind == 0xD)
+        if (kind == 0xA || kind == 0xC || kind == 0xD) {
             known_[object] = measureContainer(at, marker, depth);
-        else
+        } else {
             known_[object] = (kind == 5 || kind == 6) && !isSafeText(at, marker) ? kRefused : Extent{1, 0};
+        }
         return known_[object];
     }
 
@@ -145,11 +161,13 @@ private:
     std::optional<Contents> contentsOf(std::uint64_t at, unsigned marker, std::uint64_t width) const {
         Contents contents{at + 1, marker & 0xFU};
         if (contents.count == 0xF) {
-            if (contents.first >= table_)
+            if (contents.first >= table_) {
                 return std::nullopt;
+            }
             const std::size_t size = std::size_t{1} << (static_cast<unsigned char>(bytes_[contents.first]) & 0x3U);
-            if (contents.first + 1 + size > table_)
+            if (contents.first + 1 + size > table_) {
                 return std::nullopt;
+            }
             contents.count = number(contents.first + 1, size);
             contents.first += 1 + size;
         }
@@ -162,8 +180,9 @@ private:
         const std::uint64_t width = (marker >> 4) == 6 ? 2 : 1;
         const std::optional<Contents> text = contentsOf(at, marker, width);
         for (std::uint64_t unit = 0; text && unit < text->count; ++unit) {
-            if (number(text->first + unit * width, width) == 0)
+            if (number(text->first + unit * width, width) == 0) {
                 return false;
+            }
         }
         return text.has_value();
     }
@@ -171,8 +190,9 @@ private:
     Extent measureContainer(std::uint64_t at, unsigned marker, std::size_t depth) {
         const bool isDictionary = (marker >> 4) == 0xD; // keys, then values
         const std::optional<Contents> contents = contentsOf(at, marker, referenceWidth_ * (isDictionary ? 2 : 1));
-        if (!contents || contents->count > kMostObjects)
+        if (!contents || contents->count > kMostObjects) {
             return kRefused;
+        }
         const std::uint64_t first = contents->first;
         const std::uint64_t count = contents->count * (isDictionary ? 2 : 1);
         Extent total{1, 0};
@@ -196,8 +216,9 @@ private:
 } // namespace
 
 bool isSafe(std::string_view bytes) {
-    if (bytes.size() > kLargestInput)
+    if (bytes.size() > kLargestInput) {
         return false;
+    }
     return bytes.starts_with("bplist") ? BinaryList(bytes).isSafe() : isSafeXml(bytes);
 }
 

@@ -15,12 +15,14 @@ using StringsTable::Table;
 // UTF-16 with or without a byte order mark, else UTF-8; absent when the bytes are neither.
 std::optional<QString> decode(const QByteArray& bytes) {
     QStringConverter::Encoding encoding = QStringConverter::encodingForData(bytes).value_or(QStringConverter::Utf8);
-    if (bytes.size() >= 2 && bytes[0] == '\0' && bytes[1] != '\0')
+    if (bytes.size() >= 2 && bytes[0] == '\0' && bytes[1] != '\0') {
         encoding = QStringConverter::Utf16BE;
-    else if (bytes.size() >= 2 && bytes[0] != '\0' && bytes[1] == '\0')
+    } else if (bytes.size() >= 2 && bytes[0] != '\0' && bytes[1] == '\0') {
         encoding = QStringConverter::Utf16LE;
-    if (encoding != QStringConverter::Utf8 && bytes.size() % 2 != 0)
+    }
+    if (encoding != QStringConverter::Utf8 && bytes.size() % 2 != 0) {
         return std::nullopt;
+    }
     QStringDecoder decoder(encoding);
     QString text = decoder.decode(bytes);
     return decoder.hasError() ? std::nullopt : std::optional(text);
@@ -35,12 +37,14 @@ public:
         Table table;
         while (skipBlanksAndComments() && at_ < text_.size()) {
             const std::optional<QString> key = readWord();
-            if (!key || !skipTo(u'='))
+            if (!key || !skipTo(u'=')) {
                 return std::nullopt;
+            }
             skipBlanksAndComments();
             const std::optional<QString> value = readWord();
-            if (!value || !skipTo(u';'))
+            if (!value || !skipTo(u';')) {
                 return std::nullopt;
+            }
             table.insert(*key, *value);
         }
         return failed_ ? std::nullopt : std::optional(table);
@@ -53,14 +57,15 @@ private:
     bool skipBlanksAndComments() {
         while (at_ < text_.size() && !failed_) {
             const QString two = text_.mid(at_, 2);
-            if (current().isSpace())
+            if (current().isSpace()) {
                 ++at_;
-            else if (two == u"//"_s)
+            } else if (two == u"//"_s) {
                 skipBehind(u"\n"_s, 2, false);
-            else if (two == u"/*"_s)
+            } else if (two == u"/*"_s) {
                 skipBehind(u"*/"_s, 2, true);
-            else
+            } else {
                 break;
+            }
         }
         return !failed_;
     }
@@ -79,11 +84,13 @@ private:
     }
 
     std::optional<QString> readWord() {
-        if (current() == u'"')
+        if (current() == u'"') {
             return readQuoted();
+        }
         const qsizetype start = at_;
-        while (at_ < text_.size() && (current().isLetterOrNumber() || u"_.-$/:"_s.contains(current())))
+        while (at_ < text_.size() && (current().isLetterOrNumber() || u"_.-$/:"_s.contains(current()))) {
             ++at_;
+        }
         return at_ > start ? std::optional(text_.mid(start, at_ - start)) : std::nullopt;
     }
 
@@ -94,10 +101,11 @@ private:
                 ++at_;
                 return word;
             }
-            if (current() != u'\\')
+            if (current() != u'\\') {
                 word += current();
-            else if (++at_ < text_.size())
+            } else if (++at_ < text_.size()) {
                 word += readEscape();
+            }
         }
         return std::nullopt;
     }
@@ -130,13 +138,15 @@ private:
 
 std::optional<Table> fromPropertyList(const QByteArray& bytes) {
     const std::optional<QVariant> root = PropertyList::parse(bytes);
-    if (!root || root->typeId() != QMetaType::QVariantMap)
+    if (!root || root->typeId() != QMetaType::QVariantMap) {
         return std::nullopt;
+    }
     Table table;
     const QVariantMap dictionary = root->toMap();
     for (auto entry = dictionary.cbegin(); entry != dictionary.cend(); ++entry) {
-        if (entry.value().typeId() == QMetaType::QString)
+        if (entry.value().typeId() == QMetaType::QString) {
             table.insert(entry.key(), entry.value().toString());
+        }
     }
     return table;
 }
@@ -146,8 +156,9 @@ std::optional<Table> fromPropertyList(const QByteArray& bytes) {
 namespace StringsTable {
 
 std::optional<Table> parse(const QByteArray& bytes) {
-    if (bytes.startsWith("bplist") || bytes.trimmed().startsWith("<?xml"))
+    if (bytes.startsWith("bplist") || bytes.trimmed().startsWith("<?xml")) {
         return fromPropertyList(bytes);
+    }
     const std::optional<QString> text = decode(bytes);
     return text ? Reader(*text).read() : std::nullopt;
 }
@@ -155,8 +166,9 @@ std::optional<Table> parse(const QByteArray& bytes) {
 QString chooseLocalization(const QStringList& preferred, const QStringList& available,
                            const QString& developmentRegion) {
     for (const QString& language : preferred) {
-        if (const std::optional<QString> found = matchLanguage(language, available))
+        if (const std::optional<QString> found = matchLanguage(language, available)) {
             return *found;
+        }
     }
     return matchLanguage(developmentRegion, available).value_or(developmentRegion);
 }

@@ -23,16 +23,19 @@ QString extensionOf(const QString& name) {
 // The longest beginning that fits, never half a character.
 QString cutToBytes(const QString& text, qsizetype bytes) {
     QByteArray encoded = text.toUtf8();
-    if (encoded.size() <= bytes)
+    if (encoded.size() <= bytes) {
         return text;
-    while (bytes > 0 && (static_cast<unsigned char>(encoded[bytes]) & 0xc0U) == 0x80U)
+    }
+    while (bytes > 0 && (static_cast<unsigned char>(encoded[bytes]) & 0xc0U) == 0x80U) {
         --bytes;
+    }
     return QString::fromUtf8(encoded.left(bytes));
 }
 
 QString cutKeepingExtension(const QString& name) {
-    if (name.toUtf8().size() <= kLongestName)
+    if (name.toUtf8().size() <= kLongestName) {
         return name;
+    }
     const QString extension = extensionOf(name);
     return cutToBytes(name.chopped(extension.size()), kLongestName - extension.toUtf8().size()) + extension;
 }
@@ -40,10 +43,11 @@ QString cutKeepingExtension(const QString& name) {
 QString withoutDangerousCharacters(const QString& name) {
     QString result;
     for (const QChar unit : name) {
-        if (unit == u'/')
+        if (unit == u'/') {
             result += u'_';
-        else if (unit.category() != QChar::Other_Control)
+        } else if (unit.category() != QChar::Other_Control) {
             result += unit;
+        }
     }
     return result;
 }
@@ -52,21 +56,24 @@ QString withoutDangerousCharacters(const QString& name) {
 
 QString cleaned(const QString& name) {
     const QString result = withoutDangerousCharacters(name);
-    if (result.isEmpty() || result == u'.' || result == u".."_s)
+    if (result.isEmpty() || result == u'.' || result == u".."_s) {
         return u"Unknown"_s;
+    }
     return cutKeepingExtension(result);
 }
 
 QString of(const std::optional<QByteArray>& contentDisposition, const QString& finalAddress,
            const QString& contentType) {
     std::optional<QString> named;
-    if (contentDisposition)
+    if (contentDisposition) {
         named = ContentDisposition::filename(*contentDisposition);
+    }
     QString name = cleaned(named ? *named : AddressPath::lastComponentOf(finalAddress));
     const QString type = MediaTypes::withoutParameters(contentType);
     const std::optional<QString> extension = MediaTypes::preferredExtension(type);
-    if (!extension || MediaTypes::carries(type, extensionOf(name).mid(1)))
+    if (!extension || MediaTypes::carries(type, extensionOf(name).mid(1))) {
         return name;
+    }
     return cutKeepingExtension(name + u'.' + *extension);
 }
 

@@ -38,8 +38,9 @@ Ending& ending() {
 }
 
 [[noreturn]] void park() {
-    for (;;)
+    for (;;) {
         ::pause();
+    }
 }
 
 // An exception on the way out goes to the crash handler once; inside a crash it has nowhere else to go.
@@ -68,8 +69,9 @@ void terminate() {
     }
     firstFrameShown(); // there will be none, and what is sent at the end must not wait for it
     Ending& own = ending();
-    if (!std::exchange(own.requested, true) && own.willTerminate)
+    if (!std::exchange(own.requested, true) && own.willTerminate) {
         runHandler(own.willTerminate);
+    }
     own.end();
     endProcess();
     park(); // endProcess() does not return; the compiler cannot know

@@ -44,8 +44,9 @@ void reportingUncaughtExceptions(const std::function<void()>& body) {
         body();
     } catch (const PlatformException& exception) {
         const UncaughtExceptionHandler handler = installedHandler;
-        if (!handler || insideHandler)
+        if (!handler || insideHandler) {
             throw;
+        }
         insideHandler = true;
         handler(exception);
         insideHandler = false;

@@ -24,8 +24,9 @@ QByteArray withoutLineEnds(const QString& text) {
 
 void append(CurlList& list, const QByteArray& line) {
     curl_slist* const longer = curlLibrary()->append(list.get(), line.constData());
-    if (!longer)
+    if (!longer) {
         return;
+    }
     [[maybe_unused]] const curl_slist* const before = list.release();
     list.reset(longer);
 }
@@ -63,8 +64,9 @@ void setCommonOptions(CURL* handle, const TransferLimits& limits, const CurlList
     setOption(handle, CURLOPT_USERAGENT, userAgent(Bundle::mainBundle().infoDictionary()).constData());
     // The library leaves this variable to the programs that use it.
     const char* const certificates = std::getenv("SSL_CERT_FILE");
-    if (certificates && *certificates != '\0')
+    if (certificates && *certificates != '\0') {
         setOption(handle, CURLOPT_CAINFO, certificates);
+    }
 }
 
 void setHop(CURL* handle, const QString& address, const QString& method, const QByteArray& body) {
@@ -77,6 +79,7 @@ void setHop(CURL* handle, const QString& address, const QString& method, const Q
         return;
     }
     setOption(handle, CURLOPT_HTTPGET, 1L);
-    if (method != u"GET"_s)
+    if (method != u"GET"_s) {
         setOption(handle, CURLOPT_CUSTOMREQUEST, method.toUtf8().constData());
+    }
 }

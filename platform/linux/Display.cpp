@@ -37,8 +37,9 @@ QByteArray waylandSocket() {
 bool waylandAnswers() {
     const QByteArray path = waylandSocket();
     sockaddr_un address{};
-    if (path.isEmpty() || static_cast<std::size_t>(path.size()) >= sizeof address.sun_path)
+    if (path.isEmpty() || static_cast<std::size_t>(path.size()) >= sizeof address.sun_path) {
         return false;
+    }
     address.sun_family = AF_UNIX;
     std::memcpy(address.sun_path, path.constData(), static_cast<std::size_t>(path.size()));
     const int compositor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -66,15 +67,18 @@ void prepareFonts() {
 }
 
 void keepToolkitFromStartingABus() {
-    if (!sessionBusAddress())
+    if (!sessionBusAddress()) {
         ::setenv(kBusAddressVariable, kNoBusAddress, 1);
+    }
 }
 
 std::optional<QByteArray> windowSystemPlugin(const QString& pluginsFolder) {
-    if (hasPlugin(pluginsFolder, "libqwayland-*.so") && waylandAnswers())
+    if (hasPlugin(pluginsFolder, "libqwayland-*.so") && waylandAnswers()) {
         return "wayland";
-    if (hasPlugin(pluginsFolder, "libqxcb.so") && xServerAnswers())
+    }
+    if (hasPlugin(pluginsFolder, "libqxcb.so") && xServerAnswers()) {
         return "xcb";
+    }
     return std::nullopt;
 }
 

@@ -17,21 +17,24 @@ void DownloadProgress::add(std::int64_t bytes, std::int64_t expected) {
     total_ += bytes;
     expected_ = expected;
     const auto now = std::chrono::steady_clock::now();
-    if (chunk_ < kWorthACall && now - lastPost_ < kLongWithoutACall)
+    if (chunk_ < kWorthACall && now - lastPost_ < kLongWithoutACall) {
         return;
+    }
     lastPost_ = now;
     post();
 }
 
 void DownloadProgress::flush() {
     const std::lock_guard lock(mutex_);
-    if (chunk_ > 0)
+    if (chunk_ > 0) {
         post();
+    }
 }
 
 void DownloadProgress::post() {
-    if (!std::exchange(pending_, true))
+    if (!std::exchange(pending_, true)) {
         MainQueue::async([self = shared_from_this()] { self->deliver(); });
+    }
 }
 
 void DownloadProgress::deliver() {
@@ -41,6 +44,7 @@ void DownloadProgress::deliver() {
     const std::int64_t total = total_;
     const std::int64_t expected = expected_;
     lock.unlock();
-    if (callback_)
+    if (callback_) {
         callback_(chunk, total, expected);
+    }
 }

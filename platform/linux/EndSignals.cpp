@@ -32,8 +32,9 @@ void listenOn(int reading) {
     auto* const notifier = new QSocketNotifier(reading, QSocketNotifier::Read, QCoreApplication::instance());
     QObject::connect(notifier, &QSocketNotifier::activated, notifier, [reading] {
         std::array<char, 64> requests; // NOLINT: filled by read
-        if (::read(reading, requests.data(), requests.size()) > 0)
+        if (::read(reading, requests.data(), requests.size()) > 0) {
             terminate();
+        }
     });
 }
 
@@ -41,8 +42,9 @@ void listenOn(int reading) {
 
 void terminateOnSignals() {
     std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+    if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
         return; // the signals then end the process by themselves
+    }
     signalPipe = ends[1];
     listenOn(ends[0]);
     struct sigaction action {};

@@ -20,8 +20,9 @@ public:
     // Without waiting for a writer, should the path be a pipe.
     explicit OpenFile(const char* path) : descriptor_(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
     ~OpenFile() {
-        if (descriptor_ >= 0)
+        if (descriptor_ >= 0) {
             close(descriptor_);
+        }
     }
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
@@ -40,12 +41,15 @@ TransportError::Code codeFor(int errorNumber) {
 
 // What speaks against reading the path, before it is opened.
 std::optional<TransportError::Code> judge(const QByteArray& path, struct stat& status) {
-    if (path.contains('\0'))
+    if (path.contains('\0')) {
         return TransportError::kFileDoesNotExist;
-    if (stat(path.constData(), &status) != 0)
+    }
+    if (stat(path.constData(), &status) != 0) {
         return codeFor(errno);
-    if (S_ISDIR(status.st_mode))
+    }
+    if (S_ISDIR(status.st_mode)) {
         return TransportError::kFileIsDirectory;
+    }
     return S_ISREG(status.st_mode) ? std::nullopt : std::optional(TransportError::kNoPermissionToRead);
 }
 
@@ -53,14 +57,18 @@ std::optional<TransportError::Code> copyTo(const BodySink& sink, int descriptor,
     std::vector<char> block(static_cast<std::size_t>(blockSize));
     while (true) {
         const ssize_t count = read(descriptor, block.data(), block.size());
-        if (count == 0)
+        if (count == 0) {
             return std::nullopt;
-        if (count < 0 && errno == EINTR)
+        }
+        if (count < 0 && errno == EINTR) {
             continue;
-        if (count < 0)
+        }
+        if (count < 0) {
             return TransportError::kNoPermissionToRead;
-        if (const auto refusal = sink({block.data(), static_cast<std::size_t>(count)}, size))
+        }
+        if (const auto refusal = sink({block.data(), static_cast<std::size_t>(count)}, size)) {
             return refusal;
+        }
     }
 }
 
@@ -77,12 +85,15 @@ UrlResponse responseFor(const QString& address) {
 TransferResult transferFile(const QString& address, long blockSize, const BodySink& sink) {
     const QByteArray path = AddressPath::decodedPathOf(address);
     struct stat status {};
-    if (const auto refusal = judge(path, status))
+    if (const auto refusal = judge(path, status)) {
         return TransportError{*refusal, address};
+    }
     const OpenFile file(path.constData());
-    if (file.descriptor() < 0)
+    if (file.descriptor() < 0) {
         return TransportError{codeFor(errno), address};
-    if (const auto failure = copyTo(sink, file.descriptor(), blockSize, status.st_size))
+    }
+    if (const auto failure = copyTo(sink, file.descriptor(), blockSize, status.st_size)) {
         return TransportError{*failure, address};
+    }
     return responseFor(address);
 }

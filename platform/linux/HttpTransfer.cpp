@@ -12,19 +12,23 @@ HttpTransfer::HttpTransfer(const UrlRequest& request, const TransferLimits& limi
       handle_(makeCurlHandle()), clock_(limits.idle, limits.whole, std::chrono::steady_clock::now()) {}
 
 TransferResult HttpTransfer::run() {
-    if (!handle_)
+    if (!handle_) {
         return TransportError{TransportError::kUnknown, address_};
+    }
     headers_ = headerLines(request_);
     setCommonOptions(handle_.get(), limits_, headers_);
     connectCallbacks();
     for (long followed = 0;; ++followed) {
         setHop(handle_.get(), address_, method_, request_.body);
-        if (const auto failure = performHop())
+        if (const auto failure = performHop()) {
             return TransportError{*failure, address_};
-        if (!isRedirect())
+        }
+        if (!isRedirect()) {
             return response();
-        if (const auto failure = goOn(followed))
+        }
+        if (const auto failure = goOn(followed)) {
             return TransportError{*failure, address_};
+        }
     }
 }
 
@@ -43,25 +47,30 @@ std::optional<TransportError::Code> HttpTransfer::performHop() {
     bodyBegan_ = false;
     const CURLcode code = curlLibrary()->perform(handle_.get());
     // A connection that ends within the head is an empty answer to the library.
-    if (code == CURLE_OK)
+    if (code == CURLE_OK) {
         return headIsWhole_ ? std::nullopt : std::optional(TransportError::kConnectionLost);
-    if (refusal_)
+    }
+    if (refusal_) {
         return refusal_;
-    if (clock_.hasExpired())
+    }
+    if (clock_.hasExpired()) {
         return TransportError::kTimedOut;
+    }
     long systemError = 0;
     curlLibrary()->getInfo(handle_.get(), CURLINFO_OS_ERRNO, &systemError);
     return transportErrorCode(code, systemError, platform::defaultRouteIsReachable());
 }
 
 std::optional<TransportError::Code> HttpTransfer::goOn(long followed) {
-    if (followed >= limits_.redirects)
+    if (followed >= limits_.redirects) {
         return TransportError::kTooManyRedirects;
+    }
     const char* target = nullptr;
     curlLibrary()->getInfo(handle_.get(), CURLINFO_REDIRECT_URL, &target);
     const QString next = QString::fromUtf8(target);
-    if (!HttpRedirect::mayFollow(address_, next))
+    if (!HttpRedirect::mayFollow(address_, next)) {
         return TransportError::kUnsupportedAddress;
+    }
     method_ = HttpRedirect::methodAfter(status(), method_);
     address_ = next;
     return std::nullopt;
@@ -70,10 +79,12 @@ std::optional<TransportError::Code> HttpTransfer::goOn(long followed) {
 std::size_t HttpTransfer::takeBody(char* bytes, std::size_t one, std::size_t count, void* self) {
     auto& transfer = *static_cast<HttpTransfer*>(self);
     const std::size_t size = one * count;
-    if (!std::exchange(transfer.bodyBegan_, true))
+    if (!std::exchange(transfer.bodyBegan_, true)) {
         transfer.lookAtHead();
-    if (!transfer.bodyIsWanted_)
+    }
+    if (!transfer.bodyIsWanted_) {
         return size;
+    }
     transfer.refusal_ = transfer.sink_({bytes, size}, transfer.expectedLength_);
     return transfer.refusal_ ? 0 : size;
 }
@@ -88,10 +99,11 @@ std::size_t HttpTransfer::takeHeader(char* bytes, std::size_t one, std::size_t c
     const std::string_view line(bytes, one * count);
     transfer.headerBytes_ += static_cast<std::int64_t>(line.size());
     // Trailers come here too, after the body; an interim answer is followed by another head.
-    if (line.starts_with("HTTP/"))
+    if (line.starts_with("HTTP/")) {
         transfer.headIsWhole_ = false;
-    else if (line == "\r\n" || line == "\n")
+    } else if (line == "\r\n" || line == "\n") {
         transfer.headIsWhole_ = true;
+    }
     return line.size();
 }
 
@@ -122,8 +134,9 @@ const char* HttpTransfer::header(const char* name) const {
 
 std::int64_t HttpTransfer::expectedLength() const {
     // The stated length is that of the encoded body.
-    if (header("Content-Encoding"))
+    if (header("Content-Encoding")) {
         return -1;
+    }
     curl_off_t length = -1;
     curlLibrary()->getInfo(handle_.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     return length;

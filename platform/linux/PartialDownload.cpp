@@ -33,18 +33,21 @@ Registry& registry() {
 
 std::shared_ptr<PartialDownload> PartialDownload::create() {
     const std::optional<QString> folder = platform::temporaryDirectory();
-    if (!folder)
+    if (!folder) {
         return nullptr;
+    }
     constexpr int kSuffixLength = 4;
     std::string path = QFile::encodeName(*folder + u"/CFNetworkDownload_XXXXXX.tmp"_s).toStdString();
     Registry& all = registry();
     // Made under the lock, so that removeAll() sees every file that exists.
     const std::lock_guard lock(all.mutex);
-    if (all.closed)
+    if (all.closed) {
         return nullptr;
+    }
     const int descriptor = mkostemps(path.data(), kSuffixLength, O_CLOEXEC);
-    if (descriptor < 0)
+    if (descriptor < 0) {
         return nullptr;
+    }
     all.paths.insert(path);
     return std::make_shared<PartialDownload>(descriptor, std::move(path));
 }
@@ -53,8 +56,9 @@ void PartialDownload::removeAll() {
     Registry& all = registry();
     const std::lock_guard lock(all.mutex);
     all.closed = true;
-    for (const std::string& path : all.paths)
+    for (const std::string& path : all.paths) {
         unlink(path.c_str());
+    }
 }
 
 PartialDownload::PartialDownload(int descriptor, std::string path) : descriptor_(descriptor), path_(std::move(path)) {}
@@ -74,10 +78,12 @@ QString PartialDownload::path() const {
 bool PartialDownload::write(std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t count = ::write(descriptor_, bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR)
+        if (count < 0 && errno == EINTR) {
             continue;
-        if (count <= 0)
+        }
+        if (count <= 0) {
             return false;
+        }
         bytes.remove_prefix(static_cast<std::size_t>(count));
     }
     return true;

@@ -65,8 +65,9 @@ std::vector<char*> environmentForChild() {
     const std::string ownOnly = std::string(kBusAddressVariable) + '=' + kNoBusAddress;
     std::vector<char*> variables;
     for (char** variable = environ; variable && *variable; ++variable) {
-        if (*variable != ownOnly)
+        if (*variable != ownOnly) {
             variables.push_back(*variable);
+        }
     }
     variables.push_back(nullptr);
     return variables;

@@ -210,10 +210,11 @@ void Task::waitUntilExit() {
     } while (ended < 0 && errno == EINTR);
     collected_ = true;
     // Somebody else collected the child: how it ended is not known, so it does not count as a success.
-    if (ended < 0)
+    if (ended < 0) {
         status_ = kUnknownStatus;
-    else
+    } else {
         status_ = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+    }
 }
 
 int Task::terminationStatus() const {

@@ -40,14 +40,17 @@ void startThread(std::function<void()> body) {
 
 TransferResult transfer(const UrlRequest& request, const TransferLimits& limits, const BodySink& sink) {
     const std::optional<Address>& address = request.address;
-    if (!address)
+    if (!address) {
         return TransportError{TransportError::kUnsupportedAddress, {}};
+    }
     const QString scheme = address->scheme.value_or(QString()).toLower();
-    if (scheme == u"file"_s)
+    if (scheme == u"file"_s) {
         return transferFile(address->text, limits.receiveBuffer, sink);
+    }
     const bool isHttp = scheme == u"http"_s || scheme == u"https"_s;
-    if (!isHttp || address->host.value_or(QString()).isEmpty())
+    if (!isHttp || address->host.value_or(QString()).isEmpty()) {
         return TransportError{TransportError::kUnsupportedAddress, address->text};
+    }
     return HttpTransfer(request, limits, sink).run();
 }
 
@@ -55,46 +58,52 @@ void runDataTask(const UrlRequest& request, const UrlSession::DataCompletion& co
                  const TransferLimits& limits) {
     QByteArray data("");
     const BodySink sink = [&](std::string_view bytes, std::int64_t) -> std::optional<TransportError::Code> {
-        if (static_cast<qsizetype>(bytes.size()) > limits.data - data.size())
+        if (static_cast<qsizetype>(bytes.size()) > limits.data - data.size()) {
             return TransportError::kDataLengthExceedsMaximum;
+        }
         data.append(bytes.data(), static_cast<qsizetype>(bytes.size()));
         return std::nullopt;
     };
     const TransferResult result = transfer(request, limits, sink);
-    if (const auto* const error = std::get_if<TransportError>(&result))
+    if (const auto* const error = std::get_if<TransportError>(&result)) {
         completion(std::nullopt, std::nullopt, *error);
-    else
+    } else {
         completion(data, std::get<UrlResponse>(result), std::nullopt);
+    }
 }
 
 // The transfer into `file`; an error also when the system loses bytes at closing.
 TransferResult fillFile(const UrlRequest& request, const TransferLimits& limits, PartialDownload& file,
                         DownloadProgress& progress) {
     const BodySink sink = [&](std::string_view bytes, std::int64_t expected) -> std::optional<TransportError::Code> {
-        if (!file.write(bytes))
+        if (!file.write(bytes)) {
             return TransportError::kCannotWriteFile;
+        }
         progress.add(static_cast<std::int64_t>(bytes.size()), expected);
         return std::nullopt;
     };
     TransferResult result = transfer(request, limits, sink);
-    if (!file.close() && std::holds_alternative<UrlResponse>(result))
+    if (!file.close() && std::holds_alternative<UrlResponse>(result)) {
         return TransportError{TransportError::kCannotWriteFile, request.address->text};
+    }
     return result;
 }
 
 void finishOnMainThread(const UrlSession::DownloadCallbacks& callbacks, const UrlResponse& response,
                         std::shared_ptr<PartialDownload> file) {
     MainQueue::async([callbacks, response, file = std::move(file)]() mutable {
-        if (callbacks.didFinishDownloading)
+        if (callbacks.didFinishDownloading) {
             callbacks.didFinishDownloading(response, file->path());
+        }
         file.reset(); // deletes the file if it is still there
     });
 }
 
 void completeOnMainThread(const UrlSession::DownloadCallbacks& callbacks, std::optional<TransportError> error) {
     MainQueue::async([callbacks, error = std::move(error)] {
-        if (callbacks.didComplete)
+        if (callbacks.didComplete) {
             callbacks.didComplete(error);
+        }
     });
 }
 

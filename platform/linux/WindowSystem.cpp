@@ -47,14 +47,17 @@ public:
         : event_(event), selection_(selection), changed_(std::move(changed)) {}
 
     bool nativeEventFilter(const QByteArray& type, void* message, qintptr*) override {
-        if (type != "xcb_generic_event_t")
+        if (type != "xcb_generic_event_t") {
             return false;
+        }
         const auto* const event = static_cast<const xcb_generic_event_t*>(message);
-        if ((event->response_type & 0x7f) != event_)
+        if ((event->response_type & 0x7f) != event_) {
             return false;
+        }
         const auto* const notify = static_cast<const xcb_xfixes_selection_notify_event_t*>(message);
-        if (notify->selection == selection_)
+        if (notify->selection == selection_) {
             changed_();
+        }
         return false;
     }
 
@@ -66,8 +69,9 @@ private:
 
 void setShape(const QWindow& window, xcb_shape_sk_t kind, const std::vector<QRect>& rectangles) {
     xcb_connection_t* const connection = connectionToX();
-    if (connection == nullptr || window.handle() == nullptr)
+    if (connection == nullptr || window.handle() == nullptr) {
         return;
+    }
     const auto id = static_cast<xcb_window_t>(window.winId());
     if (rectangles.empty()) {
         xcb_shape_mask(connection, XCB_SHAPE_SO_SET, kind, id, 0, 0, XCB_PIXMAP_NONE);
@@ -87,8 +91,9 @@ void setShape(const QWindow& window, xcb_shape_sk_t kind, const std::vector<QRec
 
 bool compositorIsRunning() {
     xcb_connection_t* const connection = connectionToX();
-    if (connection == nullptr)
+    if (connection == nullptr) {
         return true;
+    }
     const xcb_atom_t selection = compositorSelection(connection);
     const auto cookie = xcb_get_selection_owner(connection, selection);
     const ReplyPointer<xcb_get_selection_owner_reply_t> reply(
@@ -98,11 +103,13 @@ bool compositorIsRunning() {
 
 void watchCompositor(std::function<void()> changed) {
     xcb_connection_t* const connection = connectionToX();
-    if (connection == nullptr)
+    if (connection == nullptr) {
         return;
+    }
     const xcb_query_extension_reply_t* const xfixes = xcb_get_extension_data(connection, &xcb_xfixes_id);
-    if (xfixes == nullptr || xfixes->present == 0)
+    if (xfixes == nullptr || xfixes->present == 0) {
         return;
+    }
     const xcb_atom_t selection = compositorSelection(connection);
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
     xcb_xfixes_select_selection_input(connection, root, selection,
@@ -115,8 +122,9 @@ void watchCompositor(std::function<void()> changed) {
 }
 
 void flushDisplay() {
-    if (xcb_connection_t* const connection = connectionToX())
+    if (xcb_connection_t* const connection = connectionToX()) {
         xcb_flush(connection);
+    }
 }
 
 void setWindowShape(const QWindow& window, const std::vector<QRect>& rectangles) {

@@ -30,18 +30,21 @@ NSMutableURLRequest* requestOf(const UrlRequest& request, const TransferLimits& 
     NSMutableURLRequest* const result = [NSMutableURLRequest requestWithURL:urlOf(request.address)];
     result.HTTPMethod = request.method.toNSString();
     result.timeoutInterval = std::chrono::duration<double>(limits.idle).count();
-    for (const auto& [name, value] : request.headers)
+    for (const auto& [name, value] : request.headers) {
         [result addValue:value.toNSString() forHTTPHeaderField:name.toNSString()];
-    if (!request.body.isEmpty())
+    }
+    if (!request.body.isEmpty()) {
         result.HTTPBody = request.body.toNSData();
+    }
     return result;
 }
 
 void complete(const UrlSession::DataCompletion& completion, NSData* data, NSURLResponse* response, NSError* error) {
-    if (error)
+    if (error) {
         completion(std::nullopt, std::nullopt, errorOf(error));
-    else
+    } else {
         completion(QByteArray::fromNSData(data), responseOf(response), std::nullopt);
+    }
 }
 
 } // namespace
@@ -57,8 +60,9 @@ void complete(const UrlSession::DataCompletion& completion, NSData* data, NSURLR
 
 - (instancetype)initWithCallbacks:(UrlSession::DownloadCallbacks)callbacks {
     self = [super init];
-    if (self)
+    if (self) {
         _callbacks = std::move(callbacks);
+    }
     return self;
 }
 
@@ -68,8 +72,9 @@ void complete(const UrlSession::DataCompletion& completion, NSData* data, NSURLR
             totalBytesWritten:(int64_t)total
     totalBytesExpectedToWrite:(int64_t)expected {
     platform::reportingUncaughtExceptions([&] {
-        if (_callbacks.didWriteData)
+        if (_callbacks.didWriteData) {
             _callbacks.didWriteData(bytes, total, expected);
+        }
     });
 }
 
@@ -77,15 +82,17 @@ void complete(const UrlSession::DataCompletion& completion, NSData* data, NSURLR
                  downloadTask:(NSURLSessionDownloadTask*)task
     didFinishDownloadingToURL:(NSURL*)location {
     platform::reportingUncaughtExceptions([&] {
-        if (_callbacks.didFinishDownloading)
+        if (_callbacks.didFinishDownloading) {
             _callbacks.didFinishDownloading(responseOf(task.response), QString::fromNSString(location.path));
+        }
     });
 }
 
 - (void)URLSession:(NSURLSession*)session task:(NSURLSessionTask*)task didCompleteWithError:(NSError*)error {
     platform::reportingUncaughtExceptions([&] {
-        if (_callbacks.didComplete)
+        if (_callbacks.didComplete) {
             _callbacks.didComplete(error ? std::optional(errorOf(error)) : std::nullopt);
+        }
     });
     [session finishTasksAndInvalidate];
 }

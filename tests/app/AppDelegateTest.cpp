@@ -46,8 +46,9 @@ protected:
     }
 
     AppDelegate& delegate() {
-        if (!delegate_)
+        if (!delegate_) {
             delegate_ = std::make_unique<AppDelegate>(loadMainMenu());
+        }
         return *delegate_;
     }
 
@@ -78,8 +79,9 @@ TEST_F(Delegate, LogsTheLaunchInItsOrderWithOneLineNumber) {
                            u"Kit start."_s}));
     static const QRegularExpression line(u"\"line\": \"(\\d+)\""_s);
     QStringList lines;
-    for (const QString& entry : test::eventLog().mid(0, 4))
+    for (const QString& entry : test::eventLog().mid(0, 4)) {
         lines += line.match(entry).captured(1);
+    }
     EXPECT_EQ(lines.count(lines.first()), 4);
 }
 
@@ -126,8 +128,9 @@ TEST_F(Delegate, QueuesTheStartEventOfTheController) {
 TEST_F(Delegate, QueuesLinesFromAnyThread) {
     delegate().applicationDidFinishLaunching();
     const auto postMany = [](const QString& line) {
-        for (int index = 0; index < 200; ++index)
+        for (int index = 0; index < 200; ++index) {
             post(kLogAnalytics, line);
+        }
     };
     std::thread other(postMany, u"other"_s);
     postMany(u"main"_s);
@@ -149,9 +152,10 @@ TEST_F(Delegate, TakesTheLastEndpointAndForgetsItForAnAbsentOne) {
 TEST_F(Delegate, AsksForTheCrashDialogOnItsOwnAddressesOnly) {
     EXPECT_EQ(dialogsFor(u"qnd://crashInfo"_s), (QList<QVariantMap>{{{u"withOverlay"_s, true}}}));
     EXPECT_EQ(dialogsFor(u"qnd://innerCrashInfo"_s), (QList<QVariantMap>{{{u"withOverlay"_s, false}}}));
-    for (const QString& other :
-         {u"qnd://install"_s, u"qnd://CrashInfo"_s, u"xyd://crashInfo"_s, u"qnd://crashInfo/"_s, u"crashInfo"_s, u""_s})
+    for (const QString& other : {u"qnd://install"_s, u"qnd://CrashInfo"_s, u"xyd://crashInfo"_s, u"qnd://crashInfo/"_s,
+                                 u"crashInfo"_s, u""_s}) {
         EXPECT_TRUE(dialogsFor(other).isEmpty()) << other.toStdString();
+    }
 }
 
 TEST_F(Delegate, FollowsThePortalTypeInItsAddresses) {
@@ -168,8 +172,9 @@ TEST_F(Delegate, AppendsTheEndEventDirectlyAndLogsItOnce) {
     EXPECT_EQ(notified, 0);
     EXPECT_EQ(analyticsQueue().size(), 2);
     EXPECT_TRUE(analyticsQueue().last().contains(u"\"EVT\":\"End\""_s));
-    for (const QString& key : {u"\"SR\":"_s, u"\"Proc\":"_s, u"\"ProcType\":"_s})
+    for (const QString& key : {u"\"SR\":"_s, u"\"Proc\":"_s, u"\"ProcType\":"_s}) {
         EXPECT_TRUE(analyticsQueue().last().contains(key));
+    }
     EXPECT_EQ(test::eventLogMessages().filter(u"\"EVT\":\"End\""_s).size(), 1);
 }
 

@@ -102,7 +102,8 @@ protected:
 // The level word of each entry.
 inline QStringList levels() {
     QStringList words;
-    for (const QString& line : test::eventLog())
+    for (const QString& line : test::eventLog()) {
         words += line.section(u"\"trace\": \""_s, 1).section(QLatin1Char('"'), 0, 0);
+    }
     return words;
 }

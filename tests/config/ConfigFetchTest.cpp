@@ -31,8 +31,9 @@ TEST_F(ConfigFetch, SendsAPlainGetWithTheSixHeadersInOrder) {
     loopback::Headers ours;
     for (const auto& header : request.headers) {
         for (const char* name : {"appName", "ci", "os", "osVer", "country", "locale"}) {
-            if (header.first == name)
+            if (header.first == name) {
                 ours.push_back(header);
+            }
         }
     }
     EXPECT_THAT(ours, ElementsAre(Pair("appName", "SampleProduct"),
@@ -89,8 +90,9 @@ TEST_F(ConfigFetch, ReturnsAtOnceAndCallsBackOnlyFromTheQueue) {
     QNConfigProvider::loadConfigWithCompletion([&](const auto&, const auto&) { ++calls; });
     EXPECT_TRUE(server.waitForRequests(1));
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (addresses.seen().isEmpty() && std::chrono::steady_clock::now() < limit)
+    while (addresses.seen().isEmpty() && std::chrono::steady_clock::now() < limit) {
         std::this_thread::yield();
+    }
     EXPECT_EQ(calls, 0); // the answer has been worked on, but this thread's queue has not run
     EXPECT_THAT(addresses.seen(), ElementsAre(u"https://h/collect"_s));
     EXPECT_TRUE(test::waitFor([&] { return calls == 1; }));

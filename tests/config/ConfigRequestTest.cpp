@@ -8,17 +8,19 @@ using namespace Qt::StringLiterals;
 
 TEST(ConfigRequest, TakesAnArgumentWithSchemeAndHostAsTheAddress) {
     for (const auto& argument : {u"HTTP://Host/P"_s, u"http://[::1]:80/c"_s, u"http://:80/"_s, u"other://x"_s,
-                                 u"https://h/a?b=c&amp;d#e"_s, u"http://h/%41"_s})
+                                 u"https://h/a?b=c&amp;d#e"_s, u"http://h/%41"_s}) {
         EXPECT_EQ(ConfigRequest::overridingAddress({u"/program"_s, argument, u"http://second/"_s}), argument);
+    }
 }
 
 TEST(ConfigRequest, IgnoresEveryOtherArgument) {
     for (const auto& argument :
          {u"http:/x"_s, u"http:///x"_s, u"http://"_s, u"file:///x"_s, u"mailto:a@b"_s, u"localhost:8080"_s, u"//h/x"_s,
           u"/p"_s, u"word"_s, u"-psn_0_1"_s, u"--open-url"_s, u""_s, u"http://h/a b"_s, u"http://h/ü"_s,
-          u"http://h/%zz"_s, u"http://h/#a#b"_s, u"http://h/`"_s})
+          u"http://h/%zz"_s, u"http://h/#a#b"_s, u"http://h/`"_s}) {
         EXPECT_EQ(ConfigRequest::overridingAddress({u"/program"_s, argument, u"http://second/"_s}), std::nullopt)
             << argument.toStdString();
+    }
 }
 
 TEST(ConfigRequest, HasNoOverrideWithoutAnArgument) {

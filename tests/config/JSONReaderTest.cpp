@@ -114,8 +114,9 @@ TEST(JSONReader, RefusesWhatIsNoJson) {
         ":",
         ",",
     };
-    for (const auto& bytes : table)
+    for (const auto& bytes : table) {
         EXPECT_EQ(valueOf(bytes), std::nullopt) << bytes.toStdString();
+    }
 }
 
 TEST(JSONReader, RefusesAZeroByteInsteadOfEndingThere) {
@@ -143,8 +144,9 @@ TEST(JSONReader, ReadsWideEncodingsWithAndWithoutAMark) {
     using Converter = QStringConverter;
     for (const auto encoding :
          {Converter::Utf8, Converter::Utf16LE, Converter::Utf16BE, Converter::Utf32LE, Converter::Utf32BE}) {
-        for (const bool withMark : {false, true})
+        for (const bool withMark : {false, true}) {
             EXPECT_EQ(valueOf(encoded(text, encoding, withMark)), expected) << int(encoding) << withMark;
+        }
     }
 }
 
@@ -170,8 +172,9 @@ TEST(JSONReader, RefusesDamagedWideText) {
 }
 
 TEST(JSONReader, RefusesEveryBeginningOfADocument) {
-    for (qsizetype length = 0; length < kDocument.size(); ++length)
+    for (qsizetype length = 0; length < kDocument.size(); ++length) {
         EXPECT_EQ(valueOf(kDocument.first(length)), std::nullopt) << length;
+    }
 }
 
 TEST(JSONReader, TellsWhereADocumentIsWrong) {
@@ -193,8 +196,9 @@ TEST(JSONReader, SurvivesGarbage) {
     std::mt19937 random(20240305);
     for (int round = 0; round < 2000; ++round) {
         QByteArray garbage(static_cast<qsizetype>(random() % 64), '\0');
-        for (char& byte : garbage)
+        for (char& byte : garbage) {
             byte = static_cast<char>(random());
+        }
         valueOf(garbage);
     }
 }

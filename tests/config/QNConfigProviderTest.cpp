@@ -19,12 +19,14 @@ void putSettings(const QVariant& environment) {
          {u"DEV1_URL"_s, u"QA1_URL"_s, u"BETA_URL"_s, u"PRODUCTION_URL"_s, u"kQNApplicationDataPathDev1"_s,
           u"kQNApplicationDataPathQA1"_s, u"kQNApplicationDataPathBeta"_s, u"kQNApplicationDataPathProd"_s,
           u"kQNInstallBinaryPathDev1"_s, u"kQNInstallBinaryPathQA1"_s, u"kQNInstallBinaryPathBeta"_s,
-          u"kQNInstallBinaryPathProd"_s})
+          u"kQNInstallBinaryPathProd"_s}) {
         settings[key] = key;
+    }
     settings[u"QNEnv"_s] = u"qa1"_s; // only the top level counts
     QVariantMap info{{u"QNConfig"_s, settings}};
-    if (environment.isValid())
+    if (environment.isValid()) {
         info[u"QNEnv"_s] = environment;
+    }
     test::writeInfoPlist(info);
 }
 
@@ -94,8 +96,9 @@ TEST(Settings, ThatAreNumbersOrTruthValuesAreTakenByTheirText) {
     EXPECT_EQ(QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s), u"2.5"_s);
     EXPECT_EQ(QNConfigProvider::getStringFromPlist(u"yes"_s), u"1"_s);
     EXPECT_EQ(QNConfigProvider::getStringFromPlist(u"no"_s), u"0"_s);
-    for (const QString& key : {u"data"_s, u"date"_s, u"dictionary"_s})
+    for (const QString& key : {u"data"_s, u"date"_s, u"dictionary"_s}) {
         EXPECT_EQ(QNConfigProvider::getStringFromPlist(key), std::nullopt) << key.toStdString();
+    }
 }
 
 TEST(Settings, HaveEveryEscapedAmpersandOfAnAddressUndoneOnceAndNothingElse) {
@@ -194,8 +197,9 @@ TEST(ShippedList, HoldsEverySetting) {
                             u"BG_COLOR"_s,
                             u"visitOnlineHelpSiteUrl"_s,
                             u"downloadAndInstallLatestVersionUrl"_s,
-                            u"clickHereUrl"_s})
+                            u"clickHereUrl"_s}) {
         EXPECT_FALSE(QNConfigProvider::getStringFromPlist(key).value_or(QString()).isEmpty()) << key.toStdString();
+    }
     EXPECT_TRUE(QNConfigProvider::getEnvSpecificAppDataPath()->startsWith(u'/'));
 }
 

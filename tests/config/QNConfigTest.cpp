@@ -54,8 +54,9 @@ TEST(Config, LeavesEverythingAbsentForAnEmptyDocument) {
     EXPECT_EQ(config.softwareList(), std::nullopt);
     for (const auto& text : {config.defaultAction(), config.actionUrl(), config.actionDescription(),
                              config.customParam(), config.latestMacURL(), config.latestWinURL(), config.appName(),
-                             config.appShortName(), config.analyticsURL(), config.commandLineArgs()})
+                             config.appShortName(), config.analyticsURL(), config.commandLineArgs()}) {
         EXPECT_EQ(text, std::nullopt);
+    }
 }
 
 TEST(Config, TakesTheFirstActiveUserAction) {
@@ -143,8 +144,9 @@ TEST(Config, TakesValuesThatAreNoTextForAbsent) {
         "actionUrl":null,"actionDescription":true,"customParam":{}}],
         "software":[{"IsActive":"1","macUrl":["m"],"commandLineArgs":["-a"]}]})");
     for (const auto& text : {config.analyticsURL(), config.actionUrl(), config.actionDescription(),
-                             config.customParam(), config.latestMacURL(), config.commandLineArgs()})
+                             config.customParam(), config.latestMacURL(), config.commandLineArgs()}) {
         EXPECT_EQ(text, std::nullopt);
+    }
     EXPECT_EQ(modelOf(R"({"userAction":[{"isActive":"1","action":1}]})").defaultAction(), std::nullopt);
 }
 
@@ -156,8 +158,9 @@ TEST(Config, SkipsListEntriesThatAreNoObjectsAndListsThatAreNone) {
     EXPECT_EQ(
         modelOf(R"({"userAction":[null,1,"isActive",["isActive","1"],{"action":"a","isActive":"1"}]})").defaultAction(),
         u"a"_s);
-    for (const char* list : {"null", "1", "\"1\"", "{\"isActive\":\"1\"}"})
+    for (const char* list : {"null", "1", "\"1\"", "{\"isActive\":\"1\"}"}) {
         EXPECT_EQ(modelOf(QByteArray("{\"userAction\":") + list + "}").userActionList(), std::nullopt) << list;
+    }
     EXPECT_EQ(modelWithSoftware(R"([5,{"IsActive":"1","macUrl":"m"}])").latestMacURL(), u"m"_s);
     EXPECT_EQ(modelWithSoftware(R"({"IsActive":"1","macUrl":"m"})").latestMacURL(), std::nullopt);
 }

@@ -34,8 +34,9 @@ QMap<QString, QByteArray> readingInstaller() {
 void writePayload(const QString& path) {
     std::ofstream file(path.toStdString(), std::ios::binary);
     constexpr std::size_t kPiece = std::size_t{1} << 20;
-    for (std::uint64_t offset = 0; offset < kGibibyte; offset += kPiece)
+    for (std::uint64_t offset = 0; offset < kGibibyte; offset += kPiece) {
         file << loopback::generatedBytes(offset, kPiece);
+    }
     file.close();
     ASSERT_EQ(fs::file_size(path.toStdString()), kGibibyte);
 }
@@ -55,8 +56,9 @@ QString bigImage() {
     QProcess writer;
     writer.start(u"" BUILT_BUNDLE "/Contents/SystemRoot/usr/bin/hdiutil"_s,
                  {u"create"_s, u"-srcfolder"_s, source, u"-volname"_s, u"Kit Setup"_s, u"-format"_s, u"UDRO"_s, image});
-    if (!writer.waitForFinished(60'000) || writer.exitCode() != 0)
+    if (!writer.waitForFinished(60'000) || writer.exitCode() != 0) {
         ADD_FAILURE() << "the image was not made: " << writer.readAllStandardError().toStdString();
+    }
     QDir(source).removeRecursively();
     return image;
 }
@@ -68,9 +70,11 @@ QByteArray payload(std::uint64_t offset) {
 // Every file system that is mounted below this folder.
 QStringList mountsBelow(const QString& folder) {
     QStringList mounts;
-    for (const QByteArray& line : test::readFile(u"/proc/self/mountinfo"_s).split('\n'))
-        if (line.contains(QByteArray(" " + folder.toUtf8() + "/")))
+    for (const QByteArray& line : test::readFile(u"/proc/self/mountinfo"_s).split('\n')) {
+        if (line.contains(QByteArray(" " + folder.toUtf8() + "/"))) {
             mounts.append(QString::fromUtf8(line));
+        }
+    }
     return mounts;
 }
 

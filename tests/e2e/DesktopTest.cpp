@@ -33,8 +33,9 @@ std::optional<Place> placeOfWindow() {
             xcb_get_window_attributes_reply(connection, xcb_get_window_attributes(connection, windows[index]), nullptr);
         auto* const geometry =
             xcb_get_geometry_reply(connection, xcb_get_geometry(connection, windows[index]), nullptr);
-        if (state && geometry && state->map_state == XCB_MAP_STATE_VIEWABLE)
+        if (state && geometry && state->map_state == XCB_MAP_STATE_VIEWABLE) {
             place = Place{geometry->x, geometry->y, geometry->width, geometry->height};
+        }
         std::free(state);
         std::free(geometry);
     }

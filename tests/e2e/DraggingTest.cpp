@@ -100,8 +100,9 @@ protected:
     static void pullFrom(const QPoint& start, const QPoint& grip) {
         movePointer(start + grip);
         tool({u"mousedown"_s, u"1"_s});
-        for (int step = 1; step <= 10; ++step)
+        for (int step = 1; step <= 10; ++step) {
             movePointer(start + grip + QPoint(-10 * step, -10 * step));
+        }
         tool({u"mouseup"_s, u"1"_s});
     }
 
@@ -122,8 +123,9 @@ TEST_P(Dragging, MovesTheWindowByItsBackgroundUntilTheButtonIsReleased) {
 
 TEST_P(Dragging, LeavesTheWindowWhereItIsFromAButtonATextOrALink) {
     const QPoint start = corner().value();
-    for (const QPoint& grip : {kCloseButton, kCross, kHeadline, kLink})
+    for (const QPoint& grip : {kCloseButton, kCross, kHeadline, kLink}) {
         pullFrom(start, grip);
+    }
     // All of that has been seen once this has, and it begins where the window was.
     const QPoint end = dragFrom(start, kBackground, {20, 10});
     EXPECT_EQ(run_.openedAddresses(0), QStringList()) << "a link counts where the button is released";

@@ -36,8 +36,9 @@ void makeBundle(const QString& bundle) {
     const fs::path built = BUILT_BUNDLE "/Contents";
     fs::create_directories(contents / "MacOS");
     fs::copy_file(built / "MacOS/QNInstaller", contents / "MacOS/QNInstaller");
-    for (const char* folder : {"Resources", "SystemRoot", "PlugIns"})
+    for (const char* folder : {"Resources", "SystemRoot", "PlugIns"}) {
         linkBundleFolder(built, contents, folder);
+    }
 }
 
 QString text(const std::string& bytes) {
@@ -148,11 +149,13 @@ QProcessEnvironment InstallerRun::environment() const {
     environment.insert(u"LANG"_s, u"de_AT.UTF-8"_s);
     environment.insert(u"TZ"_s, u"UTC"_s);
     for (const char* name : {"DISPLAY", "XAUTHORITY", "ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"}) {
-        if (qEnvironmentVariableIsSet(name))
+        if (qEnvironmentVariableIsSet(name)) {
             environment.insert(QString::fromLatin1(name), qEnvironmentVariable(name));
+        }
     }
-    for (auto own = environment_.cbegin(); own != environment_.cend(); ++own)
+    for (auto own = environment_.cbegin(); own != environment_.cend(); ++own) {
         environment.insert(own.key(), own.value());
+    }
     return environment;
 }
 
@@ -163,19 +166,21 @@ QString InstallerRun::executable() const {
 void InstallerRun::start(const QStringList& arguments) {
     process_.setProcessEnvironment(environment());
     process_.setStandardErrorFile(folder_ + u"/console"_s);
-    if (tracesOpens_)
+    if (tracesOpens_) {
         process_.start(u"strace"_s, QStringList{u"-f"_s, u"-qq"_s, u"-e"_s, u"trace=openat"_s, u"-I"_s, u"2"_s, u"-o"_s,
                                                 folder_ + u"/opens"_s, executable()} +
                                         arguments);
-    else
+    } else {
         process_.start(executable(), arguments);
+    }
     ASSERT_TRUE(process_.waitForStarted()) << process_.errorString().toStdString();
 }
 
 void InstallerRun::closeStandardStreams() {
     process_.setChildProcessModifier([] {
-        for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
             ::close(descriptor);
+        }
     });
 }
 
@@ -278,8 +283,9 @@ QString InstallerRun::masked(QString text) const {
     text.replace(folder_, u"FOLDER"_s);
     text.replace(u"127.0.0.1:"_s + QString::number(portal_.port()), u"PORTAL"_s);
     text.replace(u"-%1/"_s.arg(::getuid()), u"-UID/"_s);
-    for (const auto& [pattern, mask] : patterns)
+    for (const auto& [pattern, mask] : patterns) {
         text.replace(QRegularExpression(QString::fromLatin1(pattern)), QString::fromLatin1(mask));
+    }
     return text;
 }
 
@@ -296,9 +302,10 @@ QString InstallerRun::consoleAccount() const {
 
 QString InstallerRun::requestsAccount() const {
     QString account;
-    for (const loopback::Request& request : portal_.requests())
+    for (const loopback::Request& request : portal_.requests()) {
         account += text(request.head).replace(u"\r\n"_s, u"\n"_s) +
                    text(request.body).replace(u"\r\n"_s, u"<CR LF>\n"_s) + (request.body.empty() ? u""_s : u"\n"_s);
+    }
     return account;
 }
 
@@ -329,8 +336,9 @@ QByteArray diskImage(const QString& volumeName, const QMap<QString, QByteArray>&
     QProcess writer;
     writer.start(u"xorriso"_s,
                  {u"-as"_s, u"mkisofs"_s, u"-quiet"_s, u"-hfsplus"_s, u"-V"_s, volumeName, u"-o"_s, image, source});
-    if (!writer.waitForFinished() || writer.exitCode() != 0)
+    if (!writer.waitForFinished() || writer.exitCode() != 0) {
         ADD_FAILURE() << "the image was not made: " << writer.readAllStandardError().toStdString();
+    }
     return test::readFile(image);
 }
 
@@ -351,8 +359,9 @@ QMap<QString, QByteArray> sampleInstaller(const QString& name, int status) {
 
 void expectAccount(const QString& account, const QString& name) {
     const QString expectedPath = u"" EXPECTED_FOLDER "/"_s + name + u".txt"_s;
-    if (test::readFile(expectedPath) == account.toUtf8())
+    if (test::readFile(expectedPath) == account.toUtf8()) {
         return;
+    }
     const QString actualPath = u"" ACTUAL_FOLDER "/"_s + name + u".txt"_s;
     test::writeFile(actualPath, account.toUtf8());
     QProcess diff;

@@ -103,12 +103,15 @@ QList<QVariantMap> ControllerTest::events() const {
     QList<QVariantMap> events;
     for (const QString& message : test::eventLogMessages().mid(firstMessage_)) {
         QVariantMap event = QJsonDocument::fromJson(message.toUtf8()).object().toVariantMap();
-        if (!event.contains(u"EVT"_s))
+        if (!event.contains(u"EVT"_s)) {
             continue;
-        for (const QString& key : {u"Ver"_s, u"APP"_s, u"OS"_s, u"OSVer"_s, u"CC"_s, u"L"_s})
+        }
+        for (const QString& key : {u"Ver"_s, u"APP"_s, u"OS"_s, u"OSVer"_s, u"CC"_s, u"L"_s}) {
             event.remove(key);
-        if (event.contains(u"T"_s))
+        }
+        if (event.contains(u"T"_s)) {
             event.insert(u"T"_s, event.value(u"T"_s).toDouble() >= 0 ? u"seconds"_s : u"negative"_s);
+        }
         events += event;
     }
     return events;

@@ -33,8 +33,9 @@ public:
     NoMoreMemory() {
         long pages = 0;
         if (std::FILE* const statistics = std::fopen("/proc/self/statm", "re")) {
-            if (std::fscanf(statistics, "%ld", &pages) != 1)
+            if (std::fscanf(statistics, "%ld", &pages) != 1) {
                 pages = 0;
+            }
             std::fclose(statistics);
         }
         EXPECT_EQ(::getrlimit(RLIMIT_AS, &usual_), 0);

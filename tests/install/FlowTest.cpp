@@ -53,8 +53,9 @@ TEST_F(Flow, SendsStartBeforeAnythingElseWhenTheViewIsLoaded) {
     const QStringList log = test::eventLogMessages();
     ASSERT_EQ(log.size(), 2);
     for (const QString& part :
-         {u"\"EVT\":\"Start\""_s, u"\"SR\":\"1280x800\""_s, u"\"Proc\":\"Sample CPU\""_s, u"\"ProcType\":\""_s})
+         {u"\"EVT\":\"Start\""_s, u"\"SR\":\"1280x800\""_s, u"\"Proc\":\"Sample CPU\""_s, u"\"ProcType\":\""_s}) {
         EXPECT_TRUE(log[0].contains(part)) << log[0].toStdString();
+    }
     EXPECT_EQ(log[1], u"Show NoInternet screen"_s);
     EXPECT_TRUE(loaded.closeWithoutCheck());
     EXPECT_FALSE(loaded.forceInstall());

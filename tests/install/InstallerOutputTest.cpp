@@ -35,8 +35,9 @@ TEST(InstallerOutput, ReadsBothNumbersOfAProgressLine) {
         {u"a/b"_s, std::nullopt},
         {u""_s, std::nullopt},
     };
-    for (const auto& [chunk, numbers] : rows)
+    for (const auto& [chunk, numbers] : rows) {
         EXPECT_EQ(progressOf(chunk), numbers) << chunk.toStdString();
+    }
 }
 
 TEST(InstallerOutput, RaisesARangeErrorWithoutASlash) {

@@ -28,8 +28,9 @@ QStringList callsOnTheLog(const QString& trace) {
     QStringList calls;
     for (const QString& line : trace.split(u'\n')) {
         const auto match = open.match(line);
-        if (!match.hasMatch())
+        if (!match.hasMatch()) {
             continue;
+        }
         const bool creates = match.captured(1).contains(u"O_CREAT"_s);
         const bool failed = match.captured(2).startsWith(u'-');
         calls += (creates ? u"create"_s : u"open"_s) + (failed ? u" fails"_s : QString());

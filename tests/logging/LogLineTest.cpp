@@ -84,8 +84,9 @@ TEST(LogLine, TakesTheRestOfAnEventTextAsTheMessage) {
         {u" ci=a {}"_s, u"{}"_s},         // an empty first token is found nowhere
         {u"T ci=xT {T}"_s, u"ci=x {}"_s}, // the time goes first, and the second token is not found any more
     };
-    for (const auto& [text, expected] : table)
+    for (const auto& [text, expected] : table) {
         EXPECT_EQ(LogLine::entryOfEvent(u"EVT"_s, text).message, expected) << text.toStdString();
+    }
 }
 
 TEST(LogLine, TakesWhatStandsBetweenTheFirstTwoEqualSignsAsTheIdentifier) {
@@ -96,8 +97,9 @@ TEST(LogLine, TakesWhatStandsBetweenTheFirstTwoEqualSignsAsTheIdentifier) {
 
 TEST(LogLine, RaisesForAnEventTextWithFewerThanTwoTokensOrNoEqualSign) {
     const QString beyond = u"NSRangeException: *** -[__NSArrayM objectAtIndex:]: index 1 beyond bounds [0 .. 0]"_s;
-    for (const auto& text : {u""_s, u"T1"_s, u"T1\tci=a"_s, u"T1 ci {}"_s, u"T1  ci=a {}"_s, u" "_s})
+    for (const auto& text : {u""_s, u"T1"_s, u"T1\tci=a"_s, u"T1 ci {}"_s, u"T1  ci=a {}"_s, u" "_s}) {
         EXPECT_EQ(raisedBy(text), beyond) << text.toStdString();
+    }
     EXPECT_EQ(raisedBy(u"T1 ci=a {}"_s), u"nothing"_s);
 }
 

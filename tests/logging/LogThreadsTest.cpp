@@ -32,10 +32,11 @@ TEST(LogThreads, WritesEveryEntryOfSeveralThreadsAsOneWholeLine) {
         threads.emplace_back([thread, &start] {
             start.arrive_and_wait(); // the first entries race for the identifier, too
             for (int entry = 0; entry < kEntries; ++entry) {
-                if (entry % 2 == 0)
+                if (entry % 2 == 0) {
                     QNLogger::debug(message(thread, entry), logContext("f"));
-                else
+                } else {
                     QNLogger::logEvent(u"T ci=c "_s + message(thread, entry), logContext("f"));
+                }
             }
         });
     }
@@ -50,7 +51,8 @@ TEST(LogThreads, WritesEveryEntryOfSeveralThreadsAsOneWholeLine) {
     const QStringList messages = test::eventLogMessages();
     const QSet<QString> seen(messages.begin(), messages.end());
     for (int thread = 0; thread < kThreads; ++thread) {
-        for (int entry = 0; entry < kEntries; ++entry)
+        for (int entry = 0; entry < kEntries; ++entry) {
             EXPECT_TRUE(seen.contains(message(thread, entry))) << thread << ' ' << entry;
+        }
     }
 }

@@ -69,8 +69,9 @@ std::optional<Address> addressOf(const std::string& text) {
 
 QStringList levels() {
     QStringList words;
-    for (const QString& line : test::eventLog())
+    for (const QString& line : test::eventLog()) {
         words += line.section(u"\"trace\": \""_s, 1).section(u'"', 0, 0);
+    }
     return words;
 }
 
@@ -262,8 +263,9 @@ void forbidNewThreads() {
         namespace fs = std::filesystem;
         const fs::path folder = test::folder().toStdString();
         ASSERT_EQ(chown(folder.c_str(), kNobody, kNobody), 0);
-        for (const auto& entry : fs::recursive_directory_iterator(folder))
+        for (const auto& entry : fs::recursive_directory_iterator(folder)) {
             ASSERT_EQ(lchown(entry.path().c_str(), kNobody, kNobody), 0);
+        }
         ASSERT_EQ(setresuid(kNobody, kNobody, kNobody), 0);
     }
     setThreadLimit(1);

@@ -10,8 +10,9 @@ class AsNobody {
 public:
     AsNobody() : changed_(geteuid() == 0 && setresuid(kNobody, kNobody, 0) == 0) {}
     ~AsNobody() {
-        if (!changed_ || setresuid(0, 0, 0) != 0)
+        if (!changed_ || setresuid(0, 0, 0) != 0) {
             return;
+        }
         // The change took this away, and leak checkers need it.
         prctl(PR_SET_DUMPABLE, 1);
     }

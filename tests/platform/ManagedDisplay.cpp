@@ -16,8 +16,9 @@ ManagedDisplay::ManagedDisplay(Manager manager) {
     EXPECT_FALSE(number.empty());
     test::setEnvironment("DISPLAY", QByteArray::fromStdString(":" + number));
     test::setEnvironment("QT_QPA_PLATFORM", "xcb");
-    if (manager == Manager::kNow)
+    if (manager == Manager::kNow) {
         startWindowManager();
+    }
 }
 
 void ManagedDisplay::startWindowManager() {
@@ -58,8 +59,9 @@ bool ManagedDisplay::activate(const ChildProcess& application) {
 bool ManagedDisplay::becomesActive(const ChildProcess& application) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (!isActive(application)) {
-        if (std::chrono::steady_clock::now() > deadline)
+        if (std::chrono::steady_clock::now() > deadline) {
             return false;
+        }
         std::this_thread::yield();
     }
     return true;

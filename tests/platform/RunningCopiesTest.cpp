@@ -58,18 +58,20 @@ using Processes = std::vector<pid_t>;
 class BusyCores {
 public:
     BusyCores() {
-        for (unsigned core = 0; core < std::thread::hardware_concurrency(); ++core)
+        for (unsigned core = 0; core < std::thread::hardware_concurrency(); ++core) {
             threads_.emplace_back([this] {
                 while (!ended_) {
                 }
             });
+        }
     }
     BusyCores(const BusyCores&) = delete;
     BusyCores& operator=(const BusyCores&) = delete;
     ~BusyCores() {
         ended_ = true;
-        for (std::thread& thread : threads_)
+        for (std::thread& thread : threads_) {
             thread.join();
+        }
     }
 
 private:

@@ -39,8 +39,9 @@ UrlSession::DownloadCallbacks recordingCallbacks(DownloadOutcome& outcome, bool&
         outcome.response = response;
         outcome.temporaryFile = file;
         outcome.contents = readFile(file);
-        if (whenFinished)
+        if (whenFinished) {
             whenFinished(file);
+        }
     };
     callbacks.didComplete = [&](const std::optional<TransportError>& error) {
         outcome.allOnMainThread = outcome.allOnMainThread && MainQueue::isMainThread();
@@ -93,9 +94,11 @@ DownloadOutcome download(const std::string& address, const TransferLimits& limit
 
 std::vector<std::string> DownloadOutcome::endings() const {
     std::vector<std::string> result;
-    for (const auto& event : events)
-        if (!event.starts_with("progress"))
+    for (const auto& event : events) {
+        if (!event.starts_with("progress")) {
             result.push_back(event);
+        }
+    }
     return result;
 }
 

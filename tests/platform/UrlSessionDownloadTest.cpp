@@ -46,8 +46,9 @@ TEST(UrlSessionDownload, SendsAPlainGetWithoutHeadersOfItsOwn) {
     test::download(server.address("/a"));
     std::vector<std::string> names;
     const auto sent = server.requests().at(0);
-    for (const auto& [name, value] : sent.headers)
+    for (const auto& [name, value] : sent.headers) {
         names.push_back(name);
+    }
     EXPECT_THAT(names, ElementsAre("Host", "User-Agent", "Accept", "Accept-Encoding"));
 }
 
@@ -154,14 +155,16 @@ TEST(UrlSessionDownload, KeepsAtMostOneProgressCallWaiting) {
                                         static_cast<qint64>(8 * kMebibyte);
     };
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!allIsThere() && std::chrono::steady_clock::now() < deadline)
+    while (!allIsThere() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::yield();
+    }
     ASSERT_TRUE(test::waitFor([&] { return finished; }));
     // The last block may have been counted after the main thread had begun to look.
     EXPECT_THAT(chunks.size(), testing::Le(2U));
     std::int64_t sum = 0;
-    for (const auto chunk : chunks)
+    for (const auto chunk : chunks) {
         sum += chunk;
+    }
     EXPECT_EQ(sum, static_cast<std::int64_t>(8 * kMebibyte));
 }
 
@@ -250,8 +253,9 @@ TEST(UrlSessionDownload, RunsSeveralAtOnce) {
         right += QFileInfo(file).size() == static_cast<qint64>(kMebibyte) ? 1 : 0;
     };
     callbacks.didComplete = [&](const std::optional<TransportError>&) { ++complete; };
-    for (int i = 0; i < 8; ++i)
+    for (int i = 0; i < 8; ++i) {
         UrlSession::downloadTask(Address::parse(QString::fromStdString(server.address("/a"))), callbacks);
+    }
     ASSERT_TRUE(test::waitFor([&] { return complete == 8; }));
     EXPECT_EQ(right, 8);
     EXPECT_THAT(test::temporaryFiles(), testing::IsEmpty());

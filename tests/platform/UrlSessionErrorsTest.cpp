@@ -95,8 +95,9 @@ TEST(UrlSessionErrors, ReportsAConnectionThatIsLostInTheBody) {
 }
 
 TEST(UrlSessionErrors, ReportsAConnectionThatIsLostInTheHeadOrBeforeIt) {
-    for (const std::uint64_t bytes : {0U, 5U, 20U})
+    for (const std::uint64_t bytes : {0U, 5U, 20U}) {
         EXPECT_EQ(codeWithAnswer({.cutAfter = bytes, .ending = Ending::kClose}), -1005) << bytes;
+    }
     EXPECT_EQ(codeWithAnswer({.cutAfter = 0, .ending = Ending::kReset}), -1005);
 }
 
@@ -111,22 +112,25 @@ TEST(UrlSessionErrors, ReportsAnAnswerThatIsNone) {
         "HTTP/1.1 200 OK\r\nContent-Length: -5\r\n\r\nabc",
         "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\nabc\r\n",
         "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 5\r\n\r\nhello"};
-    for (const auto& answer : answers)
+    for (const auto& answer : answers) {
         EXPECT_THAT(codeWithAnswer({.raw = answer, .ending = Ending::kClose}), testing::AnyOf(-1011, -1005)) << answer;
+    }
 }
 
 TEST(UrlSessionErrors, EndsAfterSixteenRedirects) {
     LoopbackServer server;
-    for (int hop = 0; hop < 16; ++hop)
+    for (int hop = 0; hop < 16; ++hop) {
         server.expect("GET /" + std::to_string(hop), loopback::redirectTo("/" + std::to_string(hop + 1)));
+    }
     server.expect("GET /16", loopback::replyWith("the end"));
     EXPECT_EQ(test::fetch(server.address("/0")).data, QByteArray("the end"));
 }
 
 TEST(UrlSessionErrors, ReportsTheSeventeenthRedirect) {
     LoopbackServer server;
-    for (int hop = 0; hop < 17; ++hop)
+    for (int hop = 0; hop < 17; ++hop) {
         server.expect("GET /loop", loopback::redirectTo("/loop"));
+    }
     EXPECT_EQ(test::fetch(server.address("/loop")).errorCode(), -1007);
 }
 

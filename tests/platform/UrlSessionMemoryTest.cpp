@@ -33,14 +33,16 @@ public:
         struct statvfs status {};
         const bool hasRoom = statvfs("/dev/shm", &status) == 0 &&
                              static_cast<std::int64_t>(status.f_bavail * status.f_bsize) > 3072 * kMebibyte;
-        if (!hasRoom || !mkdtemp(pattern.data()))
+        if (!hasRoom || !mkdtemp(pattern.data())) {
             return;
+        }
         path_ = pattern;
         test::setEnvironment("TMPDIR", QByteArray::fromStdString(path_));
     }
     ~RoomyFolder() {
-        if (!path_.empty())
+        if (!path_.empty()) {
             std::filesystem::remove_all(path_);
+        }
     }
     RoomyFolder(const RoomyFolder&) = delete;
     RoomyFolder& operator=(const RoomyFolder&) = delete;
@@ -51,9 +53,11 @@ private:
 
 // The largest resident size that this process has had, in bytes.
 std::int64_t peakMemory() {
-    for (const QByteArray& line : test::readFile(u"/proc/self/status"_s).split('\n'))
-        if (line.startsWith("VmHWM:"))
+    for (const QByteArray& line : test::readFile(u"/proc/self/status"_s).split('\n')) {
+        if (line.startsWith("VmHWM:")) {
             return line.simplified().split(' ').at(1).toLongLong() * 1024;
+        }
+    }
     return -1;
 }
 

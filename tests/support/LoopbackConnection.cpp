@@ -74,8 +74,9 @@ Connection::~Connection() {
 }
 
 bool Connection::startTls(const TlsContext* context) {
-    if (!context)
+    if (!context) {
         return true;
+    }
     ssl_ = SSL_new(context->get());
     SSL_set_fd(ssl_, socket_);
     return SSL_accept(ssl_) == 1;
@@ -90,8 +91,9 @@ bool Connection::fill() {
     std::array<char, 16384> bytes;
     const auto count = ssl_ ? SSL_read(ssl_, bytes.data(), static_cast<int>(bytes.size()))
                             : static_cast<int>(recv(socket_, bytes.data(), bytes.size(), 0));
-    if (count <= 0)
+    if (count <= 0) {
         return false;
+    }
     unread_.append(bytes.data(), static_cast<std::size_t>(count));
     return true;
 }
@@ -102,19 +104,24 @@ std::optional<Request> Connection::readRequest() {
     const auto isNoRequest = [&] {
         return unread_.size() > kLargestHead || (!unread_.empty() && (unread_[0] < 'A' || unread_[0] > 'Z'));
     };
-    while ((end = unread_.find("\r\n\r\n")) == std::string::npos)
-        if (isNoRequest() || !fill())
+    while ((end = unread_.find("\r\n\r\n")) == std::string::npos) {
+        if (isNoRequest() || !fill()) {
             return std::nullopt;
+        }
+    }
     auto request = parseHead(std::string_view(unread_).substr(0, end + 4));
     unread_.erase(0, end + 4);
-    if (!request)
+    if (!request) {
         return std::nullopt;
+    }
     const auto stated = request->header("Content-Length").value_or("0");
     std::size_t length = 0;
     std::from_chars(stated.data(), stated.data() + stated.size(), length);
-    while (unread_.size() < length)
-        if (!fill())
+    while (unread_.size() < length) {
+        if (!fill()) {
             return std::nullopt;
+        }
+    }
     request->body = unread_.substr(0, length);
     unread_.erase(0, length);
     return request;
@@ -124,8 +131,9 @@ bool Connection::write(std::string_view bytes) {
     while (!bytes.empty()) {
         const auto count = ssl_ ? SSL_write(ssl_, bytes.data(), static_cast<int>(bytes.size()))
                                 : static_cast<int>(::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL));
-        if (count <= 0)
+        if (count <= 0) {
             return false;
+        }
         bytes.remove_prefix(static_cast<std::size_t>(count));
     }
     return true;
@@ -134,8 +142,9 @@ bool Connection::write(std::string_view bytes) {
 bool Connection::send(const Reply& reply) {
     std::uint64_t allowed = reply.cutAfter.value_or(UINT64_MAX);
     const auto head = reply.raw ? std::string() : headOf(reply);
-    if (!write(std::string_view(head).substr(0, allowed)))
+    if (!write(std::string_view(head).substr(0, allowed))) {
         return false;
+    }
     allowed -= std::min<std::uint64_t>(allowed, head.size());
     if (reply.tunnelTo) {
         tunnelTo(*reply.tunnelTo);
@@ -145,8 +154,9 @@ bool Connection::send(const Reply& reply) {
 }
 
 bool Connection::sendBody(const Reply& reply, std::uint64_t allowed) {
-    if (reply.file)
+    if (reply.file) {
         return sendFile(*reply.file, allowed);
+    }
     if (!reply.generated) {
         const auto& body = reply.raw ? *reply.raw : reply.body;
         return sendSlowly(std::string_view(body).substr(0, allowed), reply.pause);
@@ -154,8 +164,9 @@ bool Connection::sendBody(const Reply& reply, std::uint64_t allowed) {
     const auto length = std::min(*reply.generated, allowed);
     for (std::uint64_t offset = 0; offset < length; offset += kBlock) {
         const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, length - offset));
-        if (!sendSlowly(generatedBytes(offset, count), reply.pause))
+        if (!sendSlowly(generatedBytes(offset, count), reply.pause)) {
             return false;
+        }
     }
     return true;
 }
@@ -166,20 +177,23 @@ bool Connection::sendFile(const std::string& path, std::uint64_t allowed) {
     while (file && allowed > 0) {
         file.read(block.data(), static_cast<std::streamsize>(std::min<std::uint64_t>(block.size(), allowed)));
         const auto count = static_cast<std::uint64_t>(file.gcount());
-        if (!write(std::string_view(block).substr(0, count)))
+        if (!write(std::string_view(block).substr(0, count))) {
             return false;
+        }
         allowed -= count;
     }
     return true;
 }
 
 bool Connection::sendSlowly(std::string_view bytes, std::chrono::milliseconds pause) {
-    if (pause.count() == 0)
+    if (pause.count() == 0) {
         return write(bytes);
+    }
     for (const char& byte : bytes) {
         // A peer that goes away or a server that stops ends the pause at once.
-        if (hasInput(socket_, pause) || stopped_ || !write(std::string_view(&byte, 1)))
+        if (hasInput(socket_, pause) || stopped_ || !write(std::string_view(&byte, 1))) {
             return false;
+        }
     }
     return true;
 }
@@ -189,8 +203,9 @@ bool Connection::end(Ending ending) {
     case Ending::kKeepConnection:
         return true;
     case Ending::kClose:
-        if (ssl_)
+        if (ssl_) {
             SSL_shutdown(ssl_);
+        }
         break;
     case Ending::kReset: {
         const linger atOnce{1, 0};
@@ -205,8 +220,9 @@ bool Connection::end(Ending ending) {
 }
 
 void Connection::waitForStop() {
-    while (!stopped_ && !hasInput(socket_, std::chrono::milliseconds(1000)))
+    while (!stopped_ && !hasInput(socket_, std::chrono::milliseconds(1000))) {
         continue;
+    }
 }
 
 void Connection::tunnelTo(std::uint16_t port) {
@@ -220,10 +236,12 @@ void Connection::tunnelTo(std::uint16_t port) {
     while (open && !stopped_) {
         std::array<pollfd, 2> ends{pollfd{socket_, POLLIN, 0}, pollfd{other, POLLIN, 0}};
         poll(ends.data(), ends.size(), -1);
-        if (ends[0].revents != 0)
+        if (ends[0].revents != 0) {
             open = pass(socket_, other);
-        if (open && ends[1].revents != 0)
+        }
+        if (open && ends[1].revents != 0) {
             open = pass(other, socket_);
+        }
     }
     close(other);
 }

@@ -21,16 +21,18 @@ namespace {
 [[noreturn]] void serve(int tellPort, const Reply& reply, const TlsIdentity* identity) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     std::optional<LoopbackServer> server;
-    if (identity)
+    if (identity) {
         server.emplace(*identity);
-    else
+    } else {
         server.emplace();
+    }
     server->serve("GET /", reply);
     const auto address = server->address();
     static_cast<void>(write(tellPort, address.data(), address.size()));
     close(tellPort);
-    while (true)
+    while (true) {
         pause();
+    }
 }
 
 } // namespace
@@ -45,17 +47,20 @@ LoopbackProcess::LoopbackProcess(const Reply& reply, const TlsIdentity& identity
 
 void LoopbackProcess::start(const Reply& reply, const TlsIdentity* identity) {
     std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0)
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
         throw std::system_error(errno, std::generic_category(), "no pipe");
+    }
     pid_ = fork();
-    if (pid_ == 0)
+    if (pid_ == 0) {
         serve(ends[1], reply, identity);
+    }
     close(ends[1]);
     std::array<char, 64> bytes{};
     const ssize_t count = read(ends[0], bytes.data(), bytes.size());
     close(ends[0]);
-    if (count > 0)
+    if (count > 0) {
         address_.assign(bytes.data(), static_cast<std::size_t>(count));
+    }
 }
 
 LoopbackProcess::~LoopbackProcess() {

@@ -40,15 +40,17 @@ const char* reasonFor(int status) {
 
 std::string withoutBlanksAround(std::string_view text) {
     const auto first = text.find_first_not_of(" \t");
-    if (first == std::string_view::npos)
+    if (first == std::string_view::npos) {
         return {};
+    }
     return std::string(text.substr(first, text.find_last_not_of(" \t") - first + 1));
 }
 
 bool addHeader(Request& request, std::string_view line) {
     const auto colon = line.find(':');
-    if (colon == std::string_view::npos || colon == 0)
+    if (colon == std::string_view::npos || colon == 0) {
         return false;
+    }
     request.headers.emplace_back(std::string(line.substr(0, colon)), withoutBlanksAround(line.substr(colon + 1)));
     return true;
 }
@@ -56,9 +58,11 @@ bool addHeader(Request& request, std::string_view line) {
 } // namespace
 
 std::optional<std::string> Request::header(std::string_view name) const {
-    for (const auto& [key, value] : headers)
-        if (key.size() == name.size() && strncasecmp(key.data(), name.data(), name.size()) == 0)
+    for (const auto& [key, value] : headers) {
+        if (key.size() == name.size() && strncasecmp(key.data(), name.data(), name.size()) == 0) {
             return value;
+        }
+    }
     return std::nullopt;
 }
 
@@ -67,16 +71,19 @@ std::optional<Request> parseHead(std::string_view head) {
     request.head = std::string(head);
     while (true) {
         const auto end = head.find("\r\n");
-        if (end == std::string_view::npos)
+        if (end == std::string_view::npos) {
             return std::nullopt;
+        }
         const auto line = head.substr(0, end);
         head.remove_prefix(end + 2);
-        if (line.empty())
+        if (line.empty()) {
             return request.line.empty() ? std::nullopt : std::optional(request);
-        if (request.line.empty())
+        }
+        if (request.line.empty()) {
             request.line = std::string(line);
-        else if (!addHeader(request, line))
+        } else if (!addHeader(request, line)) {
             return std::nullopt;
+        }
     }
 }
 
@@ -94,14 +101,16 @@ Reply redirectTo(std::string location, int status) {
 
 std::string headOf(const Reply& reply) {
     std::string head = "HTTP/1.1 " + std::to_string(reply.status) + " " + reasonFor(reply.status) + "\r\n";
-    for (const auto& [name, value] : reply.headers)
+    for (const auto& [name, value] : reply.headers) {
         head.append(name).append(": ").append(value).append("\r\n");
+    }
     const auto held = reply.file ? std::filesystem::file_size(*reply.file) : reply.body.size();
     const auto length = std::to_string(reply.generated.value_or(held));
     const auto stated = reply.contentLength.value_or(length);
     const bool mayHaveBody = reply.status != 204 && reply.status != 304 && !reply.tunnelTo;
-    if (mayHaveBody && !stated.empty())
+    if (mayHaveBody && !stated.empty()) {
         head += "Content-Length: " + stated + "\r\n";
+    }
     return head + "\r\n";
 }
 
@@ -118,8 +127,9 @@ std::string generatedBytes(std::uint64_t offset, std::size_t length) {
     }();
     std::string bytes;
     bytes.reserve(length);
-    while (bytes.size() < length)
+    while (bytes.size() < length) {
         bytes.append(period, (offset + bytes.size()) % period.size(), length - bytes.size());
+    }
     return bytes;
 }
 

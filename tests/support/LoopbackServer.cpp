@@ -31,8 +31,9 @@ BoundSocket bindToFreePort() {
     const int bound = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     socklen_t length = sizeof address;
     if (bound < 0 || bind(bound, reinterpret_cast<const sockaddr*>(&address), length) != 0 ||
-        getsockname(bound, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        getsockname(bound, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
         throw std::system_error(errno, std::generic_category(), "no port of the loopback interface");
+    }
     return {bound, ntohs(address.sin_port)};
 }
 
@@ -71,8 +72,9 @@ void LoopbackServer::listen() {
     const auto bound = bindToFreePort();
     listener_ = bound.socket;
     port_ = bound.port;
-    if (::listen(listener_, SOMAXCONN) != 0)
+    if (::listen(listener_, SOMAXCONN) != 0) {
         throw std::system_error(errno, std::generic_category(), "cannot listen");
+    }
     acceptor_ = std::thread([this] { acceptConnections(); });
 }
 
@@ -80,13 +82,15 @@ void LoopbackServer::stop() {
     {
         const std::lock_guard lock(mutex_);
         stopping_ = true;
-        for (auto& connection : connectionList_)
+        for (auto& connection : connectionList_) {
             connection.stop();
+        }
     }
     shutdown(listener_, SHUT_RDWR);
     acceptor_.join();
-    for (auto& thread : threads_)
+    for (auto& thread : threads_) {
         thread.join();
+    }
     close(listener_);
 }
 
@@ -122,15 +126,17 @@ std::size_t LoopbackServer::connections() const {
 std::vector<std::string> LoopbackServer::takeProblems() {
     const std::lock_guard lock(mutex_);
     auto problems = std::exchange(problems_, {});
-    for (const auto& expectation : expectations_)
+    for (const auto& expectation : expectations_) {
         problems.push_back("expected but not requested: " + expectation.methodAndTarget);
+    }
     expectations_.clear();
     return problems;
 }
 
 void LoopbackServer::verify() {
-    for (const auto& problem : takeProblems())
+    for (const auto& problem : takeProblems()) {
         ADD_FAILURE() << "loopback server: " << problem;
+    }
 }
 
 void LoopbackServer::acceptConnections() {
@@ -139,8 +145,9 @@ void LoopbackServer::acceptConnections() {
         const int accepted = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
         const std::lock_guard lock(mutex_);
         if (stopping_ || accepted < 0) {
-            if (accepted >= 0)
+            if (accepted >= 0) {
                 close(accepted);
+            }
             return;
         }
         auto& connection = connectionList_.emplace_back(accepted);
@@ -151,8 +158,9 @@ void LoopbackServer::acceptConnections() {
 void LoopbackServer::serveConnection(Connection& connection) {
     if (connection.startTls(tls_.get())) {
         auto request = connection.readRequest();
-        while (request && connection.send(replyTo(*request)))
+        while (request && connection.send(replyTo(*request))) {
             request = connection.readRequest();
+        }
     }
     const std::lock_guard lock(mutex_);
     connectionList_.remove_if([&](const Connection& candidate) { return &candidate == &connection; });
@@ -168,9 +176,11 @@ Reply LoopbackServer::replyTo(const Request& request) {
         expectations_.pop_front();
         return reply;
     }
-    for (const auto& expectation : served_)
-        if (expectation.methodAndTarget == asked)
+    for (const auto& expectation : served_) {
+        if (expectation.methodAndTarget == asked) {
             return expectation.reply;
+        }
+    }
     problems_.push_back("requested but not expected" +
                         (expectations_.empty() ? std::string() : " before " + expectations_.front().methodAndTarget) +
                         ": " + request.line);
@@ -208,8 +218,9 @@ BusyPort::BusyPort() {
 }
 
 BusyPort::~BusyPort() {
-    for (const int waiting : waiting_)
+    for (const int waiting : waiting_) {
         close(waiting);
+    }
     close(socket_);
 }
 

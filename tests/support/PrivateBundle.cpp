@@ -22,8 +22,9 @@ namespace fs = std::filesystem;
 
 fs::path makeFolder() {
     std::string pattern = (fs::temp_directory_path() / "case-XXXXXX").string();
-    if (!::mkdtemp(pattern.data()))
+    if (!::mkdtemp(pattern.data())) {
         std::abort();
+    }
     return pattern;
 }
 
@@ -32,13 +33,15 @@ void placeExecutable(const fs::path& target) {
     const fs::path self = fs::read_symlink("/proc/self/exe");
     std::error_code error;
     fs::create_hard_link(self, target, error);
-    if (error)
+    if (error) {
         fs::copy_file(self, target);
+    }
 }
 
 void linkTo(const fs::path& built, const fs::path& link) {
-    if (fs::exists(built))
+    if (fs::exists(built)) {
         fs::create_directory_symlink(built, link);
+    }
 }
 
 void fill(const fs::path& folder) {
@@ -46,8 +49,9 @@ void fill(const fs::path& folder) {
     fs::create_directories(contents / "MacOS");
     placeExecutable(contents / "MacOS/QNInstaller");
     const fs::path built = BUILT_BUNDLE "/Contents";
-    if (fs::exists(built / "Info.plist"))
+    if (fs::exists(built / "Info.plist")) {
         fs::copy_file(built / "Info.plist", contents / "Info.plist");
+    }
     linkTo(built / "Resources", contents / "Resources");
     linkTo(built / "SystemRoot", contents / "SystemRoot");
     linkTo(built / "PlugIns", contents / "PlugIns");
@@ -67,8 +71,9 @@ void setSurroundings(const fs::path& folder) {
     set("TZ", "UTC");
     for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANGUAGE", "QN_SYSTEM_ROOT", "SSL_CERT_FILE", "http_proxy",
                              "https_proxy", "no_proxy", "HTTP_PROXY", "HTTPS_PROXY", "NO_PROXY", "all_proxy",
-                             "ALL_PROXY", "WAYLAND_DISPLAY", "QT_SCALE_FACTOR"})
+                             "ALL_PROXY", "WAYLAND_DISPLAY", "QT_SCALE_FACTOR"}) {
         ::unsetenv(name);
+    }
     // As in the program: without any address the toolkit forks to start a bus, which AddressSanitizer does not survive
     // in every case.
     set("DBUS_SESSION_BUS_ADDRESS", "none:");
@@ -95,11 +100,13 @@ int runInside(const fs::path& folder, int argc, char** argv) {
 
 std::optional<int> runInPrivateBundle(int argc, char** argv) {
     for (int index = 1; index < argc; ++index) {
-        if (std::string_view(argv[index]).starts_with("--gtest_list_tests"))
+        if (std::string_view(argv[index]).starts_with("--gtest_list_tests")) {
             return std::nullopt;
+        }
     }
-    if (std::getenv("QN_TEST_FOLDER"))
+    if (std::getenv("QN_TEST_FOLDER")) {
         return std::nullopt;
+    }
     const fs::path folder = makeFolder();
     fill(folder);
     const int status = runInside(folder, argc, argv);

@@ -53,8 +53,9 @@ QString roleOf(const Node& node) {
 template <typename Node>
 bool hasState(const Node& node, uint state) {
     const QDBusMessage reply = call(node, kAccessible, u"GetState"_s);
-    if (reply.type() != QDBusMessage::ReplyMessage)
+    if (reply.type() != QDBusMessage::ReplyMessage) {
         return false;
+    }
     QList<uint> words;
     reply.arguments().constFirst().value<QDBusArgument>() >> words;
     return !words.isEmpty() && (words.constFirst() >> state & 1U) != 0;
@@ -64,8 +65,9 @@ template <typename Node>
 std::vector<Node> childrenOf(const Node& node) {
     std::vector<Node> children;
     const QDBusMessage reply = call(node, kAccessible, u"GetChildren"_s);
-    if (reply.type() != QDBusMessage::ReplyMessage)
+    if (reply.type() != QDBusMessage::ReplyMessage) {
         return children;
+    }
     const auto argument = reply.arguments().constFirst().value<QDBusArgument>();
     argument.beginArray();
     while (!argument.atEnd()) {
@@ -85,8 +87,9 @@ std::vector<Node> childrenOf(const Node& node) {
 template <typename Node>
 int pressActionOf(const Node& node) {
     const QDBusMessage reply = call(node, kAction, u"GetActions"_s);
-    if (reply.type() != QDBusMessage::ReplyMessage)
+    if (reply.type() != QDBusMessage::ReplyMessage) {
         return -1;
+    }
     const auto argument = reply.arguments().constFirst().value<QDBusArgument>();
     int found = -1;
     argument.beginArray();
@@ -97,8 +100,9 @@ int pressActionOf(const Node& node) {
         argument.beginStructure();
         argument >> name >> description >> keys;
         argument.endStructure();
-        if (name == u"Press"_s)
+        if (name == u"Press"_s) {
             found = index;
+        }
     }
     argument.endArray();
     return found;
@@ -112,11 +116,13 @@ void collect(Node node, std::vector<Node>& found) {
         const QString name = nameOf(node);
         node.description = role + u": "_s + name;
         const bool container = role == u"filler"_s && name.isEmpty();
-        if (!container)
+        if (!container) {
             found.push_back(node);
+        }
     }
-    for (const Node& child : childrenOf(node))
+    for (const Node& child : childrenOf(node)) {
         collect(child, found);
+    }
 }
 
 } // namespace
@@ -153,16 +159,18 @@ std::vector<ScreenReader::Node> ScreenReader::showingNodes() const {
     std::vector<Node> found;
     for (const Node& program :
          childrenOf(Node{u"org.a11y.atspi.Registry"_s, u"/org/a11y/atspi/accessible/root"_s, QString()})) {
-        for (const Node& window : childrenOf(program))
+        for (const Node& window : childrenOf(program)) {
             collect(window, found);
+        }
     }
     return found;
 }
 
 QStringList ScreenReader::announced() const {
     QStringList announced;
-    for (const Node& node : showingNodes())
+    for (const Node& node : showingNodes()) {
         announced += node.description;
+    }
     return announced;
 }
 
@@ -178,8 +186,9 @@ QStringList ScreenReader::announcedOnce(const QStringList& expected) const {
 QStringList ScreenReader::pressable() const {
     QStringList pressable;
     for (const Node& node : showingNodes()) {
-        if (pressActionOf(node) >= 0)
+        if (pressActionOf(node) >= 0) {
             pressable += node.description;
+        }
     }
     return pressable;
 }
@@ -194,12 +203,14 @@ bool ScreenReader::press(const QString& description) const {
         action = nodes.size() == 1 ? pressActionOf(nodes.front()) : -1;
         return action >= 0;
     });
-    if (!found)
+    if (!found) {
         return false;
+    }
     const QDBusMessage reply = call(nodes.front(), kAction, u"DoAction"_s, {action});
     EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
-    if (!reply.arguments().value(0).toBool())
+    if (!reply.arguments().value(0).toBool()) {
         return false;
+    }
     // A button shows for a moment that it is pressed before it does anything.
     return test::waitFor([&] { return !hasState(nodes.front(), kPressed); });
 }

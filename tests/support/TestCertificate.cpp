@@ -22,8 +22,9 @@ template <typename Object>
 using Owned = std::unique_ptr<Object, Free>;
 
 void require(bool condition) {
-    if (!condition)
+    if (!condition) {
         throw std::runtime_error("cannot make a certificate");
+    }
 }
 
 std::string textOf(BIO* bio) {

@@ -41,8 +41,9 @@ void writeValue(QXmlStreamWriter& xml, const QVariant& value) {
         xml.writeEndElement();
     } else if (value.typeId() == QMetaType::QVariantList) {
         xml.writeStartElement(u"array"_s);
-        for (const QVariant& item : value.toList())
+        for (const QVariant& item : value.toList()) {
             writeValue(xml, item);
+        }
         xml.writeEndElement();
     } else if (value.typeId() == QMetaType::Bool) {
         xml.writeEmptyElement(value.toBool() ? u"true"_s : u"false"_s);
@@ -71,11 +72,14 @@ void replaceVariable(const char* name, std::optional<QByteArray> entry) {
     static auto* const lists = new std::deque<std::vector<char*>>;
     const std::string beginning = std::string(name) + '=';
     std::vector<char*> list;
-    for (char** variable = environ; *variable; ++variable)
-        if (!std::string_view(*variable).starts_with(beginning))
+    for (char** variable = environ; *variable; ++variable) {
+        if (!std::string_view(*variable).starts_with(beginning)) {
             list.push_back(*variable);
-    if (entry)
+        }
+    }
+    if (entry) {
         list.push_back(entries->emplace_back(*std::move(entry)).data());
+    }
     list.push_back(nullptr);
     environ = lists->emplace_back(std::move(list)).data();
 }
@@ -116,19 +120,21 @@ void writeInfoPlist(const QVariantMap& info) {
 
 void setInfo(const QString& key, const QVariant& value) {
     QVariantMap info = infoPlist();
-    if (value.isValid())
+    if (value.isValid()) {
         info.insert(key, value);
-    else
+    } else {
         info.remove(key);
+    }
     writeInfoPlist(info);
 }
 
 void setSetting(const QString& key, const QVariant& value) {
     QVariantMap settings = infoPlist().value(u"QNConfig"_s).toMap();
-    if (value.isValid())
+    if (value.isValid()) {
         settings.insert(key, value);
-    else
+    } else {
         settings.remove(key);
+    }
     setInfo(u"QNConfig"_s, settings);
 }
 
@@ -167,8 +173,9 @@ QByteArray readFile(const QString& path) {
 void writeFile(const QString& path, const QByteArray& contents) {
     QDir().mkpath(QFileInfo(path).path());
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size())
+    if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size()) {
         throw std::runtime_error("cannot write " + path.toStdString());
+    }
 }
 
 QStringList eventLog() {
@@ -202,8 +209,9 @@ QStringList consoleLinesOf(const std::function<void()>& body) {
     static const QRegularExpression prefix(
         u"^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} QNInstaller\\[\\d+\\] "_s);
     QStringList lines;
-    for (QString line : text.split(u'\n', Qt::SkipEmptyParts))
+    for (QString line : text.split(u'\n', Qt::SkipEmptyParts)) {
         lines += line.remove(prefix);
+    }
     return lines;
 }
 
@@ -212,8 +220,9 @@ bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds l
     QTimer tick; // so that a condition without an event of its own is looked at too
     tick.start(std::chrono::milliseconds(5));
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
+        if (std::chrono::steady_clock::now() > deadline) {
             return false;
+        }
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
     }
     return true;

@@ -11,16 +11,20 @@
 TEST(Environment, MayBeReadWhileACaseChangesIt) {
     std::atomic<bool> ended = false;
     std::vector<std::thread> readers;
-    for (int reader = 0; reader < 2; ++reader)
+    for (int reader = 0; reader < 2; ++reader) {
         readers.emplace_back([&ended] {
-            while (!ended)
+            while (!ended) {
                 EXPECT_EQ(std::getenv("QN_TEST_OF_NO_NAME"), nullptr);
+            }
         });
-    for (int number = 0; number < 2000; ++number)
+    }
+    for (int number = 0; number < 2000; ++number) {
         test::setEnvironment(("QN_TEST_" + std::to_string(number)).c_str(), "value");
+    }
     ended = true;
-    for (std::thread& reader : readers)
+    for (std::thread& reader : readers) {
         reader.join();
+    }
     EXPECT_STREQ(std::getenv("QN_TEST_0"), "value");
     EXPECT_STREQ(std::getenv("QN_TEST_1999"), "value");
 }

@@ -11,11 +11,13 @@
 
 // For cases that show windows: an application object on a real X display.
 int main(int argc, char** argv) {
-    if (const std::optional<int> status = runInPrivateBundle(argc, argv))
+    if (const std::optional<int> status = runInPrivateBundle(argc, argv)) {
         return *status;
+    }
     testing::InitGoogleMock(&argc, argv);
-    if (testing::GTEST_FLAG(list_tests))
+    if (testing::GTEST_FLAG(list_tests)) {
         return RUN_ALL_TESTS();
+    }
     if (!std::getenv("DISPLAY")) {
         std::fputs("these tests need an X display; ./test starts one\n", stderr);
         return 1;

@@ -8,8 +8,9 @@
 
 // For cases without windows: an event loop, but no display.
 int main(int argc, char** argv) {
-    if (const std::optional<int> status = runInPrivateBundle(argc, argv))
+    if (const std::optional<int> status = runInPrivateBundle(argc, argv)) {
         return *status;
+    }
     testing::InitGoogleMock(&argc, argv);
     const QCoreApplication application(argc, argv);
     setProcessArguments(QCoreApplication::arguments());

@@ -39,14 +39,15 @@ TEST(Identifier, HasItsFixedCharactersWhateverTheDigestIs) {
         ASSERT_EQ(identifier.size(), 36);
         for (int at = 0; at < 36; ++at) {
             const QChar character = identifier[at];
-            if (at == 8 || at == 13 || at == 18 || at == 23)
+            if (at == 8 || at == 13 || at == 18 || at == 23) {
                 EXPECT_EQ(character, u'-');
-            else if (at == 14)
+            } else if (at == 14) {
                 EXPECT_EQ(character, u'4');
-            else if (at == 19)
+            } else if (at == 19) {
                 EXPECT_EQ(character, u'8');
-            else
+            } else {
                 EXPECT_TRUE(u"0123456789abcdef"_s.contains(character));
+            }
         }
     }
 }

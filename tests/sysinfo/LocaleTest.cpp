@@ -23,8 +23,9 @@ TEST(Language, IsTheFirstSegmentOfTheFirstPreferredLanguage) {
         {{u""_s, u"de"_s}, u"en"_s},
         {{}, u"en"_s},
     };
-    for (const auto& [preferred, expected] : table)
+    for (const auto& [preferred, expected] : table) {
         EXPECT_EQ(LocaleChoice::languageOf(preferred), expected) << preferred.join(u',').toStdString();
+    }
 }
 
 TEST(Locale, JoinsLanguageAndCountry) {
@@ -68,8 +69,9 @@ TEST(ConfigLocale, IsEverySupportedLocaleItself) {
     for (const auto& locale :
          {u"cs-CZ"_s, u"da-DK"_s, u"de-DE"_s, u"el-GR"_s, u"en-US"_s, u"es-ES"_s, u"fi-FI"_s, u"fr-FR"_s,
           u"hu-HU"_s, u"it-IT"_s, u"ja-JP"_s, u"ko-KR"_s, u"nb-NO"_s, u"nl-NL"_s, u"pl-PL"_s, u"pt-BR"_s,
-          u"ru-RU"_s, u"sk-SK"_s, u"sv-SE"_s, u"tr-TR"_s, u"zh-CN"_s, u"zh-TW"_s, u"he-IL"_s})
+          u"ru-RU"_s, u"sk-SK"_s, u"sv-SE"_s, u"tr-TR"_s, u"zh-CN"_s, u"zh-TW"_s, u"he-IL"_s}) {
         EXPECT_EQ(QNSystemInfo::configLocale(locale), locale);
+    }
 }
 
 TEST(ConfigLocale, IsTheFirstEntryThatHoldsTheFirstSegment) {
@@ -80,8 +82,9 @@ TEST(ConfigLocale, IsTheFirstEntryThatHoldsTheFirstSegment) {
         {u"EN-us"_s, u"en-US"_s},      {u"-"_s, u"cs-CZ"_s},     {u"x"_s, u"en-US"_s},     {u"de-DE-x"_s, u"de-DE"_s},
         {u"s-C"_s, u"cs-CZ"_s},
     };
-    for (const auto& [locale, expected] : table)
+    for (const auto& [locale, expected] : table) {
         EXPECT_EQ(QNSystemInfo::configLocale(locale), expected) << locale.toStdString();
+    }
 }
 
 TEST(ConfigLocale, IsTaiwansForEveryTraditionalChinese) {
@@ -97,10 +100,12 @@ TEST(ConfigLocale, IsEnglishForEmptyText) {
 
 TEST(RightToLeft, HoldsForSixLanguagesWhateverTheirRegion) {
     for (const auto& language :
-         {u"he"_s, u"he-IL"_s, u"iw"_s, u"ar-EG"_s, u"fa_IR"_s, u"ur"_s, u"yi"_s, u"ar-Arab-SA"_s})
+         {u"he"_s, u"he-IL"_s, u"iw"_s, u"ar-EG"_s, u"fa_IR"_s, u"ur"_s, u"yi"_s, u"ar-Arab-SA"_s}) {
         EXPECT_TRUE(LocaleChoice::isRightToLeft(language)) << language.toStdString();
-    for (const auto& language : {u"en"_s, u"de-AR"_s, u"arn"_s, u""_s, u"-he"_s, u"zh-Hant-TW"_s, u"Base"_s})
+    }
+    for (const auto& language : {u"en"_s, u"de-AR"_s, u"arn"_s, u""_s, u"-he"_s, u"zh-Hant-TW"_s, u"Base"_s}) {
         EXPECT_FALSE(LocaleChoice::isRightToLeft(language)) << language.toStdString();
+    }
 }
 
 TEST(RightToLeft, IsDecidedByTheLanguageThatIsShown) {

@@ -37,13 +37,15 @@ TEST(ProbeOutput, FindsTheProcessorNameInAProfile) {
         {u"Processor Speed: 2 GHz\n"_s, std::nullopt},
         {u""_s, std::nullopt},
     };
-    for (const auto& [profile, expected] : table)
+    for (const auto& [profile, expected] : table) {
         EXPECT_EQ(processorName(profile), expected) << profile.toStdString();
+    }
 }
 
 TEST(ProbeOutput, EndsTheProcessorNameAtEveryKindOfLineEnd) {
-    for (const char16_t end : {u'\n', u'\v', u'\f', u'\r', u'\u0085', u'\u2028', u'\u2029'})
+    for (const char16_t end : {u'\n', u'\v', u'\f', u'\r', u'\u0085', u'\u2028', u'\u2029'}) {
         EXPECT_EQ(processorName(u"Processor Name: Intel"_s + QChar(end) + u"rest"_s), u"Intel"_s) << int(end);
+    }
     EXPECT_EQ(processorName(u"Chip: Ünï\U0001F600\r\n"_s), u"Ünï\U0001F600"_s);
 }
 
@@ -63,25 +65,29 @@ TEST(ProbeOutput, FindsTheFirstHardwareAddressThatIsNotAllZeros) {
         {u"inet6 fe80::1 no address\n"_s, std::nullopt},
         {u""_s, std::nullopt},
     };
-    for (const auto& [interfaces, expected] : table)
+    for (const auto& [interfaces, expected] : table) {
         EXPECT_EQ(firstHardwareAddress(interfaces), expected) << interfaces.toStdString();
+    }
 }
 
 TEST(ProbeOutput, FindsNothingInEveryBeginningOfAnAddress) {
     const QString address = u"a4:83:e7:12:34:56"_s;
-    for (qsizetype length = 0; length < address.size(); ++length)
+    for (qsizetype length = 0; length < address.size(); ++length) {
         EXPECT_EQ(firstHardwareAddress(address.first(length)), std::nullopt);
+    }
     const QString label = u"Processor Name: "_s;
-    for (qsizetype length = 0; length < label.size(); ++length)
+    for (qsizetype length = 0; length < label.size(); ++length) {
         EXPECT_EQ(processorName(label.first(length)), std::nullopt);
+    }
 }
 
 TEST(ProbeOutput, SurvivesGarbage) {
     std::mt19937 random(7);
     for (int round = 0; round < 500; ++round) {
         QString garbage;
-        for (auto length = random() % 200; length > 0; --length)
+        for (auto length = random() % 200; length > 0; --length) {
             garbage += QChar(static_cast<char16_t>(random()));
+        }
         garbage += u"Processor Name: "_s + QChar(0xD800);
         firstHardwareAddress(garbage);
         processorName(garbage);

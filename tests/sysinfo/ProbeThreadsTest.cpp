@@ -32,7 +32,8 @@ TEST(ProbeThreads, FindTheSameWhenTheyRaceForTheFirstAnswer) {
             });
         }
     }
-    for (const QString& identifier : identifiers)
+    for (const QString& identifier : identifiers) {
         EXPECT_EQ(identifier, identifiers[0]);
+    }
     EXPECT_EQ(identifiers[0].size(), 36);
 }

@@ -124,6 +124,7 @@ TEST(FirstPath, EndsBeforeTheFirstDash) {
         {u"zh-Hans-CN"_s, u"zh"_s}, {u"en"_s, u"en"_s},   {u"-x"_s, u"-x"_s}, {u"-"_s, u"-"_s}, {u""_s, u""_s},
         {u"a-"_s, u"a"_s},          {u"--a"_s, u"--a"_s},
     };
-    for (const auto& [text, expected] : table)
+    for (const auto& [text, expected] : table) {
         EXPECT_EQ(QNSystemInfo::getFirstPathOf(text), expected) << text.toStdString();
+    }
 }

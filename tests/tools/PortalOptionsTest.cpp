@@ -51,13 +51,15 @@ TEST(PortalOptions, SaysWhatIsWrong) {
     EXPECT_EQ(refusalOf({"--ending", "happy"}), "there is no ending \"happy\"");
     EXPECT_EQ(refusalOf({}), "the ending \"install\" needs --image FILE");
     EXPECT_EQ(refusalOf({"--ending", "two-apps"}), "the ending \"two-apps\" needs --image FILE");
-    for (const char* port : {"", "x", "-1", "65536", "80x", "99999999999"})
+    for (const char* port : {"", "x", "-1", "65536", "80x", "99999999999"}) {
         EXPECT_EQ(refusalOf({"--port", port}), std::string("\"") + port + "\" is no port");
+    }
 }
 
 TEST(PortalOptions, NeedsNoImageWhereNoneIsServed) {
-    for (const char* ending : {"open-link", "config-error", "http-404", "bad-image"})
+    for (const char* ending : {"open-link", "config-error", "http-404", "bad-image"}) {
         EXPECT_EQ(refusalOf({"--ending", ending}), "accepted") << ending;
+    }
     EXPECT_EQ(refusalOf({"--config", "c.json"}), "accepted");
 }
 
@@ -65,6 +67,7 @@ TEST(PortalOptions, ExplainsEveryOption) {
     EXPECT_TRUE(std::holds_alternative<portal::HelpWanted>(parseOptions({"--help"})));
     const auto help = portal::helpText();
     for (const char* option : {"--ending", "--auto-open", "--link", "--config", "--image", "--app-name",
-                               "--command-line-args", "--record", "--port"})
+                               "--command-line-args", "--record", "--port"}) {
         EXPECT_NE(help.find(option), std::string::npos) << option;
+    }
 }

@@ -50,8 +50,9 @@ public:
         posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
         arguments.insert(arguments.begin(), PORTAL_PROGRAM);
         std::vector<char*> pointers;
-        for (auto& argument : arguments)
+        for (auto& argument : arguments) {
             pointers.push_back(argument.data());
+        }
         pointers.push_back(nullptr);
         EXPECT_EQ(posix_spawn(&pid_, PORTAL_PROGRAM, &actions, nullptr, pointers.data(), environ), 0);
         posix_spawn_file_actions_destroy(&actions);
@@ -84,8 +85,9 @@ public:
 private:
     void readFirstLine(int descriptor) {
         char byte = 0;
-        while (read(descriptor, &byte, 1) == 1 && byte != '\n')
+        while (read(descriptor, &byte, 1) == 1 && byte != '\n') {
             line_ += byte;
+        }
     }
 
     pid_t pid_ = 0;
@@ -96,8 +98,9 @@ private:
 std::vector<Json> recordIn(const std::string& path) {
     std::vector<Json> entries;
     std::ifstream file(path);
-    for (std::string line; std::getline(file, line);)
+    for (std::string line; std::getline(file, line);) {
         entries.push_back(Json::parse(line));
+    }
     return entries;
 }
 
@@ -134,8 +137,9 @@ TEST(Portal, ServesAnInstallationWithItsImage) {
 TEST(Portal, OffersALinkThatOpensAtOnceOnlyWhenAsked) {
     for (const bool autoOpen : {false, true}) {
         std::vector<std::string> arguments{"--ending", "open-link", "--link", "https://example.com/x"};
-        if (autoOpen)
+        if (autoOpen) {
             arguments.emplace_back("--auto-open");
+        }
         RunningPortal portal(arguments);
         const auto action = Json::parse(portal.client().Get("/config.json")->body)["userAction"][0];
         EXPECT_EQ(action["action"], "openLink");
@@ -193,8 +197,9 @@ TEST(Portal, RecordsEveryRequestBeforeItAnswers) {
     EXPECT_EQ(entries[2]["body"], lines);
     EXPECT_EQ(entries[3]["target"], "/else?q=1");
     EXPECT_EQ(entries[3]["status"], 404);
-    for (const auto& header : entries[0]["headers"])
+    for (const auto& header : entries[0]["headers"]) {
         EXPECT_NE(header[0], "REMOTE_ADDR");
+    }
 }
 
 TEST(Portal, EndsOrderlyOnASignal) {

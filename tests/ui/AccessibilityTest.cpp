@@ -37,11 +37,13 @@ QString roleName(QAccessible::Role role) {
 using Visit = std::function<void(QAccessibleInterface&)>;
 
 void walk(QAccessibleInterface* node, const Visit& visit) {
-    if (node == nullptr || node->state().invisible)
+    if (node == nullptr || node->state().invisible) {
         return;
+    }
     visit(*node);
-    for (int index = 0; index < node->childCount(); ++index)
+    for (int index = 0; index < node->childCount(); ++index) {
         walk(node->child(index), visit);
+    }
 }
 
 // Everything of a role that matters and can be seen, in the order of the tree.
@@ -49,8 +51,9 @@ QStringList seenIn(QWidget& window) {
     QStringList seen;
     walk(QAccessible::queryAccessibleInterface(&window), [&seen](QAccessibleInterface& node) {
         const QString role = roleName(node.role());
-        if (!role.isEmpty() && !(role == u"text"_s && node.text(QAccessible::Name).isEmpty()))
+        if (!role.isEmpty() && !(role == u"text"_s && node.text(QAccessible::Name).isEmpty())) {
             seen += role + u": "_s + node.text(QAccessible::Name);
+        }
     });
     return seen;
 }
@@ -58,8 +61,9 @@ QStringList seenIn(QWidget& window) {
 QAccessibleInterface* find(QWidget& window, QAccessible::Role role, const QString& name) {
     QAccessibleInterface* found = nullptr;
     walk(QAccessible::queryAccessibleInterface(&window), [&](QAccessibleInterface& node) {
-        if (node.role() == role && node.text(QAccessible::Name) == name)
+        if (node.role() == role && node.text(QAccessible::Name) == name) {
             found = &node;
+        }
     });
     return found;
 }

@@ -16,8 +16,9 @@ QString hexOf(const QString& text) {
 
 TEST(Color, ReadsSixAndThreeDigitsAndIgnoresEveryHashSign) {
     const Color white{1.0, 1.0, 1.0, 1.0};
-    for (const auto& text : {u"#FFF"_s, u"FFF"_s, u"#FFFFFF"_s, u"FF#FFFF"_s, u"##F#F#F"_s})
+    for (const auto& text : {u"#FFF"_s, u"FFF"_s, u"#FFFFFF"_s, u"FF#FFFF"_s, u"##F#F#F"_s}) {
         EXPECT_EQ(Color::colorWithHex(text), white) << text.toStdString();
+    }
 }
 
 TEST(Color, GivesTheSameColorForShortAndLongAndForLowerCase) {
@@ -30,8 +31,9 @@ TEST(Color, DoublesEachDigitOfTheShortForm) {
 }
 
 TEST(Color, IsNothingForAnyOtherLength) {
-    for (const auto& text : {u""_s, u"#"_s, u"F"_s, u"FF"_s, u"FFFF"_s, u"#ABCDE"_s, u"#1234567"_s, u"#FFFFFFFF"_s})
+    for (const auto& text : {u""_s, u"#"_s, u"F"_s, u"FF"_s, u"FFFF"_s, u"#ABCDE"_s, u"#1234567"_s, u"#FFFFFFFF"_s}) {
         EXPECT_EQ(Color::colorWithHex(text), std::nullopt) << text.toStdString();
+    }
 }
 
 TEST(Color, MovesLaterComponentsForwardOverAPairThatIsNoNumber) {
@@ -40,8 +42,9 @@ TEST(Color, MovesLaterComponentsForwardOverAPairThatIsNoNumber) {
         {u"#GG0000"_s, u"#000000"_s}, {u"#GGGGGG"_s, u"#000000"_s}, {u"FFGG80"_s, u"#FF8000"_s},
         {u"G8F"_s, u"#88FF00"_s},     {u"#1122GG"_s, u"#112200"_s}, {u"Z1FF00"_s, u"#FF0000"_s},
     };
-    for (const auto& [text, expected] : table)
+    for (const auto& [text, expected] : table) {
         EXPECT_EQ(hexOf(text), expected) << text.toStdString();
+    }
 }
 
 TEST(Color, TakesTheFirstDigitAloneWhereTheSecondIsNone) {

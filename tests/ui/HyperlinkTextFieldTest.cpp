@@ -14,8 +14,9 @@ StyledText link(const QString& text, const QString& address) {
 
 StyledText joined(std::initializer_list<StyledText> parts) {
     StyledText whole;
-    for (const StyledText& part : parts)
+    for (const StyledText& part : parts) {
         whole.append(part);
+    }
     return whole;
 }
 
@@ -181,8 +182,9 @@ TEST_F(HyperlinkTextFieldTest, LaysTheFieldsOwnFontOverATextWhoseFirstCharacterH
     small.font = FontChoice{u"Common Sans"_s, 8.0};
     field.setText(joined({u"a"_s, StyledText(u"b"_s, small)}));
     const StyledText shown = field.shownText();
-    for (const StyledText::Run& run : shown.runs())
+    for (const StyledText::Run& run : shown.runs()) {
         EXPECT_EQ(run.attributes.font, (FontChoice{u"Common Sans"_s, 30.0}));
+    }
     field.setText(joined({StyledText(u"b"_s, small), u"a"_s}));
     EXPECT_EQ(field.shownText().runs()[0].attributes.font, (FontChoice{u"Common Sans"_s, 8.0}));
     EXPECT_FALSE(field.shownText().runs()[1].attributes.font);

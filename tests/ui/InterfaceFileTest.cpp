@@ -90,8 +90,9 @@ TEST_F(InterfaceFileTest, RaisesForEachOutletThatIsMissingTwiceThereOrOfAnotherC
         int outlets = 0;
         while (matches.hasNext()) {
             const auto match = matches.next();
-            if (match.captured(2) == u"connectingSpinner"_s)
+            if (match.captured(2) == u"connectingSpinner"_s) {
                 continue; // placed by the layout alone
+            }
             ++outlets;
             QByteArray renamed = contents;
             renamed.replace(match.captured(0).toUtf8(),

@@ -21,8 +21,9 @@ QString compact(const QVariant& value) {
 
 QVariantMap nested(int levels) {
     QVariantMap dictionary;
-    for (int level = 1; level < levels; ++level)
+    for (int level = 1; level < levels; ++level) {
         dictionary = {{u"k"_s, dictionary}};
+    }
     return dictionary;
 }
 
@@ -45,8 +46,9 @@ TEST(JSONText, WritesEachKindOfValueWithoutBlanks) {
         {QVariantMap(), uR"({"k":{}})"_s},
         {QVariantList(), uR"({"k":[]})"_s},
     };
-    for (const auto& [value, expected] : table)
+    for (const auto& [value, expected] : table) {
         EXPECT_EQ(compact(value), expected);
+    }
 }
 
 TEST(JSONText, WidensASinglePrecisionNumberFirst) {

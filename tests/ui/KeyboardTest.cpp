@@ -27,12 +27,15 @@ protected:
             test::pressKey(window(), Qt::Key_Tab);
             QWidget* const focus = QApplication::focusWidget();
             QString name = focus == nullptr ? u"nothing"_s : focus->objectName();
-            if (focus != nullptr && panel().view()->isAncestorOf(focus) && qobject_cast<Button*>(focus) != nullptr)
+            if (focus != nullptr && panel().view()->isAncestorOf(focus) && qobject_cast<Button*>(focus) != nullptr) {
                 name.prepend(u"panel "_s);
-            if (const auto* field = qobject_cast<HyperlinkTextField*>(focus))
+            }
+            if (const auto* field = qobject_cast<HyperlinkTextField*>(focus)) {
                 name += u' ' + QString::number(field->focusedLink().value_or(99));
-            if (!stops.isEmpty() && name == stops.first())
+            }
+            if (!stops.isEmpty() && name == stops.first()) {
                 break;
+            }
             stops += name;
         }
         return stops;

@@ -92,8 +92,9 @@ protected:
         for (qsizetype index = 1; index < string.size(); ++index) {
             const auto here = view.rectsForRange({index, 1});
             const auto before = view.rectsForRange({index - 1, 1});
-            if (here.empty() || before.empty() || here[0].top() == before[0].top())
+            if (here.empty() || before.empty() || here[0].top() == before[0].top()) {
                 continue;
+            }
             QTextBoundaryFinder finder(QTextBoundaryFinder::Line, string);
             finder.setPosition(index);
             EXPECT_TRUE(finder.isAtBoundary())
@@ -117,12 +118,15 @@ protected:
             const auto* const button = qobject_cast<const Button*>(widget);
             const bool counts = button != nullptr || qobject_cast<const ImageView*>(widget) != nullptr ||
                                 (field != nullptr && !field->string().isEmpty());
-            if (!counts || !widget->isVisible())
+            if (!counts || !widget->isVisible()) {
                 continue;
-            if (field != nullptr)
+            }
+            if (field != nullptr) {
                 expectUncut(*field);
-            if (button != nullptr && !button->title().isEmpty())
+            }
+            if (button != nullptr && !button->title().isEmpty()) {
                 expectUncut(*button);
+            }
             EXPECT_TRUE(frameOf(*shown.contentView()).contains(frameOf(*widget))) << qPrintable(widget->objectName());
             for (const QWidget* other : seen) {
                 EXPECT_FALSE(frameOf(*other).intersects(frameOf(*widget)))
@@ -138,11 +142,14 @@ protected:
 
 TEST(Languages, AreThoseOfTheSupportedLocalesAndNoOthers) {
     QStringList expected{u"Base"_s};
-    for (const auto& [folder, locale] : kLanguages)
+    for (const auto& [folder, locale] : kLanguages) {
         expected += folder;
+    }
     QStringList found;
-    for (const QString& folder : QDir(test::bundle() + u"/Contents/Resources"_s).entryList({u"*.lproj"_s}, QDir::Dirs))
+    for (const QString& folder :
+         QDir(test::bundle() + u"/Contents/Resources"_s).entryList({u"*.lproj"_s}, QDir::Dirs)) {
         found += folder.chopped(6);
+    }
     expected.sort();
     found.sort();
     EXPECT_EQ(expected.size(), 24);
@@ -153,16 +160,18 @@ TEST(Languages, HaveATextForEveryKeyAndNoOtherKey) {
     for (const auto& [folder, locale] : kLanguages) {
         const StringsTable::Table table = tableOf(folder);
         EXPECT_EQ(table.keys(), kKeys) << qPrintable(folder);
-        for (auto entry = table.cbegin(); entry != table.cend(); ++entry)
+        for (auto entry = table.cbegin(); entry != table.cend(); ++entry) {
             EXPECT_FALSE(entry.value().trimmed().isEmpty()) << qPrintable(folder) << ' ' << qPrintable(entry.key());
+        }
     }
 }
 
 TEST(Languages, DifferFromEnglishInEverySentence) {
     const StringsTable::Table english = tableOf(u"en"_s);
     for (const auto& [folder, locale] : kLanguages) {
-        if (folder == u"en"_s)
+        if (folder == u"en"_s) {
             continue;
+        }
         const StringsTable::Table table = tableOf(folder);
         for (const QString& key : kKeys) {
             if (english.value(key).size() > 8) {
@@ -293,8 +302,9 @@ TEST_F(LayoutTest, DISABLED_RunsRightToLeftInsideItsLabelsOnly) {
 class LayoutAtScale : public testing::TestWithParam<const char*> {};
 
 TEST_P(LayoutAtScale, FitsItsScreensInEveryLanguage) {
-    for (const auto& [folder, locale] : kLanguages)
+    for (const auto& [folder, locale] : kLanguages) {
         EXPECT_EQ(failuresOf(u"LayoutTest.DISABLED_FitsItsScreens"_s, locale, GetParam()), "") << qPrintable(folder);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Scales, LayoutAtScale, testing::Values("1", "1.5", "2", "3"));

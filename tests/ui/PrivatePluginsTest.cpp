@@ -29,13 +29,15 @@ QStringList filesOpenedAtStart(const QProcessEnvironment& environment) {
                !lines().filter(u"window_close"_s).isEmpty();
     });
     EXPECT_TRUE(shown);
-    if (shown)
+    if (shown) {
         kill(lines().first().section(u' ', 0, 0).toInt(), SIGTERM);
+    }
     EXPECT_TRUE(strace.waitForFinished());
     QStringList files;
     for (const QString& line : lines()) {
-        if (!line.contains(u" = -1 "_s))
+        if (!line.contains(u" = -1 "_s)) {
             files += line.section(u'"', 1, 1);
+        }
     }
     return files;
 }
@@ -57,8 +59,9 @@ TEST(PrivatePlugins, AreTheOnlyOnesThatTheProgramOpens) {
     QStringList own;
     for (const QString& file : files) {
         EXPECT_FALSE(file.startsWith(foreign)) << qPrintable(file);
-        if (QDir::cleanPath(file).startsWith(kPlugins) && file.endsWith(u".so"_s))
+        if (QDir::cleanPath(file).startsWith(kPlugins) && file.endsWith(u".so"_s)) {
             own += QFileInfo(file).fileName();
+        }
     }
     own.removeDuplicates();
     EXPECT_EQ(own, QStringList{u"libqxcb.so"_s});

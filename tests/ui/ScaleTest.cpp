@@ -89,8 +89,9 @@ Belongs belongs(int x, int y, double radius) {
     const double right = radius - (x + 0.5);
     const double down = radius - (y + 0.5);
     const double distance = right > 0.0 && down > 0.0 ? std::hypot(right, down) : 0.0;
-    if (distance > radius + 0.75)
+    if (distance > radius + 0.75) {
         return Belongs::kOutside;
+    }
     return distance > radius - 0.75 ? Belongs::kEdge : Belongs::kInside;
 }
 
@@ -104,8 +105,9 @@ void visitCorners(const QImage& screen, const QRect& body, double radius, const 
             const std::array<QPoint, 4> corners{
                 QPoint(body.left() + x, body.top() + y), QPoint(body.right() - x, body.top() + y),
                 QPoint(body.left() + x, body.bottom() - y), QPoint(body.right() - x, body.bottom() - y)};
-            for (const QPoint& point : corners)
+            for (const QPoint& point : corners) {
                 check(belongs(x, y, radius), screen.pixelColor(point), point);
+            }
         }
     }
 }
@@ -114,8 +116,9 @@ void visitCorners(const QImage& screen, const QRect& body, double radius, const 
 double difference(const QImage& one, const QImage& other) {
     double sum = 0.0;
     for (int y = 0; y < one.height(); ++y) {
-        for (int x = 0; x < one.width(); ++x)
+        for (int x = 0; x < one.width(); ++x) {
             sum += std::abs(qGray(one.pixel(x, y)) - qGray(other.pixel(x, y)));
+        }
     }
     return sum / (static_cast<double>(one.width()) * one.height());
 }
@@ -127,8 +130,9 @@ TEST_F(ScaledWindow, DISABLED_IsCutToItsRoundedShape) {
     EXPECT_FALSE(window().showsShadow());
     const double radius = 8.0 * scale();
     visitCorners(pixels, contentInPixels(), radius, [](Belongs belongs, const QColor& color, const QPoint& point) {
-        if (belongs != Belongs::kInside && color == test::kBackdrop)
+        if (belongs != Belongs::kInside && color == test::kBackdrop) {
             return;
+        }
         EXPECT_TRUE(belongs != Belongs::kOutside && color == kWhite)
             << point.x() << ',' << point.y() << ' ' << qPrintable(color.name());
     });

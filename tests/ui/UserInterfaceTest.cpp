@@ -61,8 +61,9 @@ UserInterfaceTest::UserInterfaceTest() {
 UserInterfaceTest::~UserInterfaceTest() = default;
 
 QNMainController& UserInterfaceTest::controller() {
-    if (!controller_)
+    if (!controller_) {
         controller_ = std::make_unique<QNMainController>(u"QNMainController"_s);
+    }
     return *controller_;
 }
 
@@ -132,8 +133,9 @@ DisplayProgram::~DisplayProgram() {
 
 QByteArray failuresOf(const QString& name, const std::map<QString, QString>& environment) {
     QProcessEnvironment whole = QProcessEnvironment::systemEnvironment();
-    for (const auto& [variable, value] : environment)
+    for (const auto& [variable, value] : environment) {
         whole.insert(variable, value);
+    }
     QProcess child;
     child.setProcessEnvironment(whole);
     child.setProcessChannelMode(QProcess::MergedChannels);

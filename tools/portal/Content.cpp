@@ -15,8 +15,9 @@ Json linkAction(const Options& options, const std::string& base) {
                 {"isActive", "1"},
                 {"actionUrl", options.link.value_or(base + kPagePath)},
                 {"actionDescription", "Opens the download page"}};
-    if (options.autoOpen)
+    if (options.autoOpen) {
         action["customParam"] = "autoOpen";
+    }
     return action;
 }
 
@@ -36,8 +37,9 @@ Json software(const Options& options, const std::string& base) {
 } // namespace
 
 std::string configuration(const Options& options, const std::string& base) {
-    if (options.ending == Ending::kConfigError)
+    if (options.ending == Ending::kConfigError) {
         return "<!DOCTYPE html><title>Down for maintenance</title>\n";
+    }
     Json document{{"analyticsUrl", base + kAnalyticsPath}};
     if (options.ending == Ending::kOpenLink) {
         document["userAction"] = Json::array({linkAction(options, base)});
@@ -52,8 +54,9 @@ std::string configuration(const Options& options, const std::string& base) {
 
 std::string filledIn(std::string text, const std::string& base) {
     const std::string_view mark = "@PORTAL@";
-    for (std::size_t at = 0; (at = text.find(mark, at)) != std::string::npos; at += base.size())
+    for (std::size_t at = 0; (at = text.find(mark, at)) != std::string::npos; at += base.size()) {
         text.replace(at, mark.size(), base);
+    }
     return text;
 }
 

@@ -37,8 +37,9 @@ std::optional<std::string> setPort(Options& options, const std::string& value) {
     constexpr int kLargest = 65535;
     const char* const end = value.data() + value.size();
     const auto result = std::from_chars(value.data(), end, options.port);
-    if (result.ec == std::errc() && result.ptr == end && options.port >= 0 && options.port <= kLargest)
+    if (result.ec == std::errc() && result.ptr == end && options.port >= 0 && options.port <= kLargest) {
         return std::nullopt;
+    }
     return "\"" + value + "\" is no port";
 }
 
@@ -70,17 +71,20 @@ const std::vector<ValueOption>& valueOptions() {
 }
 
 const ValueOption* findOption(const std::string& name) {
-    for (const auto& option : valueOptions())
-        if (option.name == name)
+    for (const auto& option : valueOptions()) {
+        if (option.name == name) {
             return &option;
+        }
+    }
     return nullptr;
 }
 
 std::optional<std::string> whatIsMissing(const Options& options) {
     for (const auto& known : kEndings) {
         const bool isChosen = options.ending == known.ending && !options.configFile;
-        if (isChosen && known.needsImage && !options.imageFile)
+        if (isChosen && known.needsImage && !options.imageFile) {
             return std::string("the ending \"") + known.name + "\" needs --image FILE";
+        }
     }
     return std::nullopt;
 }
@@ -91,22 +95,27 @@ std::variant<Options, HelpWanted, Refusal> parseOptions(const std::vector<std::s
     Options options;
     for (std::size_t at = 0; at < arguments.size(); ++at) {
         const auto& name = arguments[at];
-        if (name == "--help" || name == "-h")
+        if (name == "--help" || name == "-h") {
             return HelpWanted{};
+        }
         if (name == "--auto-open") {
             options.autoOpen = true;
             continue;
         }
         const auto* const option = findOption(name);
-        if (!option)
+        if (!option) {
             return Refusal{"there is no option \"" + name + "\""};
-        if (++at == arguments.size())
+        }
+        if (++at == arguments.size()) {
             return Refusal{name + " needs a value"};
-        if (const auto wrong = option->set(options, arguments[at]))
+        }
+        if (const auto wrong = option->set(options, arguments[at])) {
             return Refusal{*wrong};
+        }
     }
-    if (const auto missing = whatIsMissing(options))
+    if (const auto missing = whatIsMissing(options)) {
         return Refusal{*missing};
+    }
     return options;
 }
 

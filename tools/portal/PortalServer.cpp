@@ -29,8 +29,9 @@ class OpenFile {
 public:
     explicit OpenFile(const std::string& path) : descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
     ~OpenFile() {
-        if (descriptor_ >= 0)
+        if (descriptor_ >= 0) {
             close(descriptor_);
+        }
     }
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
@@ -55,8 +56,9 @@ private:
 };
 
 void requireReadable(const std::optional<std::string>& path) {
-    if (path && !OpenFile(*path).isOpen())
+    if (path && !OpenFile(*path).isOpen()) {
         throw std::system_error(errno, std::generic_category(), *path);
+    }
 }
 
 std::string contentsOf(const std::string& path) {
@@ -112,8 +114,9 @@ void PortalServer::serve() {
 
 void PortalServer::waitUntilServing() const {
     // The library ignores a stop that comes before this.
-    while (!server_->is_running())
+    while (!server_->is_running()) {
         std::this_thread::yield();
+    }
 }
 
 void PortalServer::stop() {
@@ -186,9 +189,11 @@ void PortalServer::remember(const httplib::Request& request, const std::string& 
     RequestEntry entry{now(), request.method, request.target, {}, body, status};
     // What the library adds for its own use is not the client's.
     const std::array<std::string_view, 4> own{"REMOTE_ADDR", "REMOTE_PORT", "LOCAL_ADDR", "LOCAL_PORT"};
-    for (const auto& [name, value] : request.headers)
-        if (std::find(own.begin(), own.end(), name) == own.end())
+    for (const auto& [name, value] : request.headers) {
+        if (std::find(own.begin(), own.end(), name) == own.end()) {
             entry.headers.emplace_back(name, value);
+        }
+    }
     record_.add(entry);
 }
 

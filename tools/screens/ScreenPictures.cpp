@@ -27,8 +27,9 @@ constexpr int kUntilPainted = 700; // milliseconds, compositor included
 void turnLoop(int milliseconds) {
     QElapsedTimer clock;
     clock.start();
-    while (clock.elapsed() < milliseconds)
+    while (clock.elapsed() < milliseconds) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    }
 }
 
 // A quiet desktop, so that the shadow is seen.

@@ -20,8 +20,9 @@ std::uint16_t u16(std::span<const std::byte> bytes, std::size_t at) {
 
 std::u16string nameAt(std::span<const std::byte> bytes, std::size_t at) {
     std::u16string name;
-    for (std::size_t i = 0; i < u16(bytes, at); ++i)
+    for (std::size_t i = 0; i < u16(bytes, at); ++i) {
         name += static_cast<char16_t>(u16(bytes, at + 2 + 2 * i));
+    }
     return name;
 }
 
@@ -62,14 +63,16 @@ private:
     };
 
     void expect(bool holds, const std::string& what) {
-        if (!holds)
+        if (!holds) {
             problems_.push_back(what);
+        }
     }
 
     void markUsed(std::uint32_t start, std::uint32_t count, const std::string& by) {
         for (std::uint64_t block = start; block < std::uint64_t{start} + count; ++block) {
-            if (block >= total_)
+            if (block >= total_) {
                 return expect(false, by + " lies outside the volume");
+            }
             expect(!used_[block], by + " overlaps");
             used_[block] = true;
         }
@@ -98,19 +101,23 @@ private:
         const bool binary = catalog[51] == std::byte{0xBC};
         expect(binary == isHfsx_, "how names are compared");
         const auto order = [binary](auto a, auto b) {
-            if (u32(a, 0) != u32(b, 0))
+            if (u32(a, 0) != u32(b, 0)) {
                 return u32(a, 0) < u32(b, 0) ? -1 : 1;
+            }
             return hfs::compareNames(nameAt(a, 4), nameAt(b, 4), binary);
         };
-        for (const CheckedRecord& record : checkTree("catalog", catalog, order, problems_))
+        for (const CheckedRecord& record : checkTree("catalog", catalog, order, problems_)) {
             sortOut(record);
+        }
         expect(folders_.size() == u32(header_, 36) + std::size_t{1}, "count of folders");
         expect(files_.size() == u32(header_, 32), "count of files");
         expect(threads_.size() == folders_.size() + files_.size(), "count of threads");
-        for (const auto& [id, folder] : folders_)
+        for (const auto& [id, folder] : folders_) {
             checkFolder(id, folder);
-        for (const auto& [id, file] : files_)
+        }
+        for (const auto& [id, file] : files_) {
             checkFile(id, file);
+        }
     }
 
     void sortOut(const CheckedRecord& record) {
@@ -125,14 +132,16 @@ private:
         expect((type == 1 ? folders_ : files_).emplace(id, item).second, "a number is used twice");
         expect(id < u32(header_, 64), "the next number");
         ++children_[item.parent];
-        if (type == 1)
+        if (type == 1) {
             ++subfolders_[item.parent];
+        }
     }
 
     void checkThread(std::uint32_t id, const Record& item, unsigned type) {
         const auto thread = threads_.find(id);
-        if (thread == threads_.end())
+        if (thread == threads_.end()) {
             return expect(false, "no thread for " + std::to_string(id));
+        }
         expect(u16(thread->second.data, 0) == type, "a thread's type");
         expect(thread->second.parent == item.parent && thread->second.name == item.name, "a thread's place");
         expect(item.parent == 1 || folders_.contains(item.parent), "a parent is missing");
@@ -149,8 +158,9 @@ private:
         checkThread(id, file, 4);
         fork(file.data, 88, "file " + std::to_string(id));
         fork(file.data, 168, "resources of " + std::to_string(id));
-        if (file.name.starts_with(u"iNode") && (u16(file.data, 2) & 0x20U) != 0)
+        if (file.name.starts_with(u"iNode") && (u16(file.data, 2) & 0x20U) != 0) {
             checkChain(id, file);
+        }
     }
 
     // From the file to its first link, and on through all.
@@ -160,8 +170,9 @@ private:
         std::uint32_t count = 0;
         for (std::uint32_t link = u32(file.data, 4); link != 0; ++count) {
             const auto found = files_.find(link);
-            if (found == files_.end() || count > files_.size())
+            if (found == files_.end() || count > files_.size()) {
                 return expect(false, "a broken chain of links");
+            }
             const auto data = found->second.data;
             expect(u32(data, 48) == 0x686C6E6B && u32(data, 52) == 0x6866732B, "a link's type");
             expect(u32(data, 44) == id, "a link's reference");

@@ -21,8 +21,9 @@ public:
         const auto root = loadBig<std::uint32_t>(file_, 16);
         used_.insert(0);
         expect((root == 0) == (depth == 0), "root and depth");
-        if (root != 0)
+        if (root != 0) {
             visit(root, depth);
+        }
         expect(records_.size() == loadBig<std::uint32_t>(file_, 20), "leaf records");
         expect((leaves_.empty() ? 0 : leaves_.front()) == loadBig<std::uint32_t>(file_, 24), "first leaf");
         expect((leaves_.empty() ? 0 : leaves_.back()) == loadBig<std::uint32_t>(file_, 28), "last leaf");
@@ -34,8 +35,9 @@ public:
 
 private:
     void expect(bool holds, const std::string& what) {
-        if (!holds)
+        if (!holds) {
             problems_.push_back(name_ + ": " + what);
+        }
     }
 
     std::span<const std::byte> node(std::uint32_t number) const {
@@ -58,8 +60,9 @@ private:
     }
 
     void visit(std::uint32_t number, unsigned height) {
-        if (!used_.insert(number).second)
+        if (!used_.insert(number).second) {
             return expect(false, "a node is used twice");
+        }
         const auto bytes = node(number);
         expect(std::to_integer<unsigned>(bytes[9]) == height, "a node's height");
         levels_.resize(std::max<std::size_t>(levels_.size(), height + 1));
@@ -82,16 +85,18 @@ private:
     }
 
     void checkOrder() {
-        for (std::size_t i = 1; i < records_.size(); ++i)
+        for (std::size_t i = 1; i < records_.size(); ++i) {
             expect(order_(records_[i - 1].key, records_[i].key) < 0, "keys out of order");
+        }
     }
 
     void checkLinks() {
-        for (const auto& level : levels_)
+        for (const auto& level : levels_) {
             for (std::size_t i = 0; i < level.size(); ++i) {
                 expect(loadBig<std::uint32_t>(node(level[i]), 0) == (i + 1 < level.size() ? level[i + 1] : 0), "fLink");
                 expect(loadBig<std::uint32_t>(node(level[i]), 4) == (i > 0 ? level[i - 1] : 0), "bLink");
             }
+        }
     }
 
     void checkMap() {

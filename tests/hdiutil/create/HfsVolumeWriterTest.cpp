@@ -103,8 +103,9 @@ TEST_P(WrittenVolume, HoldsThousandsOfFilesInTreesOfThreeLevels) {
     for (int i = 0; i < 10; ++i) {
         const std::string sub = folder / ("source/a folder with a longish name " + std::to_string(i));
         fs::create_directories(sub);
-        for (int j = 0; j < 800; ++j)
+        for (int j = 0; j < 800; ++j) {
             writeFile(sub + "/a file with a name of a common length " + std::to_string(j), {});
+        }
     }
     const ByteSourcePtr image = createHfsPlus(folder / "source", "Volume", GetParam());
     EXPECT_THAT(checkHfsVolume(readAll(*image)), testing::IsEmpty());
@@ -138,8 +139,9 @@ TEST(HfsVolumeWriter, TellsCaseOnlyOnHfsx) {
 
 TEST(HfsVolumeWriter, RefusesWhatTheFormatCannotHoldAndSaysWhere) {
     std::string longName; // 200 bytes, but 300 units once decomposed
-    for (int i = 0; i < 100; ++i)
+    for (int i = 0; i < 100; ++i) {
         longName += "\u0390";
+    }
     const std::pair<const char*, std::string> cases[] = {
         {"not UTF-8", "bad \xff name"},
         {"more than 255 units", longName},
@@ -164,8 +166,9 @@ TEST(HfsVolumeWriter, RefusesTwoNamesThatAreOneInDecomposedForm) {
     fs::create_directory(folder / "source");
     writeFile(folder / "source/\u00e9", {});
     writeFile(folder / "source/e\u0301", {});
-    for (const HfsKind kind : {HfsKind::kPlus, HfsKind::kX})
+    for (const HfsKind kind : {HfsKind::kPlus, HfsKind::kX}) {
         EXPECT_EQ(errorOf([&] { createHfsPlus(folder / "source", "V", kind); }), ImageError::Kind::kUnsupported);
+    }
 }
 
 TEST(HfsVolumeWriter, RefusesPipesMissingFoldersAndUnusableVolumeNames) {

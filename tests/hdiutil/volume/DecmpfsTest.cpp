@@ -49,8 +49,9 @@ std::vector<PackedFile> everyType() {
 Bytes volumeWith(const std::vector<PackedFile>& files) {
     HfsBuilder builder;
     builder.fragment(7);
-    for (const PackedFile& file : files)
+    for (const PackedFile& file : files) {
         builder.compressed(2, file.name, file.type, file.contents.size(), file.inAttribute, file.resourceFork);
+    }
     return builder.build();
 }
 
@@ -108,8 +109,9 @@ TEST(Decmpfs, NeedsTheFlagAndTheAttribute) {
     const std::uint32_t other = builder.file(2, u"other attribute", bytesOf("data fork"), flagged);
     builder.attribute(other, u"com.apple.quarantine", bytesOf("0081"));
     const auto volumes = openVolumes(inMemory(builder.build()));
-    for (const char* name : {"no flag", "no attribute", "no header", "other attribute"})
+    for (const char* name : {"no flag", "no attribute", "no header", "other attribute"}) {
         EXPECT_EQ(readFile(*volumes[0], nodeAt(*volumes[0], name)), "data fork") << name;
+    }
 }
 
 // Each is an error when it is read, whatever it claims, and takes no more memory than a block.
@@ -166,14 +168,16 @@ TEST(Decmpfs, SurvivesEveryTruncationAndEveryByte) {
         {3, packZlib(contents)}, {7, packLzvn(contents)}, {11, encodeLzfse(contents)}, {1, contents}};
     for (const auto& [type, packed] : cases) {
         const DecmpfsHeader header{type, contents.size()};
-        for (std::size_t length = 0; length < packed.size(); ++length)
+        for (std::size_t length = 0; length < packed.size(); ++length) {
             errorOf([&] { unpackInline(header, std::span(packed).first(length)); });
-        for (std::size_t at = 0; at < packed.size(); ++at)
+        }
+        for (std::size_t at = 0; at < packed.size(); ++at) {
             for (const unsigned flip : {0x01U, 0x80U, 0xFFU}) {
                 Bytes broken = packed;
                 broken[at] ^= static_cast<std::byte>(flip);
                 errorOf([&] { EXPECT_EQ(unpackInline(header, broken).size(), contents.size()); });
             }
+        }
     }
 }
 

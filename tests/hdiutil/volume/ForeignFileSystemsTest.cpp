@@ -58,18 +58,20 @@ TEST(ForeignFileSystems, ThatAreUnknownHaveNoVolumes) {
     bootSector[510] = std::byte{0x55};
     bootSector[511] = std::byte{0xAA};
     EXPECT_EQ(refusal(bootSector), "");
-    for (std::uint64_t seed = 0; seed < 200; ++seed)
+    for (std::uint64_t seed = 0; seed < 200; ++seed) {
         EXPECT_EQ(refusal(noise(8192, seed)), "");
+    }
 }
 
 TEST(ForeignFileSystems, SurviveEveryByte) {
     const Bytes good = fatSector(2880, 9, 0);
-    for (std::size_t at = 0; at < good.size(); ++at)
+    for (std::size_t at = 0; at < good.size(); ++at) {
         for (const unsigned value : {0U, 1U, 0x7FU, 0x80U, 0xFFU}) {
             Bytes broken = good;
             broken[at] = static_cast<std::byte>(value);
             refusal(broken);
         }
+    }
 }
 
 } // namespace

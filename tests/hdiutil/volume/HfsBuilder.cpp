@@ -53,8 +53,9 @@ void HfsBuilder::attribute(std::uint32_t id, const std::u16string& name, const B
 
 std::uint32_t HfsBuilder::folder(std::uint32_t parent, const std::u16string& name, HfsFolderItem item) {
     item.id = nextId_++;
-    if (item.mode == 0)
+    if (item.mode == 0) {
         item.mode = S_IFDIR | 0755;
+    }
     record(parent, name, folderRecord(item));
     thread(item.id, true, parent, name);
     return item.id;
@@ -63,8 +64,9 @@ std::uint32_t HfsBuilder::folder(std::uint32_t parent, const std::u16string& nam
 std::uint32_t HfsBuilder::file(std::uint32_t parent, const std::u16string& name, const Bytes& contents,
                                HfsFileItem item) {
     item.id = nextId_++;
-    if (item.data.logicalSize == 0)
+    if (item.data.logicalSize == 0) {
         item.data = place(item.id, 0, contents, fragment_);
+    }
     record(parent, name, fileRecord(item));
     thread(item.id, false, parent, name);
     return item.id;
@@ -118,8 +120,9 @@ hfs::Fork HfsBuilder::place(std::uint32_t id, std::uint8_t forkType, const Bytes
     std::vector<hfs::Extent> extents;
     for (std::uint32_t done = 0; done < fork.totalBlocks;) {
         const std::uint32_t count = fragment == 0 ? fork.totalBlocks : std::min(fragment, fork.totalBlocks - done);
-        if (fragment != 0)
+        if (fragment != 0) {
             volume_.resize(volume_.size() + kBlock, std::byte{0xEE}); // nobody's block
+        }
         extents.push_back({static_cast<std::uint32_t>(volume_.size() / kBlock), count});
         const auto begin = contents.begin() + static_cast<std::ptrdiff_t>(done * kBlock);
         const auto length = std::min<std::size_t>(count * kBlock, contents.size() - done * kBlock);
@@ -129,11 +132,12 @@ hfs::Fork HfsBuilder::place(std::uint32_t id, std::uint8_t forkType, const Bytes
     }
     std::uint32_t fileBlock = 0;
     for (std::size_t i = 0; i < extents.size(); ++i) {
-        if (i < 8)
+        if (i < 8) {
             fork.extents[i] = extents[i];
-        else
+        } else {
             overflow_[{id, forkType, fileBlock - (i % 8 == 0 ? 0 : fragment * static_cast<std::uint32_t>(i % 8))}]
                      [i % 8] = extents[i];
+        }
         fileBlock += extents[i].count;
     }
     return fork;
@@ -148,8 +152,9 @@ Bytes HfsBuilder::makeCatalog() const {
     HfsTreeWriter::Kind kind = HfsTreeWriter::catalogKind(binary);
     kind.nodeSize = nodeSize_;
     HfsTreeWriter tree(kind);
-    for (const Entry& entry : sorted)
+    for (const Entry& entry : sorted) {
         tree.add(catalogKey(entry.parent, entry.name), entry.data);
+    }
     return tree.finish();
 }
 
@@ -175,8 +180,9 @@ Bytes HfsBuilder::makeAttributes() const {
         Bytes key(12 + 2 * place.second.size());
         put32(key, 2, place.first);
         put16(key, 10, place.second.size());
-        for (std::size_t i = 0; i < place.second.size(); ++i)
+        for (std::size_t i = 0; i < place.second.size(); ++i) {
             put16(key, 12 + 2 * i, place.second[i]);
+        }
         Bytes data(16);
         put32(data, 0, 0x10);
         put32(data, 12, static_cast<std::uint32_t>(value.size()));
@@ -197,8 +203,9 @@ Bytes HfsBuilder::build() {
     }
     header.catalogFile = place(hfs::kCatalogFileId, 0, makeCatalog(), fragmentCatalog_ ? 1 : 0);
     header.extentsFile = place(hfs::kExtentsFileId, 0, makeExtents(), 0);
-    if (!attributes_.empty())
+    if (!attributes_.empty()) {
         header.attributesFile = place(hfs::kAttributesFileId, 0, makeAttributes(), 0);
+    }
     volume_.resize(volume_.size() + 2 * kBlock);
     header.totalBlocks = static_cast<std::uint32_t>(volume_.size() / kBlock);
     const Bytes bytes = volumeHeader(header);

@@ -24,8 +24,9 @@ TEST(HfsNames, AreDecomposedAsTheFormatDoes) {
         {u"\xd834\xdd5e", u"\xd834\xdd5e"},   // outside the basic plane
         {u"\xd800", u"\xd800"},               // no text at all
     };
-    for (const auto& [from, to] : cases)
+    for (const auto& [from, to] : cases) {
         EXPECT_EQ(decompose(from), to) << toUtf8(from);
+    }
 }
 
 // One unit of every kind in TN1150's table, and what only looks like it should be there.
@@ -50,8 +51,9 @@ TEST(HfsNames, AreFoldedByTheFormatsOwnTable) {
         {0x202E, 0x0000}, {0x2069, 0x2069}, {0x206A, 0x0000}, {0x206F, 0x0000}, {0x2160, 0x2170}, {0x216F, 0x217F},
         {0xFEFF, 0x0000}, {0xFF21, 0xFF41}, {0xFF3A, 0xFF5A}, {0xFF3B, 0xFF3B}, {0xFFFF, 0xFFFF},
     };
-    for (const auto& [from, to] : cases)
+    for (const auto& [from, to] : cases) {
         EXPECT_EQ(foldCase(from), to) << std::hex << static_cast<unsigned>(from);
+    }
 }
 
 TEST(HfsNames, AreOrderedAsInACatalog) {
@@ -93,14 +95,16 @@ TEST(SafeNames, FitIntoOneComponentOfAPath) {
         {std::string(256, 'x') + ".app", std::string(248, 'x') + "#1F.app"},
         {"." + std::string(256, 'x'), "." + std::string(251, 'x') + "#1F"},
     };
-    for (const auto& [stored, safe] : cases)
+    for (const auto& [stored, safe] : cases) {
         EXPECT_EQ(safeName(stored, 31), safe) << stored;
+    }
 }
 
 TEST(SafeNames, AreCutBetweenCharacters) {
     std::string stored;
-    for (int i = 0; i < 255; ++i)
+    for (int i = 0; i < 255; ++i) {
         stored += "\u4e2d";
+    }
     const std::string safe = safeName(stored, 0xABCDEF0);
     EXPECT_EQ(safe.size(), 254U); // 82 characters of three bytes, and the number
     EXPECT_TRUE(isUtf8(safe));

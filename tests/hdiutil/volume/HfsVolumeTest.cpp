@@ -16,8 +16,9 @@ std::unique_ptr<Volume> open(const Bytes& bytes) {
 
 std::vector<std::string> namesIn(const Volume& volume, NodeId folder) {
     std::vector<std::string> names;
-    for (const DirectoryEntry& entry : volume.list(folder))
+    for (const DirectoryEntry& entry : volume.list(folder)) {
         names.push_back(entry.name);
+    }
     return names;
 }
 
@@ -29,8 +30,9 @@ TEST(HfsVolume, ReadsFragmentedFilesAndAFragmentedCatalog) {
     builder.fragment(1);
     builder.file(HfsBuilder::kRoot, u"small", noise(8 * 512, 2));       // just as many as the catalog holds
     builder.file(HfsBuilder::kRoot, u"shattered", noise(600 * 512, 3)); // more than one leaf of the overflow file
-    for (int i = 0; i < 40; ++i)
+    for (int i = 0; i < 40; ++i) {
         builder.file(HfsBuilder::kRoot, u"filler " + std::u16string(1, static_cast<char16_t>(u'A' + i)));
+    }
     builder.fragmentCatalog();
     const auto volume = open(builder.build());
     EXPECT_EQ(volume->list(volume->root()).size(), 43U);
@@ -50,10 +52,12 @@ TEST(HfsVolume, FindsNamesInAnyNormalFormAndCase) {
     const std::uint32_t file = builder.file(HfsBuilder::kRoot, u"E\u0301te\u0301 \u1100\u1161\u11a8");
     const auto volume = open(builder.build());
     for (const char* name : {"E\u0301te\u0301 \u1100\u1161\u11a8", "\u00c9t\u00e9 \uac01", "\u00e9T\u00c9 \uac01",
-                             "\u00e9t\u200de\u0301 \uac01"})
+                             "\u00e9t\u200de\u0301 \uac01"}) {
         EXPECT_EQ(volume->lookUp(volume->root(), name), file) << name;
-    for (const char* name : {"Ete \uac01", "", ".", "..", "\u00c9t\u00e9 \uac01 ", "\xff"})
+    }
+    for (const char* name : {"Ete \uac01", "", ".", "..", "\u00c9t\u00e9 \uac01 ", "\xff"}) {
         EXPECT_EQ(volume->lookUp(volume->root(), name), std::nullopt) << name;
+    }
     EXPECT_EQ(volume->lookUp(file, "x"), std::nullopt);
 }
 
@@ -133,8 +137,9 @@ TEST(HfsVolume, GivesLinkTargetsOfASaneLengthOnly) {
     EXPECT_EQ(volume->linkTarget(nodeAt(*volume, "plain")), "../../../etc/passwd");
     EXPECT_EQ(volume->linkTarget(nodeAt(*volume, "with an end")), "target");
     EXPECT_EQ(volume->linkTarget(nodeAt(*volume, "longest")).size(), 4096U);
-    for (const char* name : {"too long", "empty", "nothing but an end", "file"})
+    for (const char* name : {"too long", "empty", "nothing but an end", "file"}) {
         EXPECT_EQ(errorOf([&] { volume->linkTarget(nodeAt(*volume, name)); }), ImageError::Kind::kDamaged) << name;
+    }
 }
 
 class Links : public testing::Test {
@@ -205,8 +210,9 @@ TEST_F(Links, OfFoldersNeverPutAFolderInsideItself) {
     const auto volume = open(builder.build());
     const Tree tree = readTree(*volume);
     std::vector<std::string> paths;
-    for (const auto& [path, item] : tree)
+    for (const auto& [path, item] : tree) {
         paths.push_back(path);
+    }
     EXPECT_THAT(paths, ElementsAre("a", "a/b", "a/b/file"));
 }
 

@@ -63,8 +63,9 @@ TEST(HostileHfs, HeadersThatCannotBeAreDamage) {
     EXPECT_EQ(openError(changed<std::uint32_t>(good, 1024 + kCatalog, 1U << 30)), kDamaged); // larger than the volume
     EXPECT_EQ(openError(changed<std::uint32_t>(good, 1024 + kCatalog + 16, 1U << 30)), kDamaged); // outside
     EXPECT_EQ(openError(changed<std::uint8_t>(good, catalog + 8, 0)), kDamaged);                  // no header node
-    for (const unsigned size : {0U, 1U, 256U, 4097U, 65535U})
+    for (const unsigned size : {0U, 1U, 256U, 4097U, 65535U}) {
         EXPECT_EQ(openError(changed<std::uint16_t>(good, catalog + 32, static_cast<std::uint16_t>(size))), kDamaged);
+    }
     EXPECT_EQ(openError(changed<std::uint32_t>(good, catalog + 24, 0)), kDamaged);       // no leaf, so no root folder
     EXPECT_EQ(openError(changed<std::uint32_t>(good, catalog + 24, 99)), kDamaged);      // a leaf outside the file
     EXPECT_EQ(openError(changed<std::uint8_t>(good, leaf + 8, 0)), kDamaged);            // a leaf that is none
@@ -165,8 +166,9 @@ TEST(HostileHfs, OneFileOutsideTheVolumeDoesNotSpoilTheOthers) {
 TEST(HostileHfs, ManyEqualNamesAreToldApart) {
     HfsBuilder builder;
     HfsFileItem item;
-    for (item.id = 100; item.id < 600; ++item.id)
+    for (item.id = 100; item.id < 600; ++item.id) {
         builder.record(2, u"same", fileRecord(item));
+    }
     const auto volume = HfsVolume::open(inMemory(builder.build()));
     EXPECT_EQ(volume->list(2).size(), 500U);
     EXPECT_EQ(walk(*volume).entries, 500U);
@@ -176,20 +178,23 @@ TEST(HostileHfs, ManyEqualNamesAreToldApart) {
 TEST(HostileHfs, DeepFoldersNeedNoStack) {
     HfsBuilder builder;
     std::uint32_t parent = 2;
-    for (int depth = 0; depth < 20'000; ++depth)
+    for (int depth = 0; depth < 20'000; ++depth) {
         parent = builder.folder(parent, u"d");
+    }
     builder.folderLink(parent, u"x", 1); // has the folders' graph looked at
     EXPECT_EQ(walk(*HfsVolume::open(inMemory(builder.build()))).entries, 20'001U);
 }
 
 TEST(HostileHfs, EveryTruncationIsAnErrorOrHarmless) {
     const Bytes good = someVolume();
-    for (std::size_t length = 0; length < good.size(); length += 128)
+    for (std::size_t length = 0; length < good.size(); length += 128) {
         errorOf([&] {
-            if (const auto volume =
-                    HfsVolume::open(inMemory(Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length)))))
+            if (const auto volume = HfsVolume::open(
+                    inMemory(Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(length))))) {
                 walk(*volume);
+            }
         });
+    }
 }
 
 TEST(HostileHfs, EveryByteOfItsStructuresMayBeWrong) {
@@ -197,24 +202,27 @@ TEST(HostileHfs, EveryByteOfItsStructuresMayBeWrong) {
     Bytes broken = good;
     const auto tryAll = [&](std::size_t begin, std::size_t end) {
         for (std::size_t at = begin; at < end; ++at) {
-            if (good[at] == std::byte{0} && at % 4 != 3) // mostly padding: one of four is enough
+            if (good[at] == std::byte{0} && at % 4 != 3) { // mostly padding: one of four is enough
                 continue;
+            }
             for (const unsigned flip : {0x01U, 0xFFU}) {
                 broken[at] = good[at] ^ static_cast<std::byte>(flip);
                 errorOf([&] {
-                    if (const auto volume = HfsVolume::open(inMemory(broken)))
+                    if (const auto volume = HfsVolume::open(inMemory(broken))) {
                         walk(*volume);
+                    }
                 });
             }
             broken[at] = good[at];
         }
     };
     tryAll(1024, 1536);
-    for (const std::size_t fork : {kExtents, kCatalog, kAttributes})
+    for (const std::size_t fork : {kExtents, kCatalog, kAttributes}) {
         for (const std::size_t node : {0U, 1U}) {
             const std::size_t nodeSize = loadBig<std::uint16_t>(good, forkOffset(good, fork) + 32);
             tryAll(forkOffset(good, fork) + node * nodeSize, forkOffset(good, fork) + (node + 1) * nodeSize);
         }
+    }
 }
 
 TEST(HostileHfs, GarbageIsNoVolumeOrDamage) {

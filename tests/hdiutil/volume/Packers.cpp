@@ -65,8 +65,9 @@ void addMatch(Bytes& out, std::size_t distance, std::size_t length) {
 
 std::size_t matchLength(const Bytes& contents, std::size_t a, std::size_t b) {
     std::size_t length = 0;
-    while (b + length < contents.size() && contents[a + length] == contents[b + length])
+    while (b + length < contents.size() && contents[a + length] == contents[b + length]) {
         ++length;
+    }
     return length;
 }
 
@@ -177,8 +178,9 @@ Bytes offsetFork(const Bytes& contents, std::byte marker, const std::function<By
     Bytes fork(4 * (blocks.size() + 1));
     for (std::size_t i = 0; i <= blocks.size(); ++i) {
         storeLittle<std::uint32_t>(fork, 4 * i, static_cast<std::uint32_t>(fork.size()));
-        if (i < blocks.size())
+        if (i < blocks.size()) {
             fork = fork + blocks[i];
+        }
     }
     return fork;
 }

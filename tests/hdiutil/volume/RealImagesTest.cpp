@@ -59,8 +59,9 @@ TEST(RealHfsImages, ShowLinksModesOwnersAndTimes) {
 TEST(RealHfsImages, HideTheJournalAndThePrivateFolders) {
     const auto volume = onlyVolume(partition("hfsplus-gpt-zlib-stub-app.dmg", "hfs"));
     std::vector<std::string> names;
-    for (const DirectoryEntry& entry : volume->list(volume->root()))
+    for (const DirectoryEntry& entry : volume->list(volume->root())) {
         names.push_back(entry.name);
+    }
     EXPECT_THAT(names, testing::ElementsAre("Transmission.app"));
     EXPECT_EQ(volume->lookUp(volume->root(), ".journal"), std::nullopt);
 }

@@ -18,14 +18,18 @@ void expectSameFromManyThreads(const Volume& volume) {
     const Tree expected = readTree(volume);
     std::atomic<int> differing = 0;
     std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
+    for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
-            for (int round = 0; round < 5; ++round)
-                if (readTree(volume) != expected)
+            for (int round = 0; round < 5; ++round) {
+                if (readTree(volume) != expected) {
                     ++differing;
+                }
+            }
         });
-    for (std::thread& thread : threads)
+    }
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     EXPECT_EQ(differing, 0);
 }
 
@@ -43,9 +47,11 @@ TEST(VolumeThreads, ReadHfsPlusSideBySide) {
 
 TEST(VolumeThreads, ReadApfsSideBySide) {
     const auto image = DiskImage::open(std::string(TEST_IMAGES) + "/apfs-gpt-zlib-one-file.dmg");
-    for (const Partition& partition : readPartitionMap(*image->disk()).partitions)
-        for (const auto& volume : openVolumes(slice(image->disk(), partition.offset, partition.length)))
+    for (const Partition& partition : readPartitionMap(*image->disk()).partitions) {
+        for (const auto& volume : openVolumes(slice(image->disk(), partition.offset, partition.length))) {
             expectSameFromManyThreads(*volume);
+        }
+    }
 }
 
 } // namespace

@@ -14,16 +14,18 @@ constexpr std::size_t kPart = 64U * 1024;
 
 void visit(const Volume& volume, NodeId node, Walked& walked, std::vector<NodeId>& folders) {
     const Attributes attributes = volume.attributes(node);
-    if (attributes.kind == NodeKind::kFolder)
+    if (attributes.kind == NodeKind::kFolder) {
         return folders.push_back(node);
+    }
     if (attributes.kind == NodeKind::kSymlink) {
         walked.bytes += volume.linkTarget(node).size();
         return;
     }
     std::vector<std::byte> part(kPart);
     walked.bytes += volume.read(node, 0, part);
-    if (attributes.size > kPart)
+    if (attributes.size > kPart) {
         walked.bytes += volume.read(node, attributes.size - kPart / 2, part);
+    }
 }
 
 } // namespace
@@ -38,8 +40,9 @@ Walked walk(const Volume& volume) {
             ++walked.entries;
             try {
                 // Of two names that the volume takes for one, either may be found, but one is.
-                if (!volume.lookUp(folder, entry.name))
+                if (!volume.lookUp(folder, entry.name)) {
                     __builtin_trap();
+                }
                 visit(volume, entry.node, walked, folders);
             } catch (const ImageError&) {
                 ++walked.errors;

@@ -13,13 +13,14 @@ namespace fs = std::filesystem;
 
 Bytes hfsPart(const std::string& path) {
     const Bytes bytes = readFile(path);
-    for (std::size_t at = 1024; at + 512 <= bytes.size(); at += 512)
+    for (std::size_t at = 1024; at + 512 <= bytes.size(); at += 512) {
         if (bytes[at] == std::byte{'H'} && bytes[at + 1] == std::byte{'+'}) {
             const std::size_t size =
                 std::size_t{loadBig<std::uint32_t>(bytes, at + 40)} * loadBig<std::uint32_t>(bytes, at + 44);
             const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(at - 1024);
             return {begin, begin + static_cast<std::ptrdiff_t>(size)};
         }
+    }
     ADD_FAILURE() << "no HFS+ in " << path;
     return {};
 }
@@ -41,8 +42,9 @@ void makeXorrisoSource(const std::string& folder) {
     fs::permissions(folder + "/large", fs::perms(0600));
     fs::create_symlink("App.app/Contents/MacOS/run", folder + "/relative");
     fs::create_symlink("/Applications", folder + "/absolute");
-    for (int i = 0; i < 300; ++i) // more than one leaf
+    for (int i = 0; i < 300; ++i) { // more than one leaf
         writeFile(folder + "/App.app/file number " + std::to_string(i), prose(static_cast<std::size_t>(i), 3));
+    }
 }
 
 } // namespace hdi::test

@@ -48,8 +48,9 @@ TEST(Address, TakesSchemeAndHostAsTheyAreWritten) {
 TEST(Address, RefusesTextsThatTheClassicParserRefuses) {
     for (const QString& text : {u""_s, u"http://h/a b"_s, u"http://h/ü"_s, u"http://h/%zz"_s, u"http://h/%4"_s,
                                 u"http://h/#a#b"_s, u"http://h/`"_s, u"http://h/<x>"_s, u"http://h/\n"_s, u"%"_s,
-                                u"http://h/{a}"_s, u"http://h/a|b"_s, u"http://h/\\"_s, u"http://h/^"_s})
+                                u"http://h/{a}"_s, u"http://h/a|b"_s, u"http://h/\\"_s, u"http://h/^"_s}) {
         EXPECT_FALSE(Address::parse(text)) << text.toStdString();
+    }
 }
 
 TEST(Address, RefusesOneZeroUnit) {

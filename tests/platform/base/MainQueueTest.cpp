@@ -15,18 +15,20 @@ using namespace Qt::StringLiterals;
 TEST(MainQueue, RunsWorkOnTheMainThreadInTheOrderOfHandingOver) {
     std::vector<int> order;
     std::thread other([&] {
-        for (int index = 0; index < 100; ++index)
+        for (int index = 0; index < 100; ++index) {
             MainQueue::async([&order, index] {
                 EXPECT_TRUE(MainQueue::isMainThread());
                 order.push_back(index);
             });
+        }
         EXPECT_FALSE(MainQueue::isMainThread());
     });
     other.join();
     EXPECT_TRUE(order.empty());
     ASSERT_TRUE(test::waitFor([&] { return order.size() == 100; }));
-    for (int index = 0; index < 100; ++index)
+    for (int index = 0; index < 100; ++index) {
         EXPECT_EQ(order[static_cast<std::size_t>(index)], index);
+    }
 }
 
 TEST(MainQueue, NeverCallsDirectlyFromTheMainThread) {

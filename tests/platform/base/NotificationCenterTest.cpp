@@ -92,11 +92,13 @@ TEST(NotificationCenter, DeliversOnThePostingThread) {
 
 TEST(NotificationCenter, MayBeUsedFromTwoThreadsAtOnce) {
     std::thread adder([] {
-        for (int index = 0; index < 200; ++index)
+        for (int index = 0; index < 200; ++index) {
             center().addObserver(kName, [](const Notification&) {});
+        }
     });
-    for (int index = 0; index < 200; ++index)
+    for (int index = 0; index < 200; ++index) {
         center().post(kName);
+    }
     adder.join();
 }
 

@@ -36,8 +36,9 @@ TEST(DoubleValue, TakesTheLongestLeadingDecimalNumber) {
         {u"2e3e4"_s, 2000},
         {u"1-2"_s, 1},
     };
-    for (const auto& [text, value] : rows)
+    for (const auto& [text, value] : rows) {
         EXPECT_EQ(NumberText::doubleValue(text), value) << text.toStdString();
+    }
 }
 
 TEST(DoubleValue, TakesAVeryLongNumber) {
@@ -60,6 +61,7 @@ TEST(HexInt, ScansLikeThePlatformsScanner) {
         {u"ffffffff"_s, 0xFFFFFFFFU},
         {u"fffffffff"_s, std::numeric_limits<unsigned>::max()},
     };
-    for (const auto& [text, value] : rows)
+    for (const auto& [text, value] : rows) {
         EXPECT_EQ(NumberText::hexInt(text), value) << text.toStdString();
+    }
 }

@@ -45,8 +45,9 @@ void expectSample(const std::optional<QVariant>& value) {
 
 QByteArray bigEndian(quint64 value) {
     QByteArray bytes;
-    for (int shift = 56; shift >= 0; shift -= 8)
+    for (int shift = 56; shift >= 0; shift -= 8) {
         bytes += static_cast<char>(value >> shift & 0xFF);
+    }
     return bytes;
 }
 
@@ -61,8 +62,9 @@ QByteArray chainOfArrays(int length, int fanOut) {
     for (int index = 0; index < length; ++index) {
         note();
         bytes += static_cast<char>(0xA0 | fanOut);
-        for (int reference = 0; reference < fanOut; ++reference)
+        for (int reference = 0; reference < fanOut; ++reference) {
             bytes += bigEndian(static_cast<quint64>(index) + 1).right(4);
+        }
     }
     note();
     bytes += QByteArray("\x10\x01", 2);
@@ -83,14 +85,16 @@ TEST(PropertyList, ReadsBinary) {
 
 TEST(PropertyList, RefusesGarbage) {
     for (const QByteArray& bytes : {QByteArray(), QByteArray("garbage"), QByteArray("<plist"), QByteArray("bplist00"),
-                                    QByteArray(64, '\xFF'), QByteArray("bplist00") + QByteArray(40, '\xFF')})
+                                    QByteArray(64, '\xFF'), QByteArray("bplist00") + QByteArray(40, '\xFF')}) {
         EXPECT_FALSE(PropertyList::parse(bytes)) << bytes.toStdString();
+    }
 }
 
 TEST(PropertyList, SurvivesEveryTruncation) {
     for (const QByteArray& whole : {kSample, binaryOf(kSample)}) {
-        for (qsizetype length = 0; length < whole.size(); ++length)
+        for (qsizetype length = 0; length < whole.size(); ++length) {
             PropertyList::parse(whole.left(length));
+        }
     }
 }
 
@@ -163,9 +167,10 @@ TEST(PropertyListGuard, RefusesInputAboveSixteenMebibytes) {
 
 TEST(PropertyList, DoesNotExpandEntityBombs) {
     QByteArray bomb = "<?xml version=\"1.0\"?><!DOCTYPE plist [<!ENTITY a \"aaaaaaaaaa\">";
-    for (char name = 'b'; name <= 'j'; ++name)
+    for (char name = 'b'; name <= 'j'; ++name) {
         bomb += QByteArray("<!ENTITY ") + name + " \"" +
                 QByteArray("&" + QByteArray(1, static_cast<char>(name - 1)) + ";").repeated(10) + "\">";
+    }
     bomb += "]><plist version=\"1.0\"><string>&j;</string></plist>";
     const std::optional<QVariant> value = PropertyList::parse(bomb);
     EXPECT_LT(value.value_or(QVariant()).toString().size(), 100);

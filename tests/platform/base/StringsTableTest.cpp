@@ -40,14 +40,16 @@ TEST(StringsTable, TakesAnEmptyFileAsAnEmptyTable) {
 }
 
 TEST(StringsTable, RefusesDamagedTables) {
-    for (const QByteArray& bytes :
-         {QByteArray("\"a\" = \"x\""), QByteArray("\"a\" \"x\";"), QByteArray("\"a"), QByteArray("/* open"),
-          QByteArray("\"a\" = ;"), QByteArray("= \"x\";"), QByteArray("\xFF\xFE\xFF"), QByteArray("\"a\" = \"\xC3\";")})
+    for (const QByteArray& bytes : {QByteArray("\"a\" = \"x\""), QByteArray("\"a\" \"x\";"), QByteArray("\"a"),
+                                    QByteArray("/* open"), QByteArray("\"a\" = ;"), QByteArray("= \"x\";"),
+                                    QByteArray("\xFF\xFE\xFF"), QByteArray("\"a\" = \"\xC3\";")}) {
         EXPECT_FALSE(StringsTable::parse(bytes)) << bytes.toStdString();
+    }
 }
 
 TEST(StringsTable, SurvivesEveryTruncation) {
     const QByteArray whole = R"(/* c */ "key" = "v\"\U00e4\n"; // end)";
-    for (qsizetype length = 0; length <= whole.size(); ++length)
+    for (qsizetype length = 0; length <= whole.size(); ++length) {
         StringsTable::parse(whole.left(length));
+    }
 }

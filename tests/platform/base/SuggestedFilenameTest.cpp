@@ -16,10 +16,11 @@ struct Row {
 };
 
 void expectRows(const std::vector<Row>& rows) {
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         EXPECT_EQ(SuggestedFilename::of(row.disposition, row.address, row.type), row.name)
             << row.disposition.value_or("no header").constData() << " " << row.address.toStdString() << " "
             << row.type.toStdString();
+    }
 }
 
 const QString kHost = u"http://h/p/url.bin"_s;
@@ -71,8 +72,9 @@ TEST(SuggestedFilename, IsTheNameOfTheHeader) {
 
 TEST(SuggestedFilename, ComesFromTheAddressWhenTheHeaderNamesNothing) {
     for (const char* header : {"", "inline", "attachment", "attachment; name=x", "attachment; filename",
-                               "attachment; filename=", "attachment; filename=\"\"", ";;;", "=", "\""})
+                               "attachment; filename=", "attachment; filename=\"\"", ";;;", "=", "\""}) {
         EXPECT_EQ(SuggestedFilename::of(QByteArray(header), kHost, {}), u"url.bin"_s) << header;
+    }
 }
 
 TEST(SuggestedFilename, NeverLeavesItsFolder) {
@@ -138,8 +140,9 @@ TEST(SuggestedFilename, HasAtMost255BytesAndKeepsItsExtension) {
 
 TEST(SuggestedFilename, SurvivesEveryByteAndEveryPrefixOfAHeader) {
     const QByteArray header = "attachment; filename=\"a\\\"b\"; filename*=UTF-8'en'%C3%9C%2F..";
-    for (qsizetype length = 0; length <= header.size(); ++length)
+    for (qsizetype length = 0; length <= header.size(); ++length) {
         EXPECT_FALSE(SuggestedFilename::of(header.left(length), kHost, {}).contains(u'/')) << length;
+    }
     for (int byte = 0; byte < 256; ++byte) {
         const QByteArray odd = "attachment; filename=" + QByteArray(3, static_cast<char>(byte));
         const QString name = SuggestedFilename::of(odd, kHost, {});

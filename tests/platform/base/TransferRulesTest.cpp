@@ -46,16 +46,19 @@ TEST(CurlErrors, AreCalledByThePlatformsCodes) {
         {CURLE_UNSUPPORTED_PROTOCOL, 0, true, -1011},
         {CURLE_OUT_OF_MEMORY, 0, true, -1},
     };
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         EXPECT_EQ(transportErrorCode(row.code, row.systemError, row.hasRoute), row.expected)
             << "code " << row.code << " " << row.systemError;
+    }
 }
 
 TEST(HttpRedirect, FollowsFiveStatuses) {
-    for (const long status : {301L, 302L, 303L, 307L, 308L})
+    for (const long status : {301L, 302L, 303L, 307L, 308L}) {
         EXPECT_TRUE(HttpRedirect::isRedirect(status)) << status;
-    for (const long status : {0L, 200L, 201L, 300L, 304L, 305L, 306L, 309L, 400L})
+    }
+    for (const long status : {0L, 200L, 201L, 300L, 304L, 305L, 306L, 309L, 400L}) {
         EXPECT_FALSE(HttpRedirect::isRedirect(status)) << status;
+    }
 }
 
 TEST(HttpRedirect, ChangesTheMethodWhereTheStatusSaysSo) {
@@ -68,9 +71,10 @@ TEST(HttpRedirect, ChangesTheMethodWhereTheStatusSaysSo) {
         {301, u"GET"_s, u"GET"_s}, {301, u"POST"_s, u"GET"_s}, {302, u"POST"_s, u"GET"_s},  {303, u"POST"_s, u"GET"_s},
         {303, u"PUT"_s, u"GET"_s}, {301, u"PUT"_s, u"PUT"_s},  {307, u"POST"_s, u"POST"_s}, {308, u"POST"_s, u"POST"_s},
     };
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         EXPECT_EQ(HttpRedirect::methodAfter(row.status, row.method), row.next)
             << row.status << " " << row.method.toStdString();
+    }
 }
 
 TEST(HttpRedirect, NeverLeavesTlsNorHttp) {
@@ -79,8 +83,9 @@ TEST(HttpRedirect, NeverLeavesTlsNorHttp) {
     EXPECT_TRUE(HttpRedirect::mayFollow(u"https://a/"_s, u"HTTPS://b/"_s));
     EXPECT_FALSE(HttpRedirect::mayFollow(u"https://a/"_s, u"http://b/"_s));
     EXPECT_FALSE(HttpRedirect::mayFollow(u"HTTPS://a/"_s, u"http://b/"_s));
-    for (const char* target : {"ftp://b/", "file:///etc/passwd", "data:,x", "", "b", "//b/"})
+    for (const char* target : {"ftp://b/", "file:///etc/passwd", "data:,x", "", "b", "//b/"}) {
         EXPECT_FALSE(HttpRedirect::mayFollow(u"http://a/"_s, QString::fromLatin1(target))) << target;
+    }
 }
 
 TEST(MediaTypes, KnowExtensionsBothWays) {
@@ -111,8 +116,9 @@ TEST(AddressPath, IsWhatStandsBetweenAuthorityAndQuery) {
         {u"http://[::1]:80/c"_s, u"/c"_s},
         {u"http://h/a:b"_s, u"/a:b"_s},
     };
-    for (const auto& [address, path] : rows)
+    for (const auto& [address, path] : rows) {
         EXPECT_EQ(AddressPath::pathOf(address), path) << address.toStdString();
+    }
     EXPECT_EQ(AddressPath::decodedPathOf(u"file:///p%20%C3%BC%00"_s), QByteArray("/p \xc3\xbc\0", 6));
 }
 
@@ -139,8 +145,9 @@ TEST(TransferClock, TakesABeginningAnewForAByte) {
 TEST(TransferClock, EndsWithTheWholeTimeHoweverManyBytesCome) {
     const TransferClock::Time start{};
     TransferClock clock(100ms, 1s, start);
-    for (int tick = 1; tick < 20; ++tick)
+    for (int tick = 1; tick < 20; ++tick) {
         EXPECT_TRUE(clock.mayGoOn(tick, start + tick * 50ms));
+    }
     EXPECT_FALSE(clock.mayGoOn(20, start + 1s));
     EXPECT_FALSE(clock.mayGoOn(21, start + 1s));
 }

@@ -28,6 +28,7 @@ TEST(TransportError, CarriesThePublishedSentences) {
         {TransportError::kNotConnected, u"The Internet connection appears to be offline."_s},
         {TransportError::kFileDoesNotExist, u"The requested URL was not found on this server."_s},
     };
-    for (const auto& [code, sentence] : rows)
+    for (const auto& [code, sentence] : rows) {
         EXPECT_EQ((TransportError{code, QString()}.localizedDescription()), sentence);
+    }
 }
