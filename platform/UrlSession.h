@@ -18,7 +18,9 @@ using namespace Qt::StringLiterals;
 // Transfers over http, https and file. Each request has a worker thread of its own.
 //
 // Only a transfer without an answer is an error: an answer with any status is delivered with that status. Redirects are
-// followed (none from https to http), content encodings are undone, nothing is kept: no cache, cookies or credentials.
+// followed as soon as their head is there (none from https to http), nothing is kept: no cache, cookies or credentials.
+// Content encodings are undone; a body in one that is not known is handed on as it came. A body that breaks off within
+// its encoding, and an answer beyond the limits, are errors.
 
 struct UrlRequest {
     std::optional<Address> address; // absent: the transfer fails with kUnsupportedAddress
@@ -39,9 +41,9 @@ struct TransferLimits {
     std::chrono::milliseconds idle = std::chrono::seconds(60);    // without a byte, connecting included
     std::chrono::milliseconds whole = std::chrono::hours(24 * 7); // from start to end
     long redirects = 16;
-    long receiveBuffer = 512L * 1024; // bytes
-    qsizetype data =
-        qsizetype{256} * 1024 * 1024; // bytes of an answer that a data task keeps in memory; more is an error
+    long receiveBuffer = 512L * 1024;                  // bytes
+    std::int64_t head = std::int64_t{300} * 1024;      // bytes of an answer's headers and trailers together
+    std::int64_t data = std::int64_t{4} * 1024 * 1024; // bytes of a data task's answer, before and after decoding
 };
 
 namespace UrlSession {

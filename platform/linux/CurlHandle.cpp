@@ -41,6 +41,7 @@ CurlHandle makeCurlHandle() {
 
 CurlList headerLines(const UrlRequest& request) {
     CurlList list;
+    append(list, "Accept-Encoding: gzip, deflate, br");
     append(list, "Expect:");
     for (const auto& [name, value] : request.headers) {
         const QByteArray bytes = withoutLineEnds(value);
@@ -55,7 +56,6 @@ void setCommonOptions(CURL* handle, const TransferLimits& limits, const CurlList
     setOption(handle, CURLOPT_FOLLOWLOCATION, 0L); // hops are judged one by one by us
     setOption(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     setOption(handle, CURLOPT_BUFFERSIZE, limits.receiveBuffer);
-    setOption(handle, CURLOPT_ACCEPT_ENCODING, "gzip, deflate, br");
     setOption(handle, CURLOPT_PATH_AS_IS, 1L);
     setOption(handle, CURLOPT_NOSIGNAL, 1L);
     setOption(handle, CURLOPT_QUICK_EXIT, 1L); // a time-out does not wait for the name server's own

@@ -10,9 +10,13 @@
 struct CurlHandleFree {
     void operator()(CURL* handle) const { curlLibrary()->cleanup(handle); }
     void operator()(curl_slist* list) const { curlLibrary()->freeList(list); }
+    void operator()(CURLU* address) const { curlLibrary()->urlCleanup(address); }
+    void operator()(char* text) const { curlLibrary()->free(text); }
 };
 using CurlHandle = std::unique_ptr<CURL, CurlHandleFree>;
 using CurlList = std::unique_ptr<curl_slist, CurlHandleFree>;
+using CurlAddress = std::unique_ptr<CURLU, CurlHandleFree>;
+using CurlText = std::unique_ptr<char, CurlHandleFree>;
 
 // Loads and prepares the library when it is first needed, which the program's start does not pay for. Any thread
 // but the main one. Null when there is no library or no memory.
@@ -24,11 +28,12 @@ void setOption(CURL* handle, CURLoption option, Value value) {
     curlLibrary()->setOption(handle, option, value);
 }
 
-// Header lines of a request, in order, and without the Expect header that libcurl would add to a large body. A line end
-// inside a value would make a second header of it and is left out. Only where makeCurlHandle() has given a handle.
+// Header lines of a request, in order, after the encodings that ContentDecoder undoes, and without the Expect header
+// that libcurl would add to a large body. A line end inside a value would make a second header of it and is left out.
+// Only where makeCurlHandle() has given a handle.
 CurlList headerLines(const UrlRequest& request);
 
-// Everything that is the same for all hops: protocols, HTTP version, buffer, encodings, certificates, User-Agent.
+// Everything that is the same for all hops: protocols, HTTP version, buffer, certificates, User-Agent.
 // Proxies come from the environment, as the library has it. The lists must live as long as the handle is used.
 void setCommonOptions(CURL* handle, const TransferLimits& limits, const CurlList& headers);
 

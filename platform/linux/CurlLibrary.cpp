@@ -27,7 +27,9 @@ std::optional<CurlLibrary> load() {
         find(library, "curl_easy_cleanup", curl.cleanup) && find(library, "curl_easy_setopt", curl.setOption) &&
         find(library, "curl_easy_getinfo", curl.getInfo) && find(library, "curl_easy_perform", curl.perform) &&
         find(library, "curl_easy_header", curl.header) && find(library, "curl_slist_append", curl.append) &&
-        find(library, "curl_slist_free_all", curl.freeList)) {
+        find(library, "curl_slist_free_all", curl.freeList) && find(library, "curl_url", curl.url) &&
+        find(library, "curl_url_cleanup", curl.urlCleanup) && find(library, "curl_url_get", curl.urlGet) &&
+        find(library, "curl_url_set", curl.urlSet) && find(library, "curl_free", curl.free)) {
         return curl;
     }
     platform::consoleLog(formatText("Nothing can be requested: %@", QString::fromLocal8Bit(dlerror())));

@@ -14,6 +14,11 @@ struct CurlLibrary {
     decltype(&curl_easy_header) header = nullptr;
     decltype(&curl_slist_append) append = nullptr;
     decltype(&curl_slist_free_all) freeList = nullptr;
+    decltype(&curl_url) url = nullptr;
+    decltype(&curl_url_cleanup) urlCleanup = nullptr;
+    decltype(&curl_url_get) urlGet = nullptr;
+    decltype(&curl_url_set) urlSet = nullptr;
+    decltype(&curl_free) free = nullptr;
 };
 
 // Any thread but the main one: the first call waits for the first frame. Null when the system has no such library, or

@@ -7,9 +7,11 @@
 
 #include <utility>
 
-HttpTransfer::HttpTransfer(const UrlRequest& request, const TransferLimits& limits, const BodySink& sink)
+HttpTransfer::HttpTransfer(const UrlRequest& request, const TransferLimits& limits, std::int64_t mostBody,
+                           const BodySink& sink)
     : request_(request), limits_(limits), sink_(sink), address_(request.address->text), method_(request.method),
-      handle_(makeCurlHandle()), clock_(limits.idle, limits.whole, std::chrono::steady_clock::now()) {}
+      handle_(makeCurlHandle()), clock_(limits.idle, limits.whole, std::chrono::steady_clock::now()),
+      mostBody_(mostBody) {}
 
 TransferResult HttpTransfer::run() {
     if (!handle_) {
@@ -43,15 +45,24 @@ void HttpTransfer::connectCallbacks() {
 }
 
 std::optional<TransportError::Code> HttpTransfer::performHop() {
-    headIsWhole_ = false;
-    bodyBegan_ = false;
-    const CURLcode code = curlLibrary()->perform(handle_.get());
-    // A connection that ends within the head is an empty answer to the library.
-    if (code == CURLE_OK) {
-        return headIsWhole_ ? std::nullopt : std::optional(TransportError::kConnectionLost);
+    CURLcode code = performOnce();
+    if (brokeBeforeAnAnswer(code)) {
+        setOption(handle_.get(), CURLOPT_FRESH_CONNECT, 1L);
+        code = performOnce();
+        setOption(handle_.get(), CURLOPT_FRESH_CONNECT, 0L);
+    }
+    if (isDoneWithHop_) {
+        return std::nullopt;
     }
     if (refusal_) {
         return refusal_;
+    }
+    // A connection that ends within the head is an empty answer to libcurl.
+    if (code == CURLE_OK) {
+        if (!headIsWhole_) {
+            return TransportError::kConnectionLost;
+        }
+        return decoder_ && !decoder_->isWhole() ? std::optional(TransportError::kBadServerResponse) : std::nullopt;
     }
     if (clock_.hasExpired()) {
         return TransportError::kTimedOut;
@@ -61,13 +72,29 @@ std::optional<TransportError::Code> HttpTransfer::performHop() {
     return transportErrorCode(code, systemError, platform::defaultRouteIsReachable());
 }
 
+CURLcode HttpTransfer::performOnce() {
+    headBytes_ = 0;
+    bodyBytes_ = 0;
+    headIsWhole_ = false;
+    isDoneWithHop_ = false;
+    bodyBegan_ = false;
+    decoder_.reset();
+    return curlLibrary()->perform(handle_.get());
+}
+
+// A server may close a connection that it kept at the moment at which we use it again.
+bool HttpTransfer::brokeBeforeAnAnswer(CURLcode code) const {
+    long connects = 1;
+    curlLibrary()->getInfo(handle_.get(), CURLINFO_NUM_CONNECTS, &connects);
+    const bool broke = code == CURLE_GOT_NOTHING || code == CURLE_RECV_ERROR || code == CURLE_SEND_ERROR;
+    return broke && connects == 0 && headBytes_ == 0;
+}
+
 std::optional<TransportError::Code> HttpTransfer::goOn(long followed) {
     if (followed >= limits_.redirects) {
         return TransportError::kTooManyRedirects;
     }
-    const char* target = nullptr;
-    curlLibrary()->getInfo(handle_.get(), CURLINFO_REDIRECT_URL, &target);
-    const QString next = QString::fromUtf8(target);
+    const QString next = redirectTarget();
     if (!HttpRedirect::mayFollow(address_, next)) {
         return TransportError::kUnsupportedAddress;
     }
@@ -76,35 +103,76 @@ std::optional<TransportError::Code> HttpTransfer::goOn(long followed) {
     return std::nullopt;
 }
 
+// The Location, seen from the present address. As it stands when it is no reference to an address (RFC 3986, 4.1).
+QString HttpTransfer::redirectTarget() const {
+    const CurlLibrary& curl = *curlLibrary();
+    const char* const location = header("Location");
+    const CurlAddress address(curl.url());
+    char* target = nullptr;
+    if (address && curl.urlSet(address.get(), CURLUPART_URL, address_.toUtf8().constData(), 0) == CURLUE_OK &&
+        curl.urlSet(address.get(), CURLUPART_URL, location, CURLU_NON_SUPPORT_SCHEME) == CURLUE_OK) {
+        curl.urlGet(address.get(), CURLUPART_URL, &target, 0);
+    }
+    const CurlText owned(target);
+    return QString::fromUtf8(target ? target : location);
+}
+
 std::size_t HttpTransfer::takeBody(char* bytes, std::size_t one, std::size_t count, void* self) {
-    auto& transfer = *static_cast<HttpTransfer*>(self);
     const std::size_t size = one * count;
-    if (!std::exchange(transfer.bodyBegan_, true)) {
-        transfer.lookAtHead();
+    return static_cast<HttpTransfer*>(self)->mayTakeBody({bytes, size}) ? size : 0;
+}
+
+bool HttpTransfer::mayTakeBody(std::string_view bytes) {
+    if (!std::exchange(bodyBegan_, true)) {
+        lookAtHead();
     }
-    if (!transfer.bodyIsWanted_) {
-        return size;
+    bodyBytes_ += static_cast<std::int64_t>(bytes.size());
+    if (!bodyIsWanted_) {
+        return true;
     }
-    transfer.refusal_ = transfer.sink_({bytes, size}, transfer.expectedLength_);
-    return transfer.refusal_ ? 0 : size;
+    if (bodyBytes_ > mostBody_) {
+        refusal_ = TransportError::kDataLengthExceedsMaximum;
+    } else if (!decoder_) {
+        takeDecoded(bytes);
+    } else if (!decoder_->feed(bytes, [this](std::string_view decoded) { return takeDecoded(decoded); }) && !refusal_) {
+        refusal_ = TransportError::kBadServerResponse;
+    }
+    return !refusal_;
+}
+
+bool HttpTransfer::takeDecoded(std::string_view bytes) {
+    refusal_ = sink_(bytes, expectedLength_);
+    return !refusal_;
 }
 
 void HttpTransfer::lookAtHead() {
     bodyIsWanted_ = !isRedirect();
+    const char* const encoding = header("Content-Encoding");
+    decoder_ = encoding ? ContentDecoder::forHeader(encoding) : nullptr;
     expectedLength_ = expectedLength();
 }
 
 std::size_t HttpTransfer::takeHeader(char* bytes, std::size_t one, std::size_t count, void* self) {
-    auto& transfer = *static_cast<HttpTransfer*>(self);
-    const std::string_view line(bytes, one * count);
-    transfer.headerBytes_ += static_cast<std::int64_t>(line.size());
+    const std::size_t size = one * count;
+    return static_cast<HttpTransfer*>(self)->mayTakeHead({bytes, size}) ? size : 0;
+}
+
+bool HttpTransfer::mayTakeHead(std::string_view line) {
+    const auto size = static_cast<std::int64_t>(line.size());
+    headerBytes_ += size;
+    headBytes_ += size;
+    if (headBytes_ > limits_.head) {
+        refusal_ = TransportError::kDataLengthExceedsMaximum;
+        return false;
+    }
     // Trailers come here too, after the body; an interim answer is followed by another head.
     if (line.starts_with("HTTP/")) {
-        transfer.headIsWhole_ = false;
+        headIsWhole_ = false;
     } else if (line == "\r\n" || line == "\n") {
-        transfer.headIsWhole_ = true;
+        headIsWhole_ = true;
+        isDoneWithHop_ = isRedirect();
     }
-    return line.size();
+    return !isDoneWithHop_ || bodyIsStatedToBeEmpty();
 }
 
 int HttpTransfer::takeProgress(void* self, curl_off_t, curl_off_t received, curl_off_t, curl_off_t sent) {
@@ -114,8 +182,8 @@ int HttpTransfer::takeProgress(void* self, curl_off_t, curl_off_t received, curl
 }
 
 bool HttpTransfer::isRedirect() const {
-    const char* const location = header("Location");
-    return HttpRedirect::isRedirect(status()) && location && *location != '\0';
+    // libcurl leaves the end of the line in a value that is empty.
+    return HttpRedirect::isRedirect(status()) && !QByteArray(header("Location")).trimmed().isEmpty();
 }
 
 long HttpTransfer::status() const {
@@ -132,9 +200,15 @@ const char* HttpTransfer::header(const char* name) const {
                : nullptr;
 }
 
+// After such an answer the connection can be kept.
+bool HttpTransfer::bodyIsStatedToBeEmpty() const {
+    const char* const length = header("Content-Length");
+    return length && std::string_view(length) == "0";
+}
+
 std::int64_t HttpTransfer::expectedLength() const {
     // The stated length is that of the encoded body.
-    if (header("Content-Encoding")) {
+    if (decoder_) {
         return -1;
     }
     curl_off_t length = -1;

@@ -2,16 +2,19 @@
 
 #include "platform/base/TransferClock.h"
 #include "platform/linux/BodySink.h"
+#include "platform/linux/ContentDecoder.h"
 #include "platform/linux/CurlHandle.h"
 
 // One request over http or https with all its redirects, through libcurl. Blocks its thread until the end. The body of
-// a redirect is thrown away. Used once.
+// a redirect is not waited for: servers send worthless ones, cut short or never. Used once.
 class HttpTransfer {
 public:
-    HttpTransfer(const UrlRequest& request, const TransferLimits& limits, const BodySink& sink);
+    // `mostBody`: the bytes of a body, as they come over the wire, beyond which the transfer fails.
+    HttpTransfer(const UrlRequest& request, const TransferLimits& limits, std::int64_t mostBody, const BodySink& sink);
 
-    // Errors: those of platform/base/CurlErrors.h, kTimedOut by the limits, kUnsupportedAddress for an address or a
-    // redirect that may not be asked for, and what the sink returns.
+    // Errors: those of platform/base/CurlErrors.h, kTimedOut and kDataLengthExceedsMaximum by the limits,
+    // kUnsupportedAddress for an address or a redirect that may not be asked for, kBadServerResponse for a body whose
+    // encoding is damaged, and what the sink returns.
     TransferResult run();
 
 private:
@@ -21,11 +24,18 @@ private:
 
     void connectCallbacks();
     std::optional<TransportError::Code> performHop();
+    CURLcode performOnce();
+    bool brokeBeforeAnAnswer(CURLcode code) const;
+    bool mayTakeHead(std::string_view line);
+    bool mayTakeBody(std::string_view bytes);
+    bool takeDecoded(std::string_view bytes);
     std::optional<TransportError::Code> goOn(long followed);
+    QString redirectTarget() const;
     bool isRedirect() const;
     long status() const;
     void lookAtHead();
     const char* header(const char* name) const;
+    bool bodyIsStatedToBeEmpty() const;
     std::int64_t expectedLength() const;
     UrlResponse response() const;
 
@@ -37,11 +47,16 @@ private:
     CurlHandle handle_;
     CurlList headers_;
     TransferClock clock_;
-    std::int64_t headerBytes_ = 0;
+    std::int64_t headerBytes_ = 0; // of all hops
+    std::int64_t mostBody_;
+    // Of the present hop.
+    std::int64_t headBytes_ = 0;
+    std::int64_t bodyBytes_ = 0;
     bool headIsWhole_ = false;
-    // Of the present hop, from its first piece of body on: libcurl is not asked for each piece.
-    bool bodyBegan_ = false;
+    bool isDoneWithHop_ = false; // a redirect, which needs no body
+    bool bodyBegan_ = false;     // libcurl is not asked for each piece
     bool bodyIsWanted_ = false;
     std::int64_t expectedLength_ = -1;
-    std::optional<TransportError::Code> refusal_; // of the sink
+    std::unique_ptr<ContentDecoder> decoder_;
+    std::optional<TransportError::Code> refusal_; // by a limit, the decoder or the sink
 };

@@ -11,6 +11,7 @@
 #include <pthread.h>
 
 #include <csignal>
+#include <limits>
 #include <system_error>
 #include <thread>
 
@@ -38,7 +39,8 @@ void startThread(std::function<void()> body) {
     }
 }
 
-TransferResult transfer(const UrlRequest& request, const TransferLimits& limits, const BodySink& sink) {
+TransferResult transfer(const UrlRequest& request, const TransferLimits& limits, std::int64_t mostBody,
+                        const BodySink& sink) {
     const std::optional<Address>& address = request.address;
     if (!address) {
         return TransportError{TransportError::kUnsupportedAddress, {}};
@@ -51,20 +53,20 @@ TransferResult transfer(const UrlRequest& request, const TransferLimits& limits,
     if (!isHttp || address->host.value_or(QString()).isEmpty()) {
         return TransportError{TransportError::kUnsupportedAddress, address->text};
     }
-    return HttpTransfer(request, limits, sink).run();
+    return HttpTransfer(request, limits, mostBody, sink).run();
 }
 
 void runDataTask(const UrlRequest& request, const UrlSession::DataCompletion& completion,
                  const TransferLimits& limits) {
     QByteArray data("");
     const BodySink sink = [&](std::string_view bytes, std::int64_t) -> std::optional<TransportError::Code> {
-        if (static_cast<qsizetype>(bytes.size()) > limits.data - data.size()) {
+        if (static_cast<std::int64_t>(bytes.size()) > limits.data - data.size()) {
             return TransportError::kDataLengthExceedsMaximum;
         }
         data.append(bytes.data(), static_cast<qsizetype>(bytes.size()));
         return std::nullopt;
     };
-    const TransferResult result = transfer(request, limits, sink);
+    const TransferResult result = transfer(request, limits, limits.data, sink);
     if (const auto* const error = std::get_if<TransportError>(&result)) {
         completion(std::nullopt, std::nullopt, *error);
     } else {
@@ -82,7 +84,7 @@ TransferResult fillFile(const UrlRequest& request, const TransferLimits& limits,
         progress.add(static_cast<std::int64_t>(bytes.size()), expected);
         return std::nullopt;
     };
-    TransferResult result = transfer(request, limits, sink);
+    TransferResult result = transfer(request, limits, std::numeric_limits<std::int64_t>::max(), sink);
     if (!file.close() && std::holds_alternative<UrlResponse>(result)) {
         return TransportError{TransportError::kCannotWriteFile, request.address->text};
     }

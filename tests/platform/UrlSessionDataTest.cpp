@@ -22,6 +22,9 @@ const std::string
           "\x00",
           25);
 const std::string kDeflate("\x78\x9c\xcb\x48\xcd\xc9\xc9\x07\x00\x06\x2c\x02\x15", 13);
+const std::string kGzipOfGzip("\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\x03\x93\xef\xe6\x60\x00\x03\xe6\xd3\x1e\x67\x4f\x9e"
+                              "\x64\x67\x68\x5b\x26\x60\xc6\x0a\xe4\x03\x00\x60\xff\x88\x91\x19\x00\x00\x00",
+                              41);
 const std::string kBrotli("\x0b\x02\x80\x68\x65\x6c\x6c\x6f\x03", 9);
 
 TEST(UrlSessionData, DeliversBodyAndResponseOnceOnAThreadOfItsOwn) {
@@ -132,6 +135,93 @@ TEST(UrlSessionData, UndoesContentEncodings) {
         LoopbackServer server;
         server.expect("GET /", {.headers = {{"Content-Encoding", encoding}}, .body = body});
         EXPECT_EQ(test::fetch(server.address()).data, QByteArray("hello")) << encoding;
+    }
+}
+
+TEST(UrlSessionData, UndoesSeveralEncodingsAndDeflateWithoutItsFrame) {
+    // "hello": gzip of gzip; bare deflate; two members of one gzip file; gzip with something behind its end.
+    const std::string bare = kDeflate.substr(2, kDeflate.size() - 6);
+    const std::vector<std::tuple<std::string, std::string, QByteArray>> rows{
+        {"identity, gzip", kGzip, "hello"},    {"gzip, gzip", kGzipOfGzip, "hello"}, {"deflate", bare, "hello"},
+        {"GZip", kGzip + kGzip, "hellohello"}, {"gzip", kGzip + "more", "hello"},    {"x-gzip", kGzip, "hello"},
+    };
+    for (const auto& [encoding, body, expected] : rows) {
+        LoopbackServer server;
+        server.expect("GET /", {.headers = {{"Content-Encoding", encoding}}, .body = body});
+        EXPECT_EQ(test::fetch(server.address()).data, expected) << encoding;
+    }
+}
+
+TEST(UrlSessionData, UndoesAnEncodingThatComesByteByByte) {
+    for (const auto& [encoding, body] :
+         {std::pair("gzip", kGzip), std::pair("deflate", kDeflate),
+          std::pair("deflate", kDeflate.substr(2, kDeflate.size() - 6)), std::pair("br", kBrotli)}) {
+        LoopbackServer server;
+        server.expect(
+            "GET /",
+            {.headers = {{"Content-Encoding", encoding}}, .body = body, .pause = std::chrono::milliseconds(1)});
+        EXPECT_EQ(test::fetch(server.address()).data, QByteArray("hello")) << encoding;
+    }
+}
+
+TEST(UrlSessionData, HandsABodyInAnUnknownEncodingOnAsItCame) {
+    for (const char* const encoding :
+         {"UTF-8", "binary", "aws-chunked", "zstd", "gzip, zstd", "gzip,gzip,gzip,gzip,gzip,gzip"}) {
+        LoopbackServer server;
+        server.expect("GET /", {.status = 500, .headers = {{"Content-Encoding", encoding}}, .body = "as it is"});
+        const auto outcome = test::fetch(server.address());
+        EXPECT_EQ(outcome.data, QByteArray("as it is")) << encoding;
+        ASSERT_TRUE(outcome.response) << encoding;
+        EXPECT_EQ(outcome.response->statusCode, 500) << encoding;
+    }
+}
+
+TEST(UrlSessionData, FollowsARedirectWhateverBecomesOfItsBody) {
+    const std::string head = "HTTP/1.1 302 Found\r\nLocation: /next\r\n";
+    const std::vector<Reply> replies{
+        {.raw = head + "Content-Length: 50\r\n\r\nshort", .ending = loopback::Ending::kClose},
+        {.raw = head + "Content-Length: 50\r\n\r\nshort", .ending = loopback::Ending::kReset},
+        {.raw = head + "Content-Encoding: gzip\r\nContent-Length: 5\r\n\r\nhello"},
+        {.raw = head + "Content-Length: 50\r\n\r\n", .ending = loopback::Ending::kStall},
+        {.raw = head + "Transfer-Encoding: chunked\r\n\r\nzz\r\n", .ending = loopback::Ending::kStall},
+        {.raw = head + "Content-Length: 0\r\n\r\n"},
+    };
+    for (const Reply& reply : replies) {
+        LoopbackServer server;
+        server.expect("GET /first", reply);
+        server.expect("GET /next", replyWith("there"));
+        EXPECT_EQ(test::fetch(server.address("/first")).data, QByteArray("there")) << *reply.raw;
+    }
+}
+
+TEST(UrlSessionData, CallsARedirectWithAnEmptyLocationAnAnswer) {
+    LoopbackServer server;
+    server.expect("GET /", {.raw = "HTTP/1.1 302 Found\r\nLocation:\r\nContent-Length: 4\r\n\r\nstay"});
+    const auto outcome = test::fetch(server.address());
+    EXPECT_EQ(outcome.data, QByteArray("stay"));
+    ASSERT_TRUE(outcome.response);
+    EXPECT_EQ(outcome.response->statusCode, 302);
+}
+
+TEST(UrlSessionData, ResolvesARedirectAgainstThePresentAddress) {
+    const std::vector<std::pair<std::string, std::string>> rows{
+        {"next", "/a/b/next"}, {"../next?x=%20y", "/a/next?x=%20y"}, {"?q", "/a/b/first?q"}, {"/n#part", "/n"}};
+    for (const auto& [location, target] : rows) {
+        LoopbackServer server;
+        server.expect("GET /a/b/first", loopback::redirectTo(location));
+        server.expect("GET " + target, replyWith("there"));
+        EXPECT_EQ(test::fetch(server.address("/a/b/first")).data, QByteArray("there")) << location;
+    }
+}
+
+TEST(UrlSessionData, TriesOnceMoreWhenAKeptConnectionBreaksBeforeTheAnswer) {
+    for (const auto ending : {loopback::Ending::kClose, loopback::Ending::kReset}) {
+        LoopbackServer server;
+        server.expect("GET /first", {.raw = "HTTP/1.1 302 Found\r\nLocation: /next\r\nContent-Length: 0\r\n\r\n"});
+        server.expect("GET /next", {.cutAfter = 0, .ending = ending});
+        server.expect("GET /next", replyWith("there"));
+        EXPECT_EQ(test::fetch(server.address("/first")).data, QByteArray("there"));
+        EXPECT_EQ(server.connections(), 2U);
     }
 }
 

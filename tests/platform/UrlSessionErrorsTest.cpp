@@ -3,6 +3,7 @@
 #include "tests/support/TestEnvironment.h"
 
 #include <gmock/gmock.h>
+#include <zlib.h>
 
 #include <sched.h>
 
@@ -29,6 +30,23 @@ int codeWithAnswer(const Reply& reply, const TransferLimits& limits = {}) {
     EXPECT_EQ(outcome.data.has_value(), !outcome.error);
     EXPECT_EQ(outcome.response.has_value(), !outcome.error);
     return outcome.errorCode();
+}
+
+// A mebibyte of zeros, of which a thousandth comes over the wire.
+std::string mebibyteAsGzip() {
+    constexpr int kGzip = MAX_WBITS + 16;
+    const std::string zeros(std::size_t{1024} * 1024, '\0');
+    std::string packed(10000, '\0');
+    z_stream stream{};
+    EXPECT_EQ(deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, kGzip, 8, Z_DEFAULT_STRATEGY), Z_OK);
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(zeros.data()));
+    stream.avail_in = static_cast<uInt>(zeros.size());
+    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+    stream.avail_out = static_cast<uInt>(packed.size());
+    EXPECT_EQ(deflate(&stream, Z_FINISH), Z_STREAM_END);
+    packed.resize(stream.total_out);
+    deflateEnd(&stream);
+    return packed;
 }
 
 } // namespace
@@ -162,13 +180,54 @@ TEST(UrlSessionErrors, KeepsNoMoreInMemoryThanItsLimit) {
     EXPECT_EQ(codeWithAnswer({.generated = 1001}, limits), -1103);
 }
 
+TEST(UrlSessionErrors, KeepsNoMoreInMemoryThanItsLimitBeforeDecodingEither) {
+    // Empty stored blocks of deflate (RFC 1951, section 3.2.4), which decode to nothing at all.
+    std::string nothing;
+    for (int block = 0; block < 300; ++block) {
+        nothing += std::string("\x00\x00\x00\xff\xff", 5);
+    }
+    TransferLimits limits;
+    limits.data = 1000;
+    EXPECT_EQ(codeWithAnswer({.headers = {{"Content-Encoding", "deflate"}}, .body = nothing}, limits), -1103);
+}
+
+TEST(UrlSessionErrors, RefusesABombOfGzip) {
+    TransferLimits limits;
+    limits.data = 100000;
+    EXPECT_EQ(codeWithAnswer({.headers = {{"Content-Encoding", "gzip"}}, .body = mebibyteAsGzip()}, limits), -1103);
+    limits.data = 1048576;
+    EXPECT_EQ(codeWithAnswer({.headers = {{"Content-Encoding", "gzip"}}, .body = mebibyteAsGzip()}, limits), 0);
+}
+
+TEST(UrlSessionErrors, ReportsABodyThatBreaksOffWithinItsEncoding) {
+    const std::string whole = mebibyteAsGzip();
+    for (const std::size_t bytes : {std::size_t{1}, whole.size() / 2, whole.size() - 1}) {
+        EXPECT_EQ(codeWithAnswer({.headers = {{"Content-Encoding", "gzip"}}, .body = whole.substr(0, bytes)}), -1011);
+    }
+    EXPECT_EQ(codeWithAnswer({.headers = {{"Content-Encoding", "gzip"}}, .body = ""}), 0);
+}
+
+TEST(UrlSessionErrors, ReportsHeadersAndTrailersBeyondTheirLimit) {
+    const std::string head = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nok\r\n0\r\n";
+    std::string few;
+    while (few.size() < 290000) {
+        few += "X-Filler: " + std::string(88, 'x') + "\r\n";
+    }
+    const std::string many = few + few;
+    EXPECT_EQ(codeWithAnswer({.raw = head + few + "\r\n"}), 0);
+    EXPECT_EQ(codeWithAnswer({.raw = head + many + "\r\n"}), -1103);
+    EXPECT_EQ(codeWithAnswer({.raw = "HTTP/1.1 200 OK\r\n" + few + "Content-Length: 0\r\n\r\n"}), 0);
+    EXPECT_EQ(codeWithAnswer({.raw = "HTTP/1.1 200 OK\r\n" + many + "Content-Length: 0\r\n\r\n"}), -1103);
+}
+
 TEST(UrlSessionErrors, HasTheseLimitsWhenShipped) {
     const TransferLimits limits;
     EXPECT_EQ(limits.idle, std::chrono::seconds(60));
     EXPECT_EQ(limits.whole, std::chrono::hours(7 * 24));
     EXPECT_EQ(limits.redirects, 16);
     EXPECT_EQ(limits.receiveBuffer, 524288);
-    EXPECT_EQ(limits.data, 268435456);
+    EXPECT_EQ(limits.head, 307200);
+    EXPECT_EQ(limits.data, 4194304);
 }
 
 TEST(UrlSessionErrors, TimesOutWhenNoByteComesAtAll) {
