@@ -6,6 +6,7 @@
 #include "ui/Accessible.h"
 #include "ui/HyperlinkTextField.h"
 #include "ui/ImageView.h"
+#include "ui/InterfaceReader.h"
 #include "ui/QNButton.h"
 #include "ui/QNClickableImageView.h"
 #include "ui/QNClickableTextField.h"
@@ -13,23 +14,17 @@
 #include "ui/QNTextFieldWithLinks.h"
 #include "ui/Window.h"
 
-#include <QBuffer>
-#include <QHash>
-#include <QUiLoader>
-
 using namespace Qt::StringLiterals;
 
 namespace {
-
-using Maker = QWidget* (*)(QWidget*);
 
 template <typename Class>
 QWidget* make(QWidget* parent) {
     return new Class(parent);
 }
 
-const QHash<QString, Maker>& makers() {
-    static const QHash<QString, Maker> known{
+const InterfaceReader::Classes& classes() {
+    static const InterfaceReader::Classes known{
         {u"Button"_s, make<Button>},
         {u"HyperlinkTextField"_s, make<HyperlinkTextField>},
         {u"ImageView"_s, make<ImageView>},
@@ -47,41 +42,6 @@ const QHash<QString, Maker>& makers() {
     return known;
 }
 
-class Loader : public QUiLoader {
-public:
-    QWidget* createWidget(const QString& className, QWidget* parent, const QString& name) override {
-        const Maker maker = makers().value(className);
-        if (maker == nullptr) {
-            if (unknownClass_.isEmpty()) {
-                unknownClass_ = className;
-            }
-            return nullptr;
-        }
-        QWidget* widget = maker(parent);
-        widget->setObjectName(name);
-        return widget;
-    }
-
-    // The first class that is not on the list. Told afterwards: an exception must not cross the library.
-    const QString& unknownClass() const { return unknownClass_; }
-
-private:
-    QString unknownClass_;
-};
-
-// While it lives the toolkit says nothing on the console: what the loader has to say it also returns, and a bundle that
-// cannot be used is told of in one line.
-class SilentToolkit {
-public:
-    SilentToolkit() : before_(qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {})) {}
-    ~SilentToolkit() { qInstallMessageHandler(before_); }
-    SilentToolkit(const SilentToolkit&) = delete;
-    SilentToolkit& operator=(const SilentToolkit&) = delete;
-
-private:
-    QtMessageHandler before_;
-};
-
 PlatformException unusable(const QString& name, const QString& why) {
     return PlatformException::invalidArgument(u"Interface file \"%1\": %2"_s.arg(name, why));
 }
@@ -91,22 +51,15 @@ PlatformException unusable(const QString& name, const QString& why) {
 std::unique_ptr<QWidget> loadInterfaceFile(const QString& name) {
     installAccessibleFactory();
     const std::optional<QString> path = Bundle::mainBundle().pathForResource(name, u"ui"_s);
-    std::optional<QByteArray> bytes = path ? FileManager::contents(*path) : std::nullopt;
+    const std::optional<QByteArray> bytes = path ? FileManager::contents(*path) : std::nullopt;
     if (!bytes) {
         throw unusable(name, u"not in the bundle, or not readable"_s);
     }
-    QBuffer buffer(&*bytes);
-    buffer.open(QIODevice::ReadOnly);
-    Loader loader;
-    const SilentToolkit silent;
-    std::unique_ptr<QWidget> root(loader.load(&buffer));
-    if (!loader.unknownClass().isEmpty()) {
-        throw unusable(name, u"unknown class "_s + loader.unknownClass());
+    try {
+        return InterfaceReader(*bytes, classes()).read();
+    } catch (const PlatformException& exception) {
+        throw unusable(name, exception.reason());
     }
-    if (!root) {
-        throw unusable(name, loader.errorString());
-    }
-    return root;
 }
 
 QObject& requiredObject(QWidget& root, const char* name) {

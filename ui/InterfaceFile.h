@@ -5,13 +5,12 @@
 
 #include <memory>
 
-// Layouts from the bundle's interface files (Base.lproj/NAME.ui; format: Qt Designer's, read by its loader).
+// Layouts from the bundle's interface files (Base.lproj/NAME.ui; format: see InterfaceReader).
 //
-// Only classes of an explicit list are made: the loader by itself would put a base class, or nothing, in the place of
-// one that it does not know. Main thread.
+// Only classes of an explicit list are made. Main thread.
 
-// Throws PlatformException when the file is missing, cannot be read, is damaged or names a class that is not on the
-// list.
+// Throws PlatformException when the file is missing, cannot be read, is damaged or says what is not understood, such as
+// a class that is not on the list: with file, line and element.
 std::unique_ptr<QWidget> loadInterfaceFile(const QString& name);
 
 // Throws PlatformException unless exactly one object below `root`, or `root` itself, has this name.
