@@ -1,4 +1,6 @@
+include_guard(GLOBAL)
 include(GoogleTest)
+find_package(GTest REQUIRED)
 
 # qn_add_test(<name> SOURCES a.cpp … [LIBRARIES lib …] [LABELS label …] [OWN_DISPLAY])
 #
@@ -16,7 +18,7 @@ function(qn_add_test name)
     endif()
     if(ARG_OWN_DISPLAY)
         # What this property names is put before the command of each case.
-        set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${PROJECT_SOURCE_DIR}/.ci/with-display)
+        set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${CMAKE_SOURCE_DIR}/.ci/with-display)
     endif()
     # A case that another one starts, in a process with another language or scale, is named DISABLED_ and not run alone.
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_FILTER -*.DISABLED_*

@@ -1,6 +1,6 @@
 #include "hdiutil/fuzz/FuzzInput.h"
+#include "hdiutil/tests/volume/Walk.h"
 #include "hdiutil/volume/HfsVolume.h"
-#include "tests/hdiutil/volume/Walk.h"
 
 // HFS+ and HFSX volumes. The input is a partition; everything on it is listed, looked up and read, large files at both
 // ends.

@@ -4,8 +4,8 @@
 #include "hdiutil/image/ByteOrder.h"
 #include "hdiutil/image/DiskImage.h"
 #include "hdiutil/partition/PartitionMap.h"
-#include "tests/hdiutil/volume/HfsBuilder.h"
-#include "tests/hdiutil/volume/Packers.h"
+#include "hdiutil/tests/volume/HfsBuilder.h"
+#include "hdiutil/tests/volume/Packers.h"
 
 #include <filesystem>
 #include <iostream>

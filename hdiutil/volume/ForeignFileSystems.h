@@ -5,7 +5,7 @@
 namespace hdi {
 
 // Throws ImageError (kUnsupported), naming it, when the partition holds a file system that is known and not read:
-// FAT12, FAT16, FAT32 or exFAT. The reason stands in docs/decisions/fat.md.
+// FAT12, FAT16, FAT32 or exFAT. The reason stands in hdiutil/docs/decisions/fat.md.
 //
 // Facts: Microsoft, "FAT: General Overview of On-Disk Format" and "exFAT file system".
 void refuseForeignFileSystem(const ByteSource& partition);

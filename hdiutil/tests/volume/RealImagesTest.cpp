@@ -1,0 +1,100 @@
+#include "hdiutil/image/FileSource.h"
+#include "hdiutil/image/ImageError.h"
+#include "hdiutil/tests/image/TestBytes.h"
+#include "hdiutil/tests/volume/VolumeTree.h"
+
+#include <gmock/gmock.h>
+
+namespace hdi::test {
+namespace {
+
+std::string image(const std::string& name) {
+    return std::string(TEST_IMAGES) + "/" + name;
+}
+
+// A partition of an image, unpacked by 7-Zip, so that these tests do not depend on our own container reader.
+ByteSourcePtr partition(const std::string& name, const std::string& extension) {
+    return inMemory(bytesOf(run("7zz e -so -tdmg " + image(name) + " '*." + extension + "'")));
+}
+
+std::unique_ptr<Volume> onlyVolume(const ByteSourcePtr& partition) {
+    auto volumes = openVolumes(partition);
+    EXPECT_EQ(volumes.size(), 1U);
+    return std::move(volumes.at(0));
+}
+
+class RealHfsImage : public testing::TestWithParam<const char*> {};
+
+TEST_P(RealHfsImage, HasTheTreeThat7ZipReads) {
+    const TemporaryFolder folder;
+    const Tree expected = readWith7z(image(GetParam()), folder / "x");
+    ASSERT_FALSE(expected.empty());
+    EXPECT_EQ(readTree(*onlyVolume(partition(GetParam(), "hfs"))), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, RealHfsImage,
+                         testing::Values("hfsplus-apm-bzip2-licence.dmg", "hfsplus-gpt-zlib-links.dmg",
+                                         "hfsplus-gpt-zlib-stub-app.dmg"));
+
+TEST(RealHfsImages, SayWhatTheyAre) {
+    const auto volume = onlyVolume(partition("hfsplus-gpt-zlib-links.dmg", "hfs"));
+    EXPECT_EQ(volume->name(), "hfsplus_test");
+    EXPECT_EQ(volume->fileSystem(), "HFS+");
+    EXPECT_EQ(volume->capacity(), 1916928U);
+    EXPECT_EQ(volume->freeSpace(), 1638400U);
+}
+
+TEST(RealHfsImages, ShowLinksModesOwnersAndTimes) {
+    const auto volume = onlyVolume(partition("hfsplus-gpt-zlib-links.dmg", "hfs"));
+    EXPECT_EQ(volume->linkTarget(nodeAt(*volume, "a_link")), "a_directory/another_file");
+    const Attributes file = volume->attributes(nodeAt(*volume, "passwords.txt"));
+    EXPECT_EQ(file.kind, NodeKind::kFile);
+    EXPECT_EQ(file.mode, 0644U);
+    EXPECT_EQ(file.size, 116U);
+    EXPECT_EQ(file.links, 1U);
+    EXPECT_EQ(file.modified.tv_sec, 1642144782); // 2022-01-14 07:19:42 UTC
+    EXPECT_EQ(file.changed.tv_sec, 1642144784);
+}
+
+TEST(RealHfsImages, HideTheJournalAndThePrivateFolders) {
+    const auto volume = onlyVolume(partition("hfsplus-gpt-zlib-stub-app.dmg", "hfs"));
+    std::vector<std::string> names;
+    for (const DirectoryEntry& entry : volume->list(volume->root())) {
+        names.push_back(entry.name);
+    }
+    EXPECT_THAT(names, testing::ElementsAre("Transmission.app"));
+    EXPECT_EQ(volume->lookUp(volume->root(), ".journal"), std::nullopt);
+}
+
+TEST(RealHfsImages, FindNamesWithoutRegardToCase) {
+    const auto volume = onlyVolume(partition("hfsplus-gpt-zlib-stub-app.dmg", "hfs"));
+    EXPECT_EQ(nodeAt(*volume, "TRANSMISSION.APP/contents/mACos"), nodeAt(*volume, "Transmission.app/Contents/MacOS"));
+}
+
+class RealApfsImage : public testing::TestWithParam<const char*> {};
+
+TEST_P(RealApfsImage, HasTheTreeThat7ZipReads) {
+    const TemporaryFolder folder;
+    const Tree expected = readWith7z(image(GetParam()), folder / "x", false);
+    EXPECT_EQ(readTree(*onlyVolume(partition(GetParam(), "apfs"))), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, RealApfsImage,
+                         testing::Values("apfs-gpt-adc-empty.dmg", "apfs-gpt-lzfse-empty.dmg",
+                                         "apfs-gpt-zlib-one-file.dmg"));
+
+TEST(RealApfsImages, SayWhatTheyAre) {
+    const auto volume = onlyVolume(partition("apfs-gpt-zlib-one-file.dmg", "apfs"));
+    EXPECT_EQ(volume->name(), "container-apfs");
+    EXPECT_EQ(volume->fileSystem(), "APFS");
+    EXPECT_EQ(volume->capacity(), 10481664U);
+    const NodeId file = nodeAt(*volume, "CONTAINER");
+    EXPECT_EQ(readFile(*volume, file).size(), 17U);
+    const Attributes attributes = volume->attributes(file);
+    EXPECT_EQ(attributes.modified.tv_sec, 1616953332); // 2021-03-28 17:42:12 UTC
+    EXPECT_EQ(attributes.mode, 0755U);
+    EXPECT_EQ(attributes.owner, 501U);
+}
+
+} // namespace
+} // namespace hdi::test
