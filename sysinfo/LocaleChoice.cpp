@@ -5,16 +5,10 @@
 #include "sysinfo/QNSystemInfo.h"
 
 #include <algorithm>
-#include <array>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr std::array kSupportedLocales = {
-    "cs-CZ", "da-DK", "de-DE", "el-GR", "en-US", "es-ES", "fi-FI", "fr-FR", "hu-HU", "it-IT", "ja-JP", "ko-KR",
-    "nb-NO", "nl-NL", "pl-PL", "pt-BR", "ru-RU", "sk-SK", "sv-SE", "tr-TR", "zh-CN", "zh-TW", "he-IL",
-};
 
 // "iw" and "yi" are what older systems write; all six have string tables or may get one.
 constexpr std::array kRightToLeftLanguages = {"he", "iw", "ar", "fa", "ur", "yi"};
@@ -59,6 +53,7 @@ QString QNSystemInfo::getLocale() {
 }
 
 QString QNSystemInfo::configLocale(const QString& locale) {
+    using LocaleChoice::kSupportedLocales;
     const auto firstWith = [](const auto& accepts) -> std::optional<QString> {
         const auto* const found = std::find_if(kSupportedLocales.begin(), kSupportedLocales.end(),
                                                [&](const char* entry) { return accepts(QLatin1String(entry)); });
