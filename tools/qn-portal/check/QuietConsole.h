@@ -1,0 +1,18 @@
+#pragma once
+
+namespace portal::check {
+
+// While it lives, standard error leads nowhere: the installer's own code tells its console what it does, and a check
+// runs that code hundreds of times. Main thread; nobody else may write to standard error meanwhile.
+class QuietConsole {
+public:
+    QuietConsole();
+    ~QuietConsole();
+    QuietConsole(const QuietConsole&) = delete;
+    QuietConsole& operator=(const QuietConsole&) = delete;
+
+private:
+    int kept_ = -1;
+};
+
+} // namespace portal::check
