@@ -119,9 +119,20 @@ private:
         QString key;
     };
 
+    bool isOneTooMany() {
+        if (++values_ <= JSONReader::kMostValues) {
+            return false;
+        }
+        result.failure = u"The document holds more than %1 values."_s.arg(JSONReader::kMostValues);
+        return true;
+    }
+
     bool open(Container container) {
         if (open_.size() == static_cast<std::size_t>(JSONReader::kDeepestNesting)) {
             result.failure = u"The document nests deeper than %1 levels."_s.arg(JSONReader::kDeepestNesting);
+            return false;
+        }
+        if (isOneTooMany()) {
             return false;
         }
         open_.push_back(std::move(container));
@@ -131,10 +142,12 @@ private:
     bool close() {
         const Container closed = std::move(open_.back());
         open_.pop_back();
-        return put(closed.isObject ? QVariant(closed.object) : QVariant(closed.list));
+        return place(closed.isObject ? QVariant(closed.object) : QVariant(closed.list));
     }
 
-    bool put(QVariant value) {
+    bool put(QVariant value) { return !isOneTooMany() && place(std::move(value)); }
+
+    bool place(QVariant value) {
         if (open_.empty()) {
             result.value = std::move(value);
             return true;
@@ -149,6 +162,7 @@ private:
     }
 
     std::vector<Container> open_;
+    int values_ = 0;
 };
 
 } // namespace

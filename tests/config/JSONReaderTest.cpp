@@ -202,3 +202,15 @@ TEST(JSONReader, SurvivesGarbage) {
         valueOf(garbage);
     }
 }
+
+TEST(JSONReader, TakesAsManyValuesAsItsLimitAndNoMore) {
+    // The list itself is a value, too.
+    QByteArray text = "[";
+    for (int value = 0; value < 99'999; ++value) {
+        text += "[1],";
+    }
+    EXPECT_TRUE(JSONReader::read(text + "1]").value);
+    const auto tooMany = JSONReader::read(text + "1,1]");
+    EXPECT_FALSE(tooMany.value);
+    EXPECT_EQ(tooMany.failure, u"The document holds more than 200000 values."_s);
+}
