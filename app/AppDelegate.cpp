@@ -9,6 +9,7 @@
 #include "platform/Bundle.h"
 #include "platform/Folders.h"
 #include "platform/RunningApplications.h"
+#include "platform/UrlSession.h"
 #include "platform/base/FileManager.h"
 #include "platform/base/Format.h"
 #include "platform/base/NotificationCenter.h"
@@ -118,6 +119,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     } else {
         QNLogger::debug(formatText("Successfully removed app cache from %@ .", cache), context);
     }
+    UrlSession::removeAbandonedDownloads(); // other copies are gone by now
     const std::optional<QString> name = QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s);
     QNLogger::debug(formatText("%@ start.", name), context);
     {

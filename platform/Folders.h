@@ -18,4 +18,7 @@ QString userName();
 // Linux: ${TMPDIR:-/tmp}/<bundle identifier>-<uid>, mode 0700.
 std::optional<QString> temporaryDirectory();
 
+// The same folder, when it is there already and private. Makes nothing and says nothing.
+std::optional<QString> existingTemporaryDirectory();
+
 } // namespace platform

@@ -72,6 +72,10 @@ struct DownloadCallbacks {
 // Returns at once. Throws PlatformException when no thread can be started.
 void downloadTask(std::optional<Address> address, DownloadCallbacks callbacks, const TransferLimits& limits = {});
 
+// Deletes partial files that an earlier process with this bundle identifier left behind because it was killed; those
+// that somebody still writes stay, and so does everything else. Any thread, when no other copy of the program runs.
+void removeAbandonedDownloads();
+
 // Deletes the partial files of all downloads that still run. Called when the process ends.
 void removePartialDownloads();
 

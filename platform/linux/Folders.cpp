@@ -48,6 +48,12 @@ QString folderForTemporaryFiles() {
     return folder.isEmpty() ? u"/tmp"_s : folder;
 }
 
+QString pathOfTemporaryDirectory() {
+    QString name = Bundle::mainBundle().bundleIdentifier().value_or(u"QNInstaller"_s);
+    name.replace(u'/', u'_'); // the identifier is one name, never a way to another folder
+    return u"%1/%2-%3"_s.arg(folderForTemporaryFiles(), name, QString::number(::getuid()));
+}
+
 } // namespace
 
 QString homeDirectory() {
@@ -65,15 +71,18 @@ QString userName() {
 }
 
 std::optional<QString> temporaryDirectory() {
-    QString name = Bundle::mainBundle().bundleIdentifier().value_or(u"QNInstaller"_s);
-    name.replace(u'/', u'_'); // the identifier is one name, never a way to another folder
-    const QString folder = u"%1/%2-%3"_s.arg(folderForTemporaryFiles(), name, QString::number(::getuid()));
+    const QString folder = pathOfTemporaryDirectory();
     if (!ensurePrivateFolder(folder)) {
         consoleLog(u"The temporary folder %1 cannot be used: it must be a folder of this user with mode "
                    "0700."_s.arg(folder));
         return std::nullopt;
     }
     return folder;
+}
+
+std::optional<QString> existingTemporaryDirectory() {
+    const QString folder = pathOfTemporaryDirectory();
+    return isPrivateFolder(folder) ? std::optional(folder) : std::nullopt;
 }
 
 } // namespace platform

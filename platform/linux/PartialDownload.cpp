@@ -2,10 +2,12 @@
 
 #include "platform/Folders.h"
 
+#include <QDir>
 #include <QFile>
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -16,6 +18,19 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr QLatin1StringView kPrefix{"CFNetworkDownload_"};
+constexpr QLatin1StringView kSuffix{".tmp"};
+
+bool isAbandoned(const char* path) {
+    const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0) {
+        return false;
+    }
+    const bool isLocked = flock(descriptor, LOCK_EX | LOCK_NB) != 0;
+    ::close(descriptor);
+    return !isLocked;
+}
 
 struct Registry {
     std::mutex mutex;
@@ -36,18 +51,18 @@ std::shared_ptr<PartialDownload> PartialDownload::create() {
     if (!folder) {
         return nullptr;
     }
-    constexpr int kSuffixLength = 4;
-    std::string path = QFile::encodeName(*folder + u"/CFNetworkDownload_XXXXXX.tmp"_s).toStdString();
+    std::string path = QFile::encodeName(*folder + u'/' + kPrefix + u"XXXXXX"_s + kSuffix).toStdString();
     Registry& all = registry();
     // Made under the lock, so that removeAll() sees every file that exists.
     const std::lock_guard lock(all.mutex);
     if (all.closed) {
         return nullptr;
     }
-    const int descriptor = mkostemps(path.data(), kSuffixLength, O_CLOEXEC);
+    const int descriptor = mkostemps(path.data(), static_cast<int>(kSuffix.size()), O_CLOEXEC);
     if (descriptor < 0) {
         return nullptr;
     }
+    flock(descriptor, LOCK_EX | LOCK_NB);
     all.paths.insert(path);
     return std::make_shared<PartialDownload>(descriptor, std::move(path));
 }
@@ -58,6 +73,20 @@ void PartialDownload::removeAll() {
     all.closed = true;
     for (const std::string& path : all.paths) {
         unlink(path.c_str());
+    }
+}
+
+void PartialDownload::removeAbandoned() {
+    const std::optional<QString> folder = platform::existingTemporaryDirectory();
+    if (!folder) {
+        return;
+    }
+    const QDir files(*folder);
+    for (const QString& name : files.entryList({kPrefix + u"??????"_s + kSuffix}, QDir::Files | QDir::Hidden)) {
+        const QByteArray path = QFile::encodeName(files.filePath(name));
+        if (isAbandoned(path.constData())) {
+            unlink(path.constData());
+        }
     }
 }
 

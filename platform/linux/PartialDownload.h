@@ -7,7 +7,8 @@
 #include <string_view>
 
 // The temporary file of one download: CFNetworkDownload_XXXXXX.tmp in the temporary folder, readable by this user only.
-// It is deleted with this object, unless somebody moved it away before.
+// It is deleted with this object, unless somebody moved it away before. While it is written it is locked: the kernel
+// lets go of the lock of a process that was killed, which tells what was abandoned.
 //
 // Threads: one at a time; the functions without an object, any.
 class PartialDownload {
@@ -16,6 +17,8 @@ public:
     static std::shared_ptr<PartialDownload> create();
     // Deletes the files of all that exist; from now on create() gives null. For the end of the process.
     static void removeAll();
+    // Deletes what earlier processes left in the temporary folder.
+    static void removeAbandoned();
 
     PartialDownload(int descriptor, std::string path);
     ~PartialDownload();

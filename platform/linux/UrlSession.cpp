@@ -147,6 +147,10 @@ void downloadTask(std::optional<Address> address, DownloadCallbacks callbacks, c
     });
 }
 
+void removeAbandonedDownloads() {
+    PartialDownload::removeAbandoned();
+}
+
 void removePartialDownloads() {
     PartialDownload::removeAll();
 }

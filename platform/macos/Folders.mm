@@ -21,4 +21,8 @@ std::optional<QString> temporaryDirectory() {
     return folder;
 }
 
+std::optional<QString> existingTemporaryDirectory() {
+    return temporaryDirectory();
+}
+
 } // namespace platform

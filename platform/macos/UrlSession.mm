@@ -121,6 +121,10 @@ void downloadTask(std::optional<Address> address, DownloadCallbacks callbacks, c
     [[session downloadTaskWithURL:urlOf(address)] resume];
 }
 
+void removeAbandonedDownloads() {
+    // The folder belongs to all programs of this user, and nothing tells whose file one is.
+}
+
 void removePartialDownloads() {
     // The system deletes what its sessions leave behind.
 }

@@ -4,6 +4,7 @@
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/TestEnvironment.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -235,6 +236,40 @@ TEST(UrlSessionDownload, LeavesNoPartialFileWhenTheProcessEnds) {
     EXPECT_FALSE(complete);
     EXPECT_TRUE(test::waitFor([&] { return complete; }));
     EXPECT_THAT(test::temporaryFiles(), testing::IsEmpty());
+}
+
+TEST(UrlSessionDownload, DeletesWhatAKilledProcessLeftAndNothingElse) {
+    const QString folder = *platform::temporaryDirectory();
+    const QString abandoned = folder + u"/CFNetworkDownload_a1B2c3.tmp"_s;
+    const QStringList kept{folder + u"/Kit.dmg"_s, folder + u"/unmount.sh"_s, folder + u"/CFNetworkDownload_a1.tmp"_s,
+                           folder + u"/CFNetworkDownload_a1B2c3.tmp.dmg"_s};
+    for (const QString& path : kept + QStringList{abandoned}) {
+        test::writeFile(path, "left");
+    }
+    UrlSession::removeAbandonedDownloads();
+    EXPECT_FALSE(QFile::exists(abandoned));
+    for (const QString& path : kept) {
+        EXPECT_TRUE(QFile::exists(path)) << path.toStdString();
+    }
+}
+
+TEST(UrlSessionDownload, KeepsTheFileThatAnotherDownloadStillWrites) {
+    LoopbackServer server;
+    server.expect("GET /a", {.generated = kMebibyte, .cutAfter = 5000, .ending = Ending::kStall});
+    bool started = false;
+    UrlSession::DownloadCallbacks callbacks;
+    callbacks.didWriteData = [&](std::int64_t, std::int64_t, std::int64_t) { started = true; };
+    UrlSession::downloadTask(Address::parse(QString::fromStdString(server.address("/a"))), callbacks);
+    ASSERT_TRUE(test::waitFor([&] { return started; }));
+    UrlSession::removeAbandonedDownloads();
+    const QStringList files = QDir(*platform::temporaryDirectory()).entryList(QDir::Files);
+    EXPECT_EQ(files.size(), 1);
+    UrlSession::removePartialDownloads();
+}
+
+TEST(UrlSessionDownload, LooksForAbandonedFilesWithoutMakingTheFolder) {
+    UrlSession::removeAbandonedDownloads();
+    EXPECT_FALSE(platform::existingTemporaryDirectory());
 }
 
 TEST(UrlSessionDownload, BeginsNoFileOnceTheProcessEnds) {
