@@ -24,13 +24,14 @@ QString parentOf(const QString& tag) {
     return cut < 0 ? QString() : tag.left(cut);
 }
 
-// The tag under the other code of its language; empty when it has one code only.
+// The tag under the other code of its language, or of the one that its readers read as well; empty when there is none.
 QString underOtherCode(const QString& tag) {
-    static const std::array<std::pair<QString, QString>, 4> kCodes = {{
+    static const std::array<std::pair<QString, QString>, 5> kCodes = {{
         {u"he"_s, u"iw"_s},
         {u"id"_s, u"in"_s},
         {u"yi"_s, u"ji"_s},
         {u"nb"_s, u"no"_s},
+        {u"nb"_s, u"nn"_s}, // two forms of written Norwegian
     }};
     const QString language = languageOf(tag);
     for (const auto& [code, other] : kCodes) {

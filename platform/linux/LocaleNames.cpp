@@ -1,23 +1,39 @@
 #include "platform/linux/LocaleNames.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace platform {
 namespace {
 
+constexpr char16_t kEndOfAscii = 0x80;
+
 struct PosixName {
     QString language;
+    QString script; // "Hant"; POSIX knows none, but people and some desktops write it
     QString territory;
     QString modifier;
 };
 
-// language[_territory][.codeset][@modifier]; some settings write - for _.
+// Four letters (ISO 15924), written as tags write them; empty when it is something else.
+QString scriptIn(const QString& part) {
+    constexpr int kLetters = 4;
+    const auto isLetter = [](QChar letter) { return letter.isLetter() && letter.unicode() < kEndOfAscii; };
+    if (part.size() != kLetters || !std::all_of(part.cbegin(), part.cend(), isLetter)) {
+        return {};
+    }
+    return part.left(1).toUpper() + part.mid(1).toLower();
+}
+
+// language[_script][_territory][.codeset][@modifier]; some settings write - for _.
 PosixName takeApart(const QString& name) {
     PosixName parts;
     parts.modifier = name.section(u'@', 1);
     const QString base = name.section(u'@', 0, 0).section(u'.', 0, 0).replace(u'-', u'_');
     parts.language = base.section(u'_', 0, 0);
-    parts.territory = base.section(u'_', 1);
+    parts.script = scriptIn(base.section(u'_', 1, 1));
+    parts.territory = base.section(u'_', parts.script.isEmpty() ? 1 : 2);
     return parts;
 }
 
@@ -36,6 +52,9 @@ QString effectiveLocale(const LocaleVariables& variables) {
 }
 
 QString scriptOf(const PosixName& name) {
+    if (!name.script.isEmpty()) {
+        return name.script;
+    }
     if (name.modifier == u"latin"_s) {
         return u"Latn"_s;
     }

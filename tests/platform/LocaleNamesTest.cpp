@@ -69,6 +69,16 @@ TEST(LocaleNames, GiveChineseItsScript) {
                 {"", "", "zh", "", "zh-Hans", ""}});
 }
 
+TEST(LocaleNames, KeepAScriptThatIsThereAndTheCountryBehindIt) {
+    expectRows({{"", "", "zh_Hant_TW.UTF-8", "", "zh-Hant-TW", "TW"},
+                {"", "", "zh_Hant", "", "zh-Hant", ""},
+                {"", "", "zh_Hans_HK", "", "zh-Hans-HK", "HK"},
+                {"", "", "zh-hant-tw", "", "zh-Hant-tw", ""},
+                {"", "", "sr_Latn_RS", "", "sr-Latn-RS", "RS"},
+                {"", "", "sr_Latn_RS@cyrillic", "", "sr-Latn-RS", "RS"},
+                {"", "", "en_US", "zh_Hant:en", "zh-Hant en en-US", "US"}});
+}
+
 TEST(LocaleNames, KeepOldCodesAndCheckNothingAgainstAList) {
     expectRows({{"", "", "iw_IL", "", "iw-IL", "IL"},
                 {"", "", "no_NO", "", "no-NO", "NO"},

@@ -46,6 +46,7 @@ TEST(LanguageMatch, FindsATableNamedByLanguageAlone) {
                    {"en-GB", "en"},
                    {"nb-NO", "nb"},
                    {"no", "nb"},
+                   {"nn-NO", "nb"},
                    {"pt-PT", "pt"},
                    {"pt-BR", "pt-BR"},
                    {"zh-Hans-CN", "zh-Hans"},
