@@ -10,6 +10,7 @@
 #include "platform/Folders.h"
 #include "platform/RunningApplications.h"
 #include "platform/UrlSession.h"
+#include "platform/WindowSystem.h"
 #include "platform/base/FileManager.h"
 #include "platform/base/Format.h"
 #include "platform/base/NotificationCenter.h"
@@ -157,6 +158,10 @@ void AppDelegate::applicationWillTerminate() {
     appendToQueue(message);
     QNLogger::logEvent(message, logContext("-[AppDelegate applicationWillTerminate:]"));
     if (const std::optional<QString> url = analyticsUrl()) {
+        // A window that cannot answer any more must not stay on the screen.
+        if (!platform::displayIsLost()) {
+            window_->orderOut();
+        }
         QNAnalyticSender::sendAll(analyticsQueue(), Address::parse(*url));
     }
 }

@@ -67,7 +67,7 @@ int main(int argc, char** argv) {
     }
     if (arguments.size() > 2 && arguments[1] == u"--open-url"_s) {
         platform::forwardAddressToRunningCopy(arguments[2]);
-        return 0;
+        std::_Exit(0); // the bus library's thread may still wait for a bus that says nothing
     }
     const auto windowSystem = platform::windowSystemPlugin(bundle.path() + u"/Contents/PlugIns"_s);
     if (!windowSystem) {
@@ -83,7 +83,12 @@ int main(int argc, char** argv) {
     platform::prepareFonts();
     QNSystemInfo::askToolsAhead();
     PrivatePlugins plugins(argv[0], *windowSystem);
+    // A session manager is another program, which may have stopped; and an installer is not to start again at the next
+    // log-in.
+    QCoreApplication::setAttribute(Qt::AA_DisableSessionManager);
+    platform::awaitWindowSystem();
     Application application(plugins.argumentCount(), plugins.arguments());
+    platform::windowSystemIsReady();
     loadFontsAhead();
     QGuiApplication::setQuitOnLastWindowClosed(false);
     MainQueue::attachToMainThread();

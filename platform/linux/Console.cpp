@@ -1,16 +1,25 @@
 #include "platform/Console.h"
 
-#include <QByteArray>
+#include "platform/base/MainQueue.h"
+#include "platform/linux/DisplayLoss.h"
 
+#include <QByteArray>
+#include <QStringList>
+
+#include <limits.h>
+#include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <mutex>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -44,34 +53,117 @@ void outliveReaders() {
     });
 }
 
-void writeAll(const QByteArray& bytes) {
-    qsizetype done = 0;
-    while (done < bytes.size()) {
-        const ssize_t count =
-            ::write(STDERR_FILENO, bytes.constData() + done, static_cast<std::size_t>(bytes.size() - done));
-        if (count < 0 && errno == EINTR) {
-            continue;
+// Standard error, whose reader may have stopped reading: a message that cannot be written within a moment is dropped,
+// and so are those behind it until there is room again, where their number is told.
+class Output {
+public:
+    void write(const QByteArray& line) {
+        const std::lock_guard lock(mutex_);
+        if (dropped_ > 0 && writePieces((isCut_ ? "\n" : "") + linePrefix() + QByteArray::number(dropped_) +
+                                        " messages were dropped here\n")) {
+            dropped_ = 0;
+            isCut_ = false;
         }
-        if (count <= 0) {
-            return; // nowhere to report that reporting failed
+        if (dropped_ > 0 || !writePieces(line)) {
+            ++dropped_;
         }
-        done += count;
     }
+
+private:
+    static constexpr int kMoment = 200; // milliseconds
+
+    // A pipe that can be written to takes PIPE_BUF bytes at once, so that the writing never waits. Everything shorter
+    // goes out in one piece.
+    bool writePieces(const QByteArray& bytes) {
+        qsizetype done = 0;
+        while (done < bytes.size()) {
+            pollfd output{STDERR_FILENO, POLLOUT, 0};
+            const int ready = ::poll(&output, 1, dropped_ > 0 ? 0 : kMoment);
+            if (ready < 0 && errno == EINTR) {
+                continue;
+            }
+            if (ready == 0) {
+                isCut_ = isCut_ || done > 0;
+                return false;
+            }
+            const auto size = static_cast<std::size_t>(std::min<qsizetype>(bytes.size() - done, PIPE_BUF));
+            const ssize_t count = ::write(STDERR_FILENO, bytes.constData() + done, size);
+            if (count < 0 && errno == EINTR) {
+                continue;
+            }
+            if (count <= 0) {
+                return true; // nowhere to report that reporting failed
+            }
+            done += count;
+        }
+        return true;
+    }
+
+    std::mutex mutex_;
+    std::int64_t dropped_ = 0;
+    bool isCut_ = false; // a dropped message's beginning has gone out
+};
+
+Output& output() {
+    static auto* const instance = new Output; // threads write until the process has ended
+    return *instance;
 }
 
-void logMessageOfQt(QtMsgType, const QMessageLogContext&, const QString& message) {
+// Main thread, until the window system's plugin is in use.
+struct StartMessages {
+    bool held = false;
+    QStringList messages;
+};
+
+StartMessages& startMessages() {
+    static StartMessages all;
+    return all;
+}
+
+// Qt aborts when it has no window system, and waits for ever for a thread that it could not start.
+bool endsTheStart(QtMsgType type, const QString& message) {
+    return type == QtFatalMsg || message.startsWith(u"QThread::start"_s);
+}
+
+[[noreturn]] void endTheStart(const QString& message) {
+    const QStringList& held = startMessages().messages;
+    const QString reason = held.isEmpty() ? message : held.first();
+    consoleLog(u"No window can be shown: "_s + reason.section(u'\n', 0, 0).trimmed());
+    ::_exit(1);
+}
+
+void logMessageOfQt(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (startMessages().held && MainQueue::isMainThread()) {
+        if (endsTheStart(type, message)) {
+            endTheStart(message);
+        }
+        startMessages().messages += message;
+        return;
+    }
     consoleLog(u"Qt: "_s + message);
+    endIfDisplayIsLost(message);
 }
 
 } // namespace
 
 void consoleLog(const QString& text) {
     outliveReaders();
-    writeAll(linePrefix() + text.toUtf8() + '\n');
+    output().write(linePrefix() + text.toUtf8() + '\n');
 }
 
 void captureQtMessages() {
     qInstallMessageHandler(logMessageOfQt);
+}
+
+void awaitWindowSystem() {
+    startMessages().held = true;
+}
+
+void windowSystemIsReady() {
+    startMessages().held = false;
+    for (const QString& message : std::exchange(startMessages().messages, {})) {
+        consoleLog(u"Qt: "_s + message);
+    }
 }
 
 } // namespace platform

@@ -15,4 +15,8 @@ void captureQtMessages() {
         [](QtMsgType, const QMessageLogContext&, const QString& message) { consoleLog(u"Qt: "_s + message); });
 }
 
+void awaitWindowSystem() {}
+
+void windowSystemIsReady() {}
+
 } // namespace platform

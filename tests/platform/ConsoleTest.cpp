@@ -8,7 +8,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <ctime>
 
 using namespace Qt::StringLiterals;
@@ -99,6 +101,30 @@ TEST(Console, OutlivesAReaderThatHasGone) {
     platform::consoleLog(u"nobody reads this"_s);
     pipe.restore();
     SUCCEED(); // the process still runs
+}
+
+TEST(Console, DropsWhatNobodyReadsAndTellsHowMuchItWas) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    ASSERT_EQ(::fcntl(ends[1], F_SETPIPE_SZ, 8192), 8192);
+    const int saved = ::dup(STDERR_FILENO);
+    ::dup2(ends[1], STDERR_FILENO);
+    const auto start = std::chrono::steady_clock::now();
+    for (int message = 0; message < 1000; ++message) {
+        platform::consoleLog(u"a message of some length, so that the pipe is full soon"_s);
+    }
+    const auto spent = std::chrono::steady_clock::now() - start;
+    std::array<char, 8192> buffer{};
+    ASSERT_GT(::read(ends[0], buffer.data(), buffer.size()), 0);
+    const auto taken = static_cast<int>(std::count(buffer.begin(), buffer.end(), '\n'));
+    platform::consoleLog(u"after it"_s);
+    const ssize_t count = ::read(ends[0], buffer.data(), buffer.size());
+    ::dup2(saved, STDERR_FILENO);
+    EXPECT_LT(spent, std::chrono::seconds(5));
+    const std::string rest(buffer.data(), static_cast<std::size_t>(count));
+    EXPECT_NE(rest.find("] " + std::to_string(1000 - taken) + " messages were dropped here\n"), std::string::npos)
+        << rest;
+    EXPECT_TRUE(rest.ends_with("] after it\n")) << rest;
 }
 
 TEST(Console, TakesTheMessagesOfTheToolkit) {

@@ -176,9 +176,7 @@ TEST_F(TerminationOnSignal, WaitsUntilABusyMainThreadTurnsItsLoopAgain) {
             platform::setWillTerminateHandler(sayWillTerminate);
             platform::terminateOnSignals();
             MainQueue::async([] {
-                for (int count = 0; count < 3; ++count) {
-                    ::kill(::getpid(), SIGTERM);
-                }
+                ::kill(::getpid(), SIGTERM);
                 say("work is done");
             });
             turnForEver();
@@ -196,4 +194,66 @@ TEST_F(TerminationOnSignal, ReachesTheMainThreadAlsoWhenAnotherThreadGetsTheSign
             turnForEver();
         },
         testing::ExitedWithCode(0), "^will terminate\n$");
+}
+
+TEST_F(TerminationOnSignal, EndsTheProcessAtOnceAtASecondSignal) {
+    EXPECT_EXIT(
+        {
+            failAfterAWhile();
+            platform::setWillTerminateHandler([] {
+                say("waits for an answer");
+                ::kill(::getpid(), SIGINT);
+                for (;;) {
+                    ::pause();
+                }
+            });
+            platform::terminateOnSignals();
+            ::kill(::getpid(), SIGTERM);
+            turnForEver();
+        },
+        testing::KilledBySignal(SIGINT), "^waits for an answer\n$");
+}
+
+TEST_F(TerminationOnSignal, EndsTheProcessWhenTheMainThreadDoesNotTakeIt) {
+    EXPECT_EXIT(
+        {
+            platform::setWillTerminateHandler(sayWillTerminate);
+            platform::terminateOnSignals(std::chrono::milliseconds(200));
+            ::kill(::getpid(), SIGTERM);
+            for (;;) {
+                ::pause(); // as while a tool runs
+            }
+        },
+        testing::KilledBySignal(SIGTERM), "^$");
+}
+
+TEST_F(TerminationOnSignal, LetsTheMainThreadTakeAnyTimeOnceItHasBegun) {
+    EXPECT_EXIT(
+        {
+            failAfterAWhile();
+            platform::setWillTerminateHandler([] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(500)); // as for a slow answer
+                say("answered");
+            });
+            platform::terminateOnSignals(std::chrono::milliseconds(100));
+            ::kill(::getpid(), SIGTERM);
+            turnForEver();
+        },
+        testing::ExitedWithCode(0), "^answered\n$");
+}
+
+TEST_F(TerminationOnSignal, LeavesAnIgnoredHangUpIgnored) {
+    EXPECT_EXIT(
+        {
+            std::signal(SIGHUP, SIG_IGN);
+            platform::setWillTerminateHandler(sayWillTerminate);
+            platform::terminateOnSignals();
+            ::kill(::getpid(), SIGHUP);
+            QTimer::singleShot(std::chrono::milliseconds(300), [] {
+                say("still running");
+                std::_Exit(3);
+            });
+            turnForEver();
+        },
+        testing::ExitedWithCode(3), "^still running\n$");
 }
