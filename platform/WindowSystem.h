@@ -21,10 +21,6 @@ void watchCompositor(std::function<void()> changed);
 // does not turn the event loop.
 void flushDisplay();
 
-// Whether the connection to the display has broken: windows must not be touched any more. The process is then on its
-// way to its orderly end.
-bool displayIsLost();
-
 // Cuts a window to these rectangles, or makes only them take the mouse. In pixels of the display, from the window's
 // corner; an empty list undoes it. Nothing happens where the display knows no shapes.
 void setWindowShape(const QWindow& window, const std::vector<QRect>& rectangles);

@@ -2,6 +2,7 @@
 
 #include "platform/Bundle.h"
 #include "platform/linux/ApplicationObject.h"
+#include "platform/linux/BusGreeting.h"
 #include "platform/linux/SessionBus.h"
 
 #include <QDBusConnection>
@@ -20,6 +21,9 @@ namespace {
 
 // Nothing depends on the outcome: without the name the program only cannot be reached by the desktop.
 void takePlaceOnBus(const QString& address, const QString& name, ApplicationObject* object) {
+    if (!busAnswers(address, std::nullopt)) {
+        return;
+    }
     QDBusConnection bus = QDBusConnection::connectToBus(address, u"address-events"_s);
     if (!bus.isConnected()) {
         return;

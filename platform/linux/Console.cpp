@@ -1,7 +1,6 @@
 #include "platform/Console.h"
 
-#include "platform/base/MainQueue.h"
-#include "platform/linux/DisplayLoss.h"
+#include "platform/DisplayLoss.h"
 
 #include <QByteArray>
 #include <QStringList>
@@ -19,6 +18,8 @@
 #include <cstdio>
 #include <ctime>
 #include <mutex>
+#include <optional>
+#include <thread>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -111,7 +112,7 @@ Output& output() {
 
 // Main thread, until the window system's plugin is in use.
 struct StartMessages {
-    bool held = false;
+    std::optional<std::thread::id> holder;
     QStringList messages;
 };
 
@@ -133,7 +134,7 @@ bool endsTheStart(QtMsgType type, const QString& message) {
 }
 
 void logMessageOfQt(QtMsgType type, const QMessageLogContext&, const QString& message) {
-    if (startMessages().held && MainQueue::isMainThread()) {
+    if (startMessages().holder == std::this_thread::get_id()) {
         if (endsTheStart(type, message)) {
             endTheStart(message);
         }
@@ -156,11 +157,11 @@ void captureQtMessages() {
 }
 
 void awaitWindowSystem() {
-    startMessages().held = true;
+    startMessages().holder = std::this_thread::get_id();
 }
 
 void windowSystemIsReady() {
-    startMessages().held = false;
+    startMessages().holder.reset();
     for (const QString& message : std::exchange(startMessages().messages, {})) {
         consoleLog(u"Qt: "_s + message);
     }

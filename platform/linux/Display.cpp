@@ -1,5 +1,7 @@
 #include "platform/Display.h"
 
+#include "platform/linux/BusGreeting.h"
+#include "platform/linux/OwnEnvironment.h"
 #include "platform/linux/SessionBus.h"
 
 #include <QDir>
@@ -12,6 +14,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <system_error>
@@ -67,8 +70,14 @@ void prepareFonts() {
 }
 
 void keepToolkitFromStartingABus() {
-    if (!sessionBusAddress()) {
-        ::setenv(kBusAddressVariable, kNoBusAddress, 1);
+    constexpr const char* kAccessibilityVariable = "AT_SPI_BUS_ADDRESS";
+    constexpr std::chrono::milliseconds kLimit(250); // a bus that is alive answers within one
+    const BusAnswers answers = askBuses(sessionBusAddress(), qEnvironmentVariable(kAccessibilityVariable), kLimit);
+    if (!answers.session) {
+        setForThisProcessOnly(kBusAddressVariable, kNoBusAddress);
+    }
+    if (!answers.accessibility) {
+        setForThisProcessOnly(kAccessibilityVariable, kNoBusAddress);
     }
 }
 

@@ -1,6 +1,5 @@
-#include "platform/linux/DisplayLoss.h"
+#include "platform/DisplayLoss.h"
 
-#include "platform/WindowSystem.h"
 #include "platform/base/MainQueue.h"
 #include "platform/base/Termination.h"
 

@@ -1,6 +1,7 @@
 #include "platform/linux/SessionBus.h"
 
 #include "platform/Bundle.h"
+#include "platform/linux/OwnEnvironment.h"
 
 #include <QFileInfo>
 #include <QStringList>
@@ -56,7 +57,7 @@ struct Progress {
 
 std::optional<QString> sessionBusAddress() {
     // Asking the library for its default could start a bus by itself.
-    const QString address = qEnvironmentVariable(kBusAddressVariable);
+    const QString address = QString::fromStdString(inheritedVariable(kBusAddressVariable).value_or(std::string()));
     if (address == QLatin1String(kNoBusAddress)) {
         return std::nullopt;
     }

@@ -16,7 +16,7 @@ constexpr const char* kBusAddressVariable = "DBUS_SESSION_BUS_ADDRESS";
 // An address of no known transport: what it is given to finds no bus, and starts none.
 constexpr const char* kNoBusAddress = "none:";
 
-// Where the bus of this session listens; absent when there is none. No bus is started.
+// Where the bus of this session listens, whether or not it answers; absent when there is none. No bus is started.
 std::optional<QString> sessionBusAddress();
 
 // A well-formed bus name for any text: "com.example.app" stays, elements that a bus name cannot hold are mended.

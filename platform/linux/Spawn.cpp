@@ -1,6 +1,6 @@
 #include "platform/linux/Spawn.h"
 
-#include "platform/linux/SessionBus.h"
+#include "platform/linux/OwnEnvironment.h"
 
 #include <QByteArray>
 #include <QFile>
@@ -11,7 +11,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <string>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -60,19 +59,6 @@ private:
     posix_spawnattr_t attributes_{};
 };
 
-// That the toolkit is to find no session bus is no matter of other programs.
-std::vector<char*> environmentForChild() {
-    const std::string ownOnly = std::string(kBusAddressVariable) + '=' + kNoBusAddress;
-    std::vector<char*> variables;
-    for (char** variable = environ; variable && *variable; ++variable) {
-        if (*variable != ownOnly) {
-            variables.push_back(*variable);
-        }
-    }
-    variables.push_back(nullptr);
-    return variables;
-}
-
 } // namespace
 
 std::optional<pid_t> spawn(const SpawnRequest& request) {
@@ -93,7 +79,7 @@ std::optional<pid_t> spawn(const SpawnRequest& request) {
     }
     actions.closeAllBehindStandardError();
     const Attributes attributes(request.ownSession);
-    const std::vector<char*> environment = environmentForChild();
+    const std::vector<char*> environment = environmentForPrograms();
     pid_t child = -1;
     const auto start = request.searchPath ? &::posix_spawnp : &::posix_spawn;
     const int error =

@@ -14,11 +14,6 @@ void flushDisplay() {
     [CATransaction flush];
 }
 
-// The window server's end is the session's, and this process goes with it.
-bool displayIsLost() {
-    return false;
-}
-
 // Clear parts of a window neither show nor take the mouse.
 void setWindowShape(const QWindow&, const std::vector<QRect>&) {}
 

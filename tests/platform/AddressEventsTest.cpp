@@ -167,14 +167,24 @@ TEST(ToolkitsBus, IsNoneWithoutABusOfTheSession) {
     EXPECT_FALSE(QDBusConnection::sessionBus().isConnected());
 }
 
-TEST(ToolkitsBus, IsTheSessionsOwnWhereThereIsOne) {
-    test::setEnvironment("DBUS_SESSION_BUS_ADDRESS", "unix:path=/tmp/own-bus");
+TEST_F(AddressEvents, LeaveQtTheBusOfTheSession) {
+    startBus();
+    const QByteArray address = qgetenv("DBUS_SESSION_BUS_ADDRESS");
     platform::keepToolkitFromStartingABus();
-    EXPECT_EQ(qgetenv("DBUS_SESSION_BUS_ADDRESS"), "unix:path=/tmp/own-bus");
-    test::unsetEnvironment("DBUS_SESSION_BUS_ADDRESS");
-    test::writeFile(test::folder() + u"/runtime/bus"_s, "");
-    platform::keepToolkitFromStartingABus();
-    EXPECT_FALSE(qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS")); // the toolkit finds the socket by itself
+    EXPECT_EQ(qgetenv("DBUS_SESSION_BUS_ADDRESS"), address);
+    EXPECT_FALSE(qEnvironmentVariableIsSet("AT_SPI_BUS_ADDRESS"));
+    EXPECT_TRUE(QDBusConnection::sessionBus().isConnected());
+}
+
+TEST(ToolkitsBus, IsNoneWhereNobodyListensOrAnswers) {
+    const SilentBus bus;
+    const QString silent = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    for (const QString& address : {u"unix:path=/no/such/socket"_s, silent, silent + u",guid=0123"_s}) {
+        test::setEnvironment("DBUS_SESSION_BUS_ADDRESS", address.toUtf8());
+        platform::keepToolkitFromStartingABus();
+        EXPECT_EQ(qgetenv("DBUS_SESSION_BUS_ADDRESS"), "none:") << address.toStdString();
+        EXPECT_EQ(qgetenv("AT_SPI_BUS_ADDRESS"), "none:") << address.toStdString();
+    }
 }
 
 TEST_F(AddressEvents, ComeOneForEachAddressOfACall) {
