@@ -8,6 +8,9 @@ bool Application::notify(QObject* receiver, QEvent* event) {
     } catch (const PlatformException& exception) {
         reportException(exception);
         return false;
+    } catch (...) {
+        platform::reportingUncaughtExceptions([] { throw; });
+        return false;
     }
 }
 

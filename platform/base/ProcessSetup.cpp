@@ -15,6 +15,7 @@ void undoInheritedSettings() {
     } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
     ::close(descriptor);
 
+    std::signal(SIGXFSZ, SIG_IGN); // a write beyond the limit is then an error as any other
     std::signal(SIGCHLD, SIG_DFL);
     sigset_t children;
     sigemptyset(&children);

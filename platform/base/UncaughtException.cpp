@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <exception>
 
+using namespace Qt::StringLiterals;
+
 namespace platform {
 
 namespace {
@@ -13,6 +15,19 @@ std::atomic<UncaughtExceptionHandler> installedHandler{nullptr};
 // The handler may itself raise, and terminate() must then not call it again.
 thread_local bool insideHandler = false;
 
+// The exception in flight, whatever its type.
+PlatformException inFlightAsOurs() {
+    try {
+        throw;
+    } catch (const PlatformException& exception) {
+        return exception;
+    } catch (const std::exception& exception) {
+        return {u"std::exception"_s, QString::fromUtf8(exception.what())};
+    } catch (...) {
+        return {u"unknown exception"_s, QString()};
+    }
+}
+
 void lastNet() {
     const std::exception_ptr inFlight = std::current_exception();
     const UncaughtExceptionHandler handler = installedHandler;
@@ -20,10 +35,8 @@ void lastNet() {
         insideHandler = true;
         try {
             std::rethrow_exception(inFlight);
-        } catch (const PlatformException& exception) {
-            handler(exception);
         } catch (...) {
-            // Not ours to report: abort() below leaves the usual trace.
+            handler(inFlightAsOurs());
         }
     }
     std::abort();
@@ -42,13 +55,13 @@ UncaughtExceptionHandler uncaughtExceptionHandler() {
 void reportingUncaughtExceptions(const std::function<void()>& body) {
     try {
         body();
-    } catch (const PlatformException& exception) {
+    } catch (...) {
         const UncaughtExceptionHandler handler = installedHandler;
         if (!handler || insideHandler) {
             throw;
         }
         insideHandler = true;
-        handler(exception);
+        handler(inFlightAsOurs());
         insideHandler = false;
     }
 }

@@ -4,7 +4,8 @@
 
 #include <functional>
 
-// Where an exception goes that no code caught.
+// Where an exception goes that no code caught. One that is not a PlatformException arrives as one: with the name
+// "std::exception" and what it says, or "unknown exception".
 namespace platform {
 
 using UncaughtExceptionHandler = void (*)(const PlatformException&);
@@ -13,11 +14,11 @@ using UncaughtExceptionHandler = void (*)(const PlatformException&);
 void setUncaughtExceptionHandler(UncaughtExceptionHandler handler);
 UncaughtExceptionHandler uncaughtExceptionHandler();
 
-// Runs `body`; a PlatformException that leaves it goes to the installed handler. Every thread body and every callback
+// Runs `body`; an exception that leaves it goes to the installed handler. Every thread body and every callback
 // that a foreign loop would otherwise swallow goes through here. Without a handler the exception goes on to the caller.
 void reportingUncaughtExceptions(const std::function<void()>& body);
 
-// Makes std::terminate the last net: a PlatformException in flight still reaches the handler, then the process aborts.
+// Makes std::terminate the last net: an exception in flight still reaches the handler, then the process aborts.
 void installTerminateNet();
 
 } // namespace platform

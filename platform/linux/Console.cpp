@@ -18,8 +18,6 @@
 #include <cstdio>
 #include <ctime>
 #include <mutex>
-#include <optional>
-#include <thread>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -110,15 +108,16 @@ Output& output() {
     return *instance;
 }
 
-// Main thread, until the window system's plugin is in use.
+// Qt's messages while the window system's plugin is loaded, which are told in one line when that fails.
 struct StartMessages {
-    std::optional<std::thread::id> holder;
+    std::mutex mutex;
+    bool held = false;
     QStringList messages;
 };
 
 StartMessages& startMessages() {
-    static StartMessages all;
-    return all;
+    static auto* const instance = new StartMessages; // Qt's threads have messages until the process has ended
+    return *instance;
 }
 
 // Qt aborts when it has no window system, and waits for ever for a thread that it could not start.
@@ -126,23 +125,26 @@ bool endsTheStart(QtMsgType type, const QString& message) {
     return type == QtFatalMsg || message.startsWith(u"QThread::start"_s);
 }
 
-[[noreturn]] void endTheStart(const QString& message) {
-    const QStringList& held = startMessages().messages;
-    const QString reason = held.isEmpty() ? message : held.first();
-    consoleLog(u"No window can be shown: "_s + reason.section(u'\n', 0, 0).trimmed());
-    ::_exit(1);
+// False when the start is over.
+bool hold(QtMsgType type, const QString& message) {
+    StartMessages& start = startMessages();
+    const std::lock_guard lock(start.mutex);
+    if (!start.held) {
+        return false;
+    }
+    start.messages += message;
+    if (endsTheStart(type, message)) {
+        consoleLog(u"No window can be shown: "_s + start.messages.first().section(u'\n', 0, 0).trimmed());
+        ::_exit(1);
+    }
+    return true;
 }
 
 void logMessageOfQt(QtMsgType type, const QMessageLogContext&, const QString& message) {
-    if (startMessages().holder == std::this_thread::get_id()) {
-        if (endsTheStart(type, message)) {
-            endTheStart(message);
-        }
-        startMessages().messages += message;
-        return;
+    if (!hold(type, message)) {
+        consoleLog(u"Qt: "_s + message);
+        endIfDisplayIsLost(message);
     }
-    consoleLog(u"Qt: "_s + message);
-    endIfDisplayIsLost(message);
 }
 
 } // namespace
@@ -157,11 +159,13 @@ void captureQtMessages() {
 }
 
 void awaitWindowSystem() {
-    startMessages().holder = std::this_thread::get_id();
+    const std::lock_guard lock(startMessages().mutex);
+    startMessages().held = true;
 }
 
 void windowSystemIsReady() {
-    startMessages().holder.reset();
+    const std::lock_guard lock(startMessages().mutex);
+    startMessages().held = false;
     for (const QString& message : std::exchange(startMessages().messages, {})) {
         consoleLog(u"Qt: "_s + message);
     }

@@ -80,9 +80,11 @@ private:
         return ::fcntl(file_, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
     }
 
+    // A file that somebody made larger, a hole of gigabytes, say, must not keep the window away.
     off_t countOfEntries() const {
+        constexpr off_t kMost = 4096;
         struct stat status {};
-        return ::fstat(file_, &status) == 0 ? status.st_size / kRecordSize : 0;
+        return ::fstat(file_, &status) == 0 ? std::min(status.st_size / kRecordSize, kMost) : 0;
     }
 
     pid_t processOf(off_t entry) const {

@@ -25,7 +25,9 @@ utsname kernelNames() {
 } // namespace
 
 std::array<int, 3> operatingSystemVersion() {
-    const auto release = readSystemFile(u"/etc/os-release"_s);
+    // The second is where distributions put it, and the first usually a link to it (os-release(5)).
+    const auto own = readSystemFile(u"/etc/os-release"_s);
+    const auto release = own ? own : readSystemFile(u"/usr/lib/os-release"_s);
     const auto identifier = release ? versionIdOf(*release) : std::nullopt;
     if (const auto numbers = identifier ? versionNumbers(*identifier) : std::nullopt) {
         return *numbers;

@@ -10,8 +10,9 @@ using namespace Qt::StringLiterals;
 namespace platform {
 
 bool openAddress(const std::optional<Address>& address) {
-    // What begins with a hyphen would be an option to the program that opens.
-    if (!address || address->text.startsWith(u'-')) {
+    // What begins with a hyphen would be an option to the program that opens, and what has no scheme a file of the
+    // user's: no server may have that opened.
+    if (!address || !address->scheme || address->text.startsWith(u'-')) {
         return false;
     }
     const auto child =

@@ -25,6 +25,12 @@ TEST(OperatingSystemVersion, ComesFromTheReleaseFile) {
     EXPECT_EQ(platform::operatingSystemVersion(), (std::array<int, 3>{22, 4, 3}));
 }
 
+TEST(OperatingSystemVersion, ComesFromTheDistributionsOwnPlaceWhenTheFirstIsMissing) {
+    test::putSystemFile(u"/usr/lib/os-release"_s, "VERSION_ID=41\n");
+    test::putSystemFile(u"/etc/os-release/no-file"_s, ""); // a folder hides the machine's own, which is there
+    EXPECT_EQ(platform::operatingSystemVersion(), (std::array<int, 3>{41, 0, 0}));
+}
+
 TEST(OperatingSystemVersion, ComesFromTheKernelWhenTheReleaseFileTellsNone) {
     test::putSystemFile(u"/etc/os-release"_s, "NAME=rolling\n");
     const auto kernel = platform::versionNumbers(QString::fromLocal8Bit(kernelNames().release));

@@ -1,5 +1,6 @@
 #include "platform/Bundle.h"
 #include "platform/RunningApplications.h"
+#include "platform/linux/CopyRegistry.h"
 #include "tests/platform/ChildProcess.h"
 #include "tests/platform/ProgramBundle.h"
 #include "tests/support/TestEnvironment.h"
@@ -159,6 +160,15 @@ TEST(RunningCopies, OfWhichTwoStartAtOnceExactlyOneStays) {
         ASSERT_EQ(seenByLater.size(), 2U) << "pair " << pair;
         EXPECT_EQ(seenByLater[1], earlier.process()) << "pair " << pair;
     }
+}
+
+TEST(RunningCopies, AreFoundAtOnceInAListThatIsAHole) {
+    const QString list = test::folder() + u"/runtime/com.example.hole.copies"_s;
+    test::writeFile(list, "");
+    ASSERT_EQ(::truncate(list.toUtf8().constData(), off_t{1} << 30), 0);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(platform::registerAndListCopies(u"com.example.hole"_s), std::vector<pid_t>{::getpid()});
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
 }
 
 TEST(RunningCopies, StandAloneWithAConsoleLineWhenTheirListCannotBeOpened) {

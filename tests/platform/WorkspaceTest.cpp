@@ -79,6 +79,15 @@ TEST(OpenAddress, IsNoWayToPassOptions) {
     EXPECT_FALSE(platform::openAddress(address));
 }
 
+TEST(OpenAddress, OpensNothingWithoutAScheme) {
+    putOpener();
+    for (const QString& text : {u"/etc/passwd"_s, u"file.html"_s, u"//host/path"_s, u"?query"_s}) {
+        const auto address = Address::parse(text);
+        ASSERT_TRUE(address) << text.toStdString();
+        EXPECT_FALSE(platform::openAddress(address)) << text.toStdString();
+    }
+}
+
 TEST(FullPathForApplication, IsThePathOfABundleItself) {
     const QString path = test::folder() + u"/A B.app"_s;
     ASSERT_TRUE(QDir().mkpath(path));

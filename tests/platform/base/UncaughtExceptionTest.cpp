@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <stdexcept>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -33,10 +34,13 @@ TEST(UncaughtException, GoesOnToTheCallerWithoutAHandler) {
                  PlatformException);
 }
 
-TEST(UncaughtException, OfAnotherTypeIsNotTouched) {
-    platform::setUncaughtExceptionHandler(recordingHandler);
-    EXPECT_THROW(platform::reportingUncaughtExceptions([] { throw 7; }), int);
-    EXPECT_EQ(handled, 0);
+TEST(UncaughtException, OfAnotherTypeArrivesAsOneOfOurs) {
+    static QStringList seen;
+    platform::setUncaughtExceptionHandler(
+        [](const PlatformException& exception) { seen += exception.name() + u": "_s + exception.reason(); });
+    platform::reportingUncaughtExceptions([] { throw std::runtime_error("no memory"); });
+    platform::reportingUncaughtExceptions([] { throw 7; });
+    EXPECT_EQ(seen, (QStringList{u"std::exception: no memory"_s, u"unknown exception: "_s}));
 }
 
 TEST(UncaughtException, InsideTheHandlerDoesNotCallItAgain) {
