@@ -1,15 +1,101 @@
 #include "tools/qn-portal/log/LogVerb.h"
 
 #include "tools/qn-portal/Verb.h"
+#include "tools/qn-portal/log/LogError.h"
+#include "tools/qn-portal/log/LogFile.h"
+#include "tools/qn-portal/log/Options.h"
+#include "tools/qn-portal/log/Printer.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 
 namespace portal {
 
+namespace {
+
+using namespace eventlog;
+
+std::atomic<bool> isEnded{false};
+
+void endOnSignals() {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        struct sigaction action {};
+        action.sa_handler = [](int) { isEnded = true; }; // without SA_RESTART: a wait is to return
+        sigaction(signal, &action, nullptr);
+    }
+}
+
+std::unique_ptr<Printer> printerOf(const Options& options, Output& output) {
+    switch (options.form) {
+    case Form::kJson:
+        return jsonPrinter(output);
+    case Form::kPage:
+        return pagePrinter(output);
+    case Form::kText:
+        break;
+    }
+    return textPrinter(output);
+}
+
+class OutputFile {
+public:
+    explicit OutputFile(const std::string& path)
+        : descriptor_(path.empty() ? dup(STDOUT_FILENO)
+                                   : open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
+        if (descriptor_ < 0) {
+            throw LogError((path.empty() ? "the output" : path) + " cannot be written: " + std::strerror(errno));
+        }
+    }
+    ~OutputFile() { close(descriptor_); }
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    int descriptor() const { return descriptor_; }
+
+private:
+    int descriptor_;
+};
+
+int show(const Options& options) {
+    LogFile file(options.input);
+    const OutputFile target(options.page);
+    Output output(target.descriptor(), options.page.empty() ? "the output" : options.page);
+    const auto printer = printerOf(options, output);
+    RunSplitter splitter(*printer);
+    const auto receiver = [&](const Entry& entry) { splitter.add(entry); };
+    printer->begin();
+    if (options.isFollowing) {
+        endOnSignals();
+        file.follow(
+            receiver, [&] { output.flush(); }, isEnded);
+    } else {
+        file.readAll(receiver);
+    }
+    splitter.finish();
+    printer->end();
+    output.flush();
+    return kGood;
+}
+
+} // namespace
+
 int runLog(std::span<const std::string> arguments) {
-    const char* const input = arguments.empty() ? "nothing" : arguments.front().c_str();
-    std::fprintf(stderr, "qn-portal log: cannot read %s\n", input);
-    return kCannotDo;
+    try {
+        const Options options = parseOptions(arguments);
+        if (options.wantsHelp) {
+            std::fputs(helpText().c_str(), stdout);
+            return kGood;
+        }
+        return show(options);
+    } catch (const LogError& error) {
+        std::fprintf(stderr, "qn-portal log: %s\n", error.what());
+        return kCannotDo;
+    }
 }
 
 } // namespace portal

@@ -1,5 +1,6 @@
 #include "tools/qn-portal/report/Charts.h"
 
+#include "tools/qn-portal/common/Html.h"
 #include "tools/qn-portal/report/Tables.h"
 
 #include <algorithm>
@@ -68,30 +69,6 @@ std::string grid(double left, double bottom, double height, std::int64_t top) {
 }
 
 } // namespace
-
-std::string escaped(std::string_view text) {
-    std::string result;
-    for (const char character : text) {
-        switch (character) {
-        case '&':
-            result += "&amp;";
-            break;
-        case '<':
-            result += "&lt;";
-            break;
-        case '>':
-            result += "&gt;";
-            break;
-        case '"':
-            result += "&quot;";
-            break;
-        default:
-            // Control characters may not stand in HTML at all.
-            result += static_cast<unsigned char>(character) < 0x20U && character != '\n' ? ' ' : character;
-        }
-    }
-    return result;
-}
 
 std::string funnelChart(const Stages& funnel) {
     constexpr double kLeft = 110;

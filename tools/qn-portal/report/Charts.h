@@ -3,14 +3,10 @@
 #include "tools/qn-portal/report/Figures.h"
 
 #include <string>
-#include <string_view>
 
 // Charts as SVG elements. Their colours are the page's classes; every picture has a name (`title`) and a sentence that
 // says what it shows (`desc`) for who does not see it. Pure.
 namespace portal::report {
-
-// Text as it may stand in HTML and in its attributes.
-std::string escaped(std::string_view text);
 
 std::string funnelChart(const Stages& funnel);
 std::string daysChart(const std::vector<Slice>& days);

@@ -1,10 +1,11 @@
 #include "tools/qn-portal/report/EventLine.h"
 
+#include "tools/qn-portal/common/Timestamp.h"
+
 #include <nlohmann/json.hpp>
 
 #include <array>
 #include <charconv>
-#include <chrono>
 #include <utility>
 
 namespace portal::report {
@@ -12,39 +13,6 @@ namespace portal::report {
 namespace {
 
 constexpr std::size_t kLongestLine = 1U << 20U; // far beyond any; keeps `unescaped_` bounded
-
-bool isDigit(char character) {
-    return character >= '0' && character <= '9';
-}
-
-std::optional<int> number(std::string_view text, std::size_t from, std::size_t digits) {
-    int value = 0;
-    for (std::size_t i = from; i < from + digits; ++i) {
-        if (i >= text.size() || !isDigit(text[i])) {
-            return std::nullopt;
-        }
-        value = value * 10 + (text[i] - '0');
-    }
-    return value;
-}
-
-// "Z", "+hh:mm", "-hh:mm" or the same without the colon, as seconds.
-std::optional<int> offsetOf(std::string_view zone) {
-    if (zone == "Z") {
-        return 0;
-    }
-    if (zone.size() < 5 || (zone[0] != '+' && zone[0] != '-')) {
-        return std::nullopt;
-    }
-    const std::size_t minutesAt = zone[3] == ':' ? 4 : 3;
-    const auto hours = number(zone, 1, 2);
-    const auto minutes = number(zone, minutesAt, 2);
-    if (!hours || !minutes || zone.size() != minutesAt + 2) {
-        return std::nullopt;
-    }
-    const int seconds = (*hours * 60 + *minutes) * 60;
-    return zone[0] == '-' ? -seconds : seconds;
-}
 
 // A walk over the text of a JSON object. A position that is `npos` means that it is none.
 constexpr std::size_t kNone = std::string_view::npos;
@@ -100,34 +68,6 @@ std::size_t afterValue(std::string_view json, std::size_t at) {
 }
 
 } // namespace
-
-std::optional<std::int64_t> secondsOf(std::string_view timestamp) {
-    constexpr std::size_t kZoneAt = 19;
-    constexpr std::string_view kForm = "    -  -  T  :  :  ";
-    if (timestamp.size() <= kZoneAt) {
-        return std::nullopt;
-    }
-    for (std::size_t i = 0; i < kZoneAt; ++i) {
-        if (kForm[i] == ' ' ? !isDigit(timestamp[i]) : timestamp[i] != kForm[i]) {
-            return std::nullopt;
-        }
-    }
-    std::size_t zoneAt = kZoneAt;
-    if (timestamp[zoneAt] == '.') {
-        zoneAt = std::min(timestamp.find_first_not_of("0123456789", zoneAt + 1), timestamp.size());
-    }
-    const auto offset = offsetOf(timestamp.substr(zoneAt));
-    const std::chrono::year_month_day day{std::chrono::year(*number(timestamp, 0, 4)),
-                                          std::chrono::month(static_cast<unsigned>(*number(timestamp, 5, 2))),
-                                          std::chrono::day(static_cast<unsigned>(*number(timestamp, 8, 2)))};
-    if (!offset || !day.ok()) {
-        return std::nullopt;
-    }
-    const std::int64_t days = std::chrono::sys_days(day).time_since_epoch().count();
-    const int hours = *number(timestamp, 11, 2);
-    const int minutes = *number(timestamp, 14, 2);
-    return days * 86400 + (hours * 60 + minutes) * 60 + *number(timestamp, 17, 2) - *offset;
-}
 
 const Event* EventReader::read(std::string_view line) {
     constexpr std::string_view kMark = " ci=";

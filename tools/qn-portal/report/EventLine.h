@@ -35,8 +35,4 @@ private:
     std::string unescaped_; // of all texts of one line, in turn
 };
 
-// "yyyy-MM-ddTHH:mm:ss" and "Z" or an offset "+hh:mm", as seconds since 1970; a fraction is cut. Absent for anything
-// else.
-std::optional<std::int64_t> secondsOf(std::string_view timestamp);
-
 } // namespace portal::report

@@ -1,6 +1,6 @@
 #include "tools/qn-portal/report/Options.h"
 
-#include "tools/qn-portal/report/EventLine.h"
+#include "tools/qn-portal/common/Timestamp.h"
 #include "tools/qn-portal/report/ReportError.h"
 
 #include <charconv>

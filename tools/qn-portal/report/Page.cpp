@@ -1,5 +1,6 @@
 #include "tools/qn-portal/report/Page.h"
 
+#include "tools/qn-portal/common/Html.h"
 #include "tools/qn-portal/report/Charts.h"
 #include "tools/qn-portal/report/Tables.h"
 

@@ -1,10 +1,11 @@
+#include "tools/qn-portal/common/Timestamp.h"
 #include "tools/qn-portal/report/EventLine.h"
 
 #include <gtest/gtest.h>
 
+using portal::secondsOf;
 using portal::report::Event;
 using portal::report::EventReader;
-using portal::report::secondsOf;
 
 namespace {
 

@@ -1,0 +1,207 @@
+#!/usr/bin/env python3
+"""qn-portal's verbs log and report as processes: statuses, sentences, and what becomes of files when something breaks."""
+
+import json
+import os
+import pathlib
+import resource
+import signal
+import sqlite3
+import subprocess
+import tempfile
+import unittest
+
+PROGRAM = os.path.abspath(os.environ["QN_PORTAL"])
+TAIL = ', "lang": "en", "country": "GB", "locale": "en-GB", "file": "F.cpp", "fn": "-[C f:]", "line": "42" }\r\n'
+
+
+def entry(message, second=5):
+    return f'{{ "time": "2026-01-02T03:04:{second:02}Z","ci": "abc", "trace": "DEBUG", "message":" {message}"' + TAIL
+
+
+def good_run(identifier):
+    def line(second, name, more=""):
+        return f'2026-11-01T10:00:0{second}Z ci={identifier} {{"APP":"Kit","EVT":"{name}"{more}}}'
+
+    passed = ',"RSLT":"PASS","T":1.5'
+    return "\r\n".join(
+        [line(0, "Start"), line(1, "Config", passed), line(2, "Download", passed), line(3, "End")]) + "\n"
+
+
+class Verbs(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def run_program(self, *arguments, **options):
+        return subprocess.run([PROGRAM, *map(str, arguments)], capture_output=True, timeout=100, **options)
+
+    def write(self, name, contents):
+        path = self.folder / name
+        path.write_bytes(contents if isinstance(contents, bytes) else contents.encode())
+        return path
+
+    def assert_refused(self, result, *words):
+        """Status 2, nothing printed, and one sentence with these words."""
+        sentence = result.stderr.decode()
+        self.assertEqual(result.returncode, 2, sentence)
+        self.assertEqual(result.stdout, b"")
+        self.assertEqual(sentence.count("\n"), 1, sentence)
+        for word in words:
+            self.assertIn(word, sentence)
+
+    def test_binary_noise_is_refused_with_one_sentence(self):
+        noise = self.write("noise", os.urandom(3_000_000))
+        few = self.write("few", b"\0\xff\x80\n")
+        for file in noise, few:
+            self.assert_refused(self.run_program("log", file), str(file), "is no event log")
+            self.assert_refused(self.run_program("log", "--json", file), str(file), "is no event log")
+            self.assert_refused(self.run_program("report", file), str(file), "holds no analytics lines")
+
+    def test_a_file_that_cannot_be_read_is_refused(self):
+        for verb in "log", "report":
+            self.assert_refused(self.run_program(verb, self.folder / "missing"), "No such file or directory")
+            self.assert_refused(self.run_program(verb, self.folder), "Is a directory")
+            self.assert_refused(self.run_program(verb), "which file?")
+            self.assert_refused(self.run_program(verb, "--nonsense", "x"), "--nonsense")
+
+    def test_one_line_of_two_gigabytes_needs_little_memory(self):
+        path = self.folder / "long"
+        with open(path, "wb") as file:
+            file.truncate(2 << 30)
+        limit = lambda: resource.setrlimit(resource.RLIMIT_AS, (400 << 20, 400 << 20))
+        self.assert_refused(self.run_program("log", path, preexec_fn=limit), "is no event log")
+        self.assert_refused(self.run_program("report", path, preexec_fn=limit), "holds no analytics lines")
+        with open(path, "r+b") as file:
+            file.write(entry("first").encode() + entry("never ends").encode()[:90])
+        result = self.run_program("log", path, preexec_fn=limit)
+        self.assertEqual(result.returncode, 2)
+        self.assertIn(b"more than 16 MiB", result.stderr)
+
+    def test_an_output_that_is_full_is_an_error(self):
+        log = self.write("log", entry("a"))
+        lines = self.write("lines", good_run("a"))
+        with open("/dev/full", "w") as full:
+            for arguments in (["log", log], ["log", "--json", log], ["report", lines], ["report", "--json", lines]):
+                result = subprocess.run([PROGRAM, *map(str, arguments)], stdout=full, stderr=subprocess.PIPE)
+                self.assertEqual(result.returncode, 2, arguments)
+                self.assertIn(b"No space left on device", result.stderr)
+
+    def test_a_page_goes_where_it_can_be_written(self):
+        lines = self.write("lines", good_run("a"))
+        self.assertEqual(self.run_program("report", "--html", self.folder / "page.html", lines).returncode, 0)
+        self.assertIn("100.0%", (self.folder / "page.html").read_text())
+        self.assert_page_refused("report", "--html", "/dev/full", lines)
+        self.assert_page_refused("report", "--html", self.folder / "no/page.html", lines)
+        self.assert_page_refused("log", "--html", self.folder / "no/page.html", self.write("log", entry("a")))
+
+    def assert_page_refused(self, *arguments):
+        result = self.run_program(*arguments)
+        self.assertEqual(result.returncode, 2)
+        self.assertIn(b"cannot be written", result.stderr)
+
+    def test_a_report_reads_a_database_in_a_folder_that_is_read_only(self):
+        self.run_program("report", "--into", self.folder / "runs.db", self.write("lines", good_run("a")))
+        os.chmod(self.folder / "runs.db", 0o444)
+        os.chmod(self.folder, 0o555)
+        self.addCleanup(os.chmod, self.folder, 0o755)
+        as_nobody = {"user": 65534, "group": 65534} if os.geteuid() == 0 else {}
+        result = self.run_program("report", "--json", self.folder / "runs.db", **as_nobody)
+        self.assertEqual(json.loads(result.stdout)["funnel"]["finished"], 1)
+        self.assert_refused_by_database("--into", self.folder / "runs.db", "lines", **as_nobody)
+        self.assert_refused_by_database("--into", self.folder / "other.db", "lines", **as_nobody)
+
+    def assert_refused_by_database(self, *arguments, **options):
+        result = self.run_program("report", *arguments, cwd=self.folder, **options)
+        self.assertEqual(result.returncode, 2)
+        self.assertRegex(result.stderr.decode(), "readonly database|unable to open database")
+
+    def test_a_broken_database_is_refused(self):
+        database = self.folder / "runs.db"
+        self.run_program("report", "--into", database, self.write("lines", "".join(map(good_run, "abcdefgh"))))
+        whole = database.read_bytes()
+        for size in 20, 100, 4096, 9000:
+            database.write_bytes(whole[:size])
+            self.assert_refused(self.run_program("report", "--json", database), str(database))
+        database.write_bytes(whole[:4096] + os.urandom(len(whole) - 4096))
+        self.assertEqual(self.run_program("report", "--json", database).returncode, 2)
+        other = self.folder / "other.db"
+        sqlite3.connect(other).execute("CREATE TABLE t(x)").connection.commit()
+        self.assert_refused(self.run_program("report", other), "not one of runs")
+
+    def test_ctrl_c_during_an_import_leaves_the_database_whole(self):
+        database = self.folder / "runs.db"
+        self.run_program("report", "--into", database, self.write("lines", good_run("a")))
+        for how, status in (signal.SIGINT, 2), (signal.SIGTERM, 2), (signal.SIGKILL, -signal.SIGKILL):
+            process = subprocess.Popen([PROGRAM, "report", "--into", database, "-"], stdin=subprocess.PIPE,
+                                       stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+            for number in range(20_000):  # far more than a pipe holds: most of it is in the transaction
+                process.stdin.write(good_run(f"{how}-{number}").encode())
+            process.stdin.flush()
+            process.send_signal(how)
+            self.assertEqual(process.wait(timeout=100), status, process.stderr.read())
+            process.stdin.close()
+            process.stderr.close()
+            result = self.run_program("report", "--json", "--into", database)
+            self.assertEqual(json.loads(result.stdout)["funnel"]["started"], 1)
+            with sqlite3.connect(database) as connection:
+                self.assertEqual(connection.execute("PRAGMA integrity_check").fetchall(), [("ok",)])
+
+    def test_a_database_that_cannot_grow_during_an_import_stays_whole(self):
+        database = self.folder / "runs.db"
+        self.run_program("report", "--into", database, self.write("lines", good_run("a")))
+        many = self.write("many", "".join(good_run(str(number)) for number in range(20_000)))
+        limit = lambda: (signal.signal(signal.SIGXFSZ, signal.SIG_IGN),
+                         resource.setrlimit(resource.RLIMIT_FSIZE, (300_000, 300_000)))
+        result = self.run_program("report", "--into", database, many, preexec_fn=limit)
+        self.assert_refused(result, "disk I/O error")
+        result = self.run_program("report", "--json", database)
+        self.assertEqual(json.loads(result.stdout)["funnel"]["started"], 1)
+
+    def test_two_imports_at_once_both_count(self):
+        database = self.folder / "runs.db"
+        files = [self.write(name, "".join(good_run(f"{name}{number}") for number in range(500))) for name in "abc"]
+        processes = [subprocess.Popen([PROGRAM, "report", "--json", "--into", database, file],
+                                      stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) for file in files]
+        self.assertEqual([process.wait(timeout=100) for process in processes], [0, 0, 0])
+        result = self.run_program("report", "--json", database)
+        self.assertEqual(json.loads(result.stdout)["funnel"]["finished"], 1500)
+
+    def test_an_alert_that_holds_gives_status_1_and_a_sentence(self):
+        lines = self.write("lines", good_run("a"))
+        result = self.run_program("report", "--json", "--alert", "config.fail>2%", "--alert", "started<5", lines)
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(b"qn-portal report: started<5: it is 1\n", result.stderr)
+        self.assertEqual(json.loads(result.stdout)["funnel"]["started"], 1)
+        self.assertEqual(self.run_program("report", "--alert", "config.fail>2%", lines).returncode, 0)
+        self.assert_refused(self.run_program("report", "--alert", "confg.fail>2%", lines), "is no alert")
+
+    def test_the_standard_input_is_a_file_too(self):
+        result = self.run_program("report", "--json", "-", input=good_run("a").encode())
+        self.assertEqual(json.loads(result.stdout)["funnel"]["finished"], 1)
+        result = self.run_program("log", "--json", "-", input=entry("a").encode())
+        self.assertEqual(json.loads(result.stdout)["message"], "a")
+
+    def test_following_shows_entries_as_they_come_and_ends_with_ctrl_c(self):
+        log = self.write("log", entry("first"))
+        process = subprocess.Popen([PROGRAM, "log", "--json", "--follow", log], stdout=subprocess.PIPE, text=True)
+        self.addCleanup(process.stdout.close)
+        self.assertEqual(json.loads(process.stdout.readline())["message"], "first")
+        half, rest = entry("second")[:70], entry("second")[70:]
+        for piece in half, rest:
+            with open(log, "a", newline="") as file:
+                file.write(piece)
+        self.assertEqual(json.loads(process.stdout.readline())["message"], "second")
+        self.write("log", entry("x"))  # begun anew
+        self.assertEqual(json.loads(process.stdout.readline())["message"], "x")
+        with open(log, "a", newline="") as file:
+            file.write(half)
+        process.send_signal(signal.SIGINT)
+        rest = process.stdout.read()
+        self.assertEqual(process.wait(timeout=20), 0)
+        self.assertTrue(rest == "" or json.loads(rest)["cut"])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,137 @@
+#include "tools/qn-portal/log/EntryLine.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace portal::eventlog {
+
+namespace {
+
+constexpr std::size_t kLongestTime = 40;
+constexpr std::size_t kLongestIdentifier = 100;
+constexpr std::size_t kLongestLevel = 20;
+constexpr std::size_t kLongestTail = 4096;
+
+// Reads a head from its front.
+class HeadCursor {
+public:
+    explicit HeadCursor(std::string_view text) : text_(text) {}
+
+    bool takes(std::string_view literal) {
+        if (text_.substr(at_, literal.size()) != literal) {
+            return false;
+        }
+        at_ += literal.size();
+        return true;
+    }
+
+    // A value up to its closing quote, which is taken too.
+    bool takes(std::string_view& value, std::size_t longest) {
+        const std::string_view rest = text_.substr(at_, longest + 1);
+        const void* const quote = std::memchr(rest.data(), '"', rest.size());
+        if (quote == nullptr) {
+            return false;
+        }
+        value = rest.substr(0, static_cast<std::size_t>(static_cast<const char*>(quote) - rest.data()));
+        at_ += value.size() + 1;
+        return true;
+    }
+
+    std::size_t at() const { return at_; }
+
+private:
+    std::string_view text_;
+    std::size_t at_ = 0;
+};
+
+std::size_t lastQuote(std::string_view text) {
+    return text.rfind('"');
+}
+
+bool isName(std::string_view text) {
+    return !text.empty() && std::ranges::all_of(text, [](char character) {
+        return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') || character == '_';
+    });
+}
+
+} // namespace
+
+std::optional<Head> headOf(std::string_view text) {
+    Head head;
+    HeadCursor cursor(text);
+    const bool isHead = cursor.takes(kHeadMark) && cursor.takes(head.time, kLongestTime) &&
+                        cursor.takes(",\"ci\": \"") && cursor.takes(head.identifier, kLongestIdentifier) &&
+                        cursor.takes(", \"trace\": \"") && cursor.takes(head.level, kLongestLevel) &&
+                        cursor.takes(", \"message\":");
+    if (!isHead) {
+        return std::nullopt;
+    }
+    if (!cursor.takes("\" ")) {
+        head.isEvent = cursor.takes(" ");
+        if (!head.isEvent) {
+            return std::nullopt;
+        }
+    }
+    head.size = cursor.at();
+    return head;
+}
+
+const Tail* TailReader::read(std::string_view text) {
+    constexpr std::string_view kEnd = "\" }";
+    if (!text.ends_with(kEnd)) {
+        return nullptr;
+    }
+    // The last characters hold the line number, which tells most places apart.
+    std::size_t slot = 0;
+    for (const char character : text.substr(text.size() - std::min<std::size_t>(text.size(), 8), 6)) {
+        slot = slot * 31 + static_cast<unsigned char>(character);
+    }
+    Tail& tail = met_[slot % met_.size()];
+    if (!tail.text.empty() && text.ends_with(tail.text)) {
+        const std::size_t before = text.size() - tail.text.size();
+        tail.isBehindText = before > 0 && text[before - 1] == '"';
+        return &tail;
+    }
+    return parse(text, tail) ? &tail : nullptr;
+}
+
+// From the back: a value without quotes, its name, the one before it, until the name is "lang".
+bool TailReader::parse(std::string_view text, Tail& tail) {
+    std::vector<std::pair<std::size_t, std::size_t>> names; // place and size
+    std::vector<std::pair<std::size_t, std::size_t>> values;
+    const std::size_t limit = text.size() - std::min(text.size(), kLongestTail);
+    std::size_t end = text.size() - 3; // the closing quote of the last value
+    for (;;) {
+        const std::size_t open = lastQuote(text.substr(0, end));
+        if (open == std::string_view::npos || open < limit + 8 || text.substr(open - 3, 3) != "\": ") {
+            return false;
+        }
+        const std::size_t nameAt = lastQuote(text.substr(0, open - 3)) + 1; // 0 when there is none
+        const std::string_view name = text.substr(nameAt, open - 3 - nameAt);
+        if (nameAt < 3 || text.substr(nameAt - 3, 2) != ", " || !isName(name) ||
+            text.substr(open, end - open).find_first_of("\r\n") != std::string_view::npos) {
+            return false;
+        }
+        names.emplace_back(nameAt, name.size());
+        values.emplace_back(open + 1, end - open - 1);
+        if (name == "lang") {
+            break;
+        }
+        end = nameAt - 4; // over `", "`, onto the closing quote of the value before
+        if (nameAt < 4 || text[end] != '"') {
+            return false;
+        }
+    }
+    const std::size_t from = names.back().first - 3;
+    tail.text = text.substr(from);
+    tail.isBehindText = from > 0 && text[from - 1] == '"';
+    tail.fields.clear();
+    for (std::size_t i = names.size(); i-- > 0;) {
+        const std::string_view own = tail.text;
+        tail.fields.push_back(
+            {own.substr(names[i].first - from, names[i].second), own.substr(values[i].first - from, values[i].second)});
+    }
+    return true;
+}
+
+} // namespace portal::eventlog
