@@ -10,6 +10,7 @@ import sqlite3
 import subprocess
 import tempfile
 import unittest
+import zipfile
 
 PROGRAM = os.path.abspath(os.environ["QN_PORTAL"])
 TAIL = ', "lang": "en", "country": "GB", "locale": "en-GB", "file": "F.cpp", "fn": "-[C f:]", "line": "42" }\r\n'
@@ -201,6 +202,45 @@ class Verbs(unittest.TestCase):
         rest = process.stdout.read()
         self.assertEqual(process.wait(timeout=20), 0)
         self.assertTrue(rest == "" or json.loads(rest)["cut"])
+
+    def test_a_bundle_holds_the_log_without_what_can_identify_a_person(self):
+        log = self.write("log", entry("Removing app cache from /Users/ann/Library/Caches/x .") +
+                         entry("Download started: https://u:p@cdn.example/Kit.dmg?token=s3cret") +
+                         entry("ann has 5feceb66-fc86-48d9-8786-6d696c79c2db \r\n in two lines"))
+        result = self.run_program("log", log, "--bundle", self.folder / "out.zip")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        for listed in "login names, 2 times", "    ann\n", "?token=s3cret", "    u:p@\n", "identifiers (hashed), 4 times":
+            self.assertIn(listed, result.stdout.decode())
+        with zipfile.ZipFile(self.folder / "out.zip") as archive:
+            self.assertIsNone(archive.testzip())
+            self.assertEqual(archive.namelist(), ["install.log", "timeline.txt", "removed.txt"])
+            texts = {name: archive.read(name) for name in archive.namelist()}
+        for name, text in texts.items():
+            for secret in b"ann", b"s3cret", b"u:p", b"5feceb66", b'"abc"':
+                self.assertNotIn(secret, text, name)
+        lines = self.run_program("log", "--json", "-", input=texts["install.log"]).stdout.splitlines()
+        messages = [json.loads(line)["message"] for line in lines]
+        self.assertEqual(messages[:2], ["Removing app cache from /Users/****/Library/Caches/x .",
+                                        "Download started: https://cdn.example/Kit.dmg"])
+        self.assertRegex(messages[2], r"^\*\*\*\* has [0-9a-f-]{36} \r\n in two lines$")
+        self.assertIn(b"Run 1", texts["timeline.txt"])
+
+    def test_a_bundle_that_cannot_be_written_leaves_nothing_behind(self):
+        log = self.write("log", entry("a"))
+        result = self.run_program("log", log, "--bundle", self.folder / "no/out.zip")
+        self.assertEqual(result.returncode, 2)
+        self.assertIn(b"No such file or directory", result.stderr)
+        self.assert_refused(self.run_program("log", "-", "--bundle", self.folder / "out.zip", input=b""),
+                            "cannot be read twice")
+        self.assert_refused(self.run_program("log", self.write("noise", b"x"), "--bundle", self.folder / "out.zip"),
+                            "is no event log")
+        big = self.write("big", "".join(entry(os.urandom(500).hex()) for _ in range(2000)))
+        limit = lambda: (signal.signal(signal.SIGXFSZ, signal.SIG_IGN),
+                         resource.setrlimit(resource.RLIMIT_FSIZE, (100_000, 100_000)))
+        result = self.run_program("log", big, "--bundle", self.folder / "out.zip", preexec_fn=limit)
+        self.assertEqual(result.returncode, 2)
+        self.assertIn(b"File too large", result.stderr)
+        self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ["big", "log", "noise"])
 
 
 if __name__ == "__main__":

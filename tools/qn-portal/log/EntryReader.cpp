@@ -149,6 +149,7 @@ std::span<char> EntryReader::room() {
         to_ -= from_;
         from_ = 0;
     }
+    headPlace_ = kNone;
     if (to_ > kLongestEntry) {
         throw NoEventLog("holds an entry of more than 16 MiB, which no installer writes");
     }
@@ -203,7 +204,8 @@ bool EntryReader::takeForeign(Mode mode) {
 
 // Begins with the mark of a head.
 bool EntryReader::takeEntry(Mode mode) {
-    if (!headOf(rest())) {
+    const std::optional<Head> head = headAt(from_);
+    if (!head) {
         return (mode == Mode::kLast || rest().size() >= kLongestHead) && takeForeign(mode);
     }
     const std::size_t size = endOfSpan(mode);
@@ -211,7 +213,7 @@ bool EntryReader::takeEntry(Mode mode) {
         return false;
     }
     hasEntry_ = true;
-    takeSpan(rest().substr(0, size));
+    takeSpan(rest().substr(0, size), *head);
     from_ += size;
     return true;
 }
@@ -229,7 +231,7 @@ std::size_t EntryReader::endOfSpan(Mode mode) {
         if (mode == Mode::kMore && next.size() < kLongestHead) {
             return kNone;
         }
-        const bool isBoundary = next.empty() || headOf(next).has_value();
+        const bool isBoundary = next.empty() || headAt(from_ + at + 1).has_value();
         if (isBoundary && tails_.read(line) != nullptr) {
             return at + 1;
         }
@@ -237,8 +239,15 @@ std::size_t EntryReader::endOfSpan(Mode mode) {
     return mode == Mode::kLast ? text.size() : kNone;
 }
 
-void EntryReader::takeSpan(std::string_view span) {
-    const Head head = *headOf(span);
+const std::optional<Head>& EntryReader::headAt(std::size_t place) {
+    if (place != headPlace_) {
+        head_ = headOf({data_.data() + place, to_ - place});
+        headPlace_ = place;
+    }
+    return head_;
+}
+
+void EntryReader::takeSpan(std::string_view span, const Head& head) {
     const std::string_view line = withoutLineEnd(span);
     if (span.find(kHeadMark, head.size) == kNone && tails_.read(line) != nullptr) {
         hand(head, line);

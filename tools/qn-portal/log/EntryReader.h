@@ -57,7 +57,8 @@ private:
     bool takeForeign(Mode mode);
     bool takeEntry(Mode mode);
     std::size_t endOfSpan(Mode mode);
-    void takeSpan(std::string_view span);
+    void takeSpan(std::string_view span, const Head& head);
+    const std::optional<Head>& headAt(std::size_t place);
     void takeTangled(std::string_view span);
     void hand(const Head& head, std::string_view entry);
     void handCut(const Head& head, std::string_view entry);
@@ -71,6 +72,10 @@ private:
     std::size_t from_ = 0;
     std::size_t to_ = 0;
     bool hasEntry_ = false;
+
+    // The head looked for last, and where in `data_`: the end of one entry is told by the head of the next.
+    std::optional<Head> head_;
+    std::size_t headPlace_ = kNone;
 };
 
 } // namespace portal::eventlog

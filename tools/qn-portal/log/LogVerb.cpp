@@ -1,6 +1,7 @@
 #include "tools/qn-portal/log/LogVerb.h"
 
 #include "tools/qn-portal/Verb.h"
+#include "tools/qn-portal/log/Bundle.h"
 #include "tools/qn-portal/log/LogError.h"
 #include "tools/qn-portal/log/LogFile.h"
 #include "tools/qn-portal/log/Options.h"
@@ -64,7 +65,8 @@ private:
 int show(const Options& options) {
     LogFile file(options.input);
     const OutputFile target(options.page);
-    Output output(target.descriptor(), options.page.empty() ? "the output" : options.page);
+    const std::string name = options.page.empty() ? "the output" : options.page;
+    Output output([&](std::string_view text) { writeAll(target.descriptor(), name, text); });
     const auto printer = printerOf(options, output);
     RunSplitter splitter(*printer);
     const auto receiver = [&](const Entry& entry) { splitter.add(entry); };
@@ -89,6 +91,11 @@ int runLog(std::span<const std::string> arguments) {
         const Options options = parseOptions(arguments);
         if (options.wantsHelp) {
             std::fputs(helpText().c_str(), stdout);
+            return kGood;
+        }
+        if (!options.bundle.empty()) {
+            LogFile file(options.input);
+            writeBundle(file, options.bundle);
             return kGood;
         }
         return show(options);

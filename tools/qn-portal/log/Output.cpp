@@ -9,16 +9,14 @@
 
 namespace portal::eventlog {
 
-void Output::flush() {
-    std::string_view rest = text_;
-    while (!rest.empty()) {
-        const ssize_t count = write(descriptor_, rest.data(), rest.size());
+void writeAll(int descriptor, const std::string& name, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = write(descriptor, text.data(), text.size());
         if (count < 0 && errno != EINTR) {
-            throw LogError(name_ + " cannot be written: " + std::strerror(errno));
+            throw LogError(name + " cannot be written: " + std::strerror(errno));
         }
-        rest.remove_prefix(count < 0 ? 0 : static_cast<std::size_t>(count));
+        text.remove_prefix(count < 0 ? 0 : static_cast<std::size_t>(count));
     }
-    text_.clear();
 }
 
 } // namespace portal::eventlog

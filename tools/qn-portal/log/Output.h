@@ -1,15 +1,16 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
 namespace portal::eventlog {
 
-// Text on its way to a descriptor, in big pieces. What is not flushed when it goes away is lost. Errors: LogError.
+// Text on its way to somewhere, in big pieces. What is not flushed when it goes away is lost.
 class Output {
 public:
-    // `name` is what an error calls it. Does not close the descriptor.
-    Output(int descriptor, std::string name) : descriptor_(descriptor), name_(std::move(name)) {}
+    using Write = std::function<void(std::string_view)>;
+    explicit Output(Write write) : write_(std::move(write)) {}
 
     Output& operator<<(std::string_view text) {
         text_ += text;
@@ -28,14 +29,19 @@ public:
             flush();
         }
     }
-    void flush();
+    void flush() {
+        write_(text_);
+        text_.clear();
+    }
 
 private:
     static constexpr std::size_t kFull = 1U << 16U;
 
-    int descriptor_;
-    std::string name_;
+    Write write_;
     std::string text_;
 };
+
+// Writes all of it to a descriptor, which an error calls `name`. Throws LogError.
+void writeAll(int descriptor, const std::string& name, std::string_view text);
 
 } // namespace portal::eventlog
