@@ -23,6 +23,7 @@ body { background: var(--paper); color: var(--ink); font: 15px/1.5 system-ui, sa
 h2 { font-size: 1.15rem; margin: 2rem 0 .5rem; }
 table { border-collapse: collapse; width: 100%; }
 th, td { border-bottom: 1px solid var(--line); padding: .2rem .6rem .2rem 0; text-align: left; vertical-align: top; }
+th:nth-child(-n+2) { width: 5rem; }
 td.seconds { text-align: right; white-space: nowrap; }
 td.message { overflow-wrap: anywhere; white-space: pre-wrap; }
 .ERROR td { color: var(--bad); } .EVT td { color: var(--event); } .foreign td { color: var(--quiet); }

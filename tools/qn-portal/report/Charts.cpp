@@ -101,7 +101,9 @@ std::string daysChart(const std::vector<Slice>& days) {
         most = std::max(most, day.stages.started);
     }
     const std::int64_t top = roundedUp(most);
-    const double step = (kWidth - kLeft) / static_cast<double>(std::max<std::size_t>(days.size(), 1));
+    constexpr double kWidest = 80;
+    const double step =
+        std::min(kWidest, (kWidth - kLeft) / static_cast<double>(std::max<std::size_t>(days.size(), 1)));
     std::string content = grid(kLeft, kBottom, kHeight, top);
     double left = kLeft;
     for (const Slice& day : days) {
@@ -117,7 +119,7 @@ std::string daysChart(const std::vector<Slice>& days) {
         content += label("start", kLeft, kBottom + 20, days.front().name);
     }
     if (days.size() > 1) {
-        content += label("end", kWidth, kBottom + 20, days.back().name);
+        content += label("end", std::max(left, kLeft + 160), kBottom + 20, days.back().name);
     }
     const std::string sentence =
         std::to_string(days.size()) + " days; the most runs that started on one: " + std::to_string(most);
@@ -133,14 +135,24 @@ std::string distributionChart(const Distribution& distribution, int number) {
         most = std::max(most, range.runs);
     }
     const std::int64_t top = roundedUp(most);
-    const double step = (kWidth - kLeft) / static_cast<double>(std::max<std::size_t>(distribution.ranges.size(), 1));
+    constexpr double kWidest = 80;
+    const double step =
+        std::min(kWidest, (kWidth - kLeft) / static_cast<double>(std::max<std::size_t>(distribution.ranges.size(), 1)));
+    const bool isCrowded = step < 60; // labels would run into each other
     std::string content = grid(kLeft, kBottom, kHeight, top);
     double left = kLeft;
+    bool hasLabel = true;
     for (const auto& range : distribution.ranges) {
         const double height = kHeight * share(range.runs, top);
         content += box("bar", left + 1, kBottom - height, step - 2, height);
-        content += label("middle", left, kBottom + 18, durationText(range.from));
+        if (hasLabel) {
+            content += label("middle", left, kBottom + 18, durationText(range.from));
+        }
+        hasLabel = !isCrowded || !hasLabel;
         left += step;
+    }
+    if (hasLabel && !distribution.ranges.empty() && !std::isinf(distribution.ranges.back().to) && left < kWidth - 20) {
+        content += label("middle", left, kBottom + 18, durationText(distribution.ranges.back().to));
     }
     const std::string sentence = std::to_string(distribution.runs) + " runs; half within " +
                                  durationText(distribution.p50) + ", 90% within " + durationText(distribution.p90) +

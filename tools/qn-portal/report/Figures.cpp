@@ -38,21 +38,22 @@ std::string dateOf(std::int64_t day) {
     return text.data();
 }
 
+// Where the ranges of a distribution end, in milliseconds; the last range has no end.
+constexpr std::array<std::int64_t, 18> kRangeEnds{100,     200,       500,       1'000,     2'000,     5'000,
+                                                  10'000,  20'000,    30'000,    60'000,    120'000,   300'000,
+                                                  600'000, 1'200'000, 1'800'000, 3'600'000, 7'200'000, 18'000'000};
+
 std::vector<Distribution::Range> rangesOf(const std::vector<std::int64_t>& sorted) {
-    constexpr std::int64_t kFirstEnd = 125;
-    constexpr int kRanges = 18; // the last one begins at 4 hours
     std::vector<Distribution::Range> ranges;
     auto at = sorted.begin();
-    std::int64_t from = 0;
-    for (int i = 0; i < kRanges; ++i) {
-        const bool isLast = i == kRanges - 1;
-        const std::int64_t to = kFirstEnd << i;
-        const auto end = isLast ? sorted.end() : std::lower_bound(at, sorted.end(), to);
-        ranges.push_back({static_cast<double>(from) / 1000,
-                          isLast ? std::numeric_limits<double>::infinity() : static_cast<double>(to) / 1000, end - at});
+    double from = 0;
+    for (const std::int64_t to : kRangeEnds) {
+        const auto end = std::lower_bound(at, sorted.end(), to);
+        ranges.push_back({from, static_cast<double>(to) / 1000, end - at});
+        from = ranges.back().to;
         at = end;
-        from = to;
     }
+    ranges.push_back({from, std::numeric_limits<double>::infinity(), sorted.end() - at});
     const auto isFilled = [](const Distribution::Range& range) { return range.runs > 0; };
     ranges.erase(std::find_if(ranges.rbegin(), ranges.rend(), isFilled).base(), ranges.end());
     ranges.erase(ranges.begin(), std::find_if(ranges.begin(), ranges.end(), isFilled));

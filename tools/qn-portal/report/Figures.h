@@ -36,7 +36,7 @@ struct Reason {
     std::int64_t runs = 0;
 };
 
-// Durations in seconds. The ranges double, from 1/8 second on; the last one has no end.
+// Durations in seconds.
 struct Distribution {
     struct Range {
         double from;

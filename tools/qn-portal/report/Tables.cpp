@@ -243,10 +243,10 @@ std::string percent(std::int64_t part, std::int64_t whole) {
 std::string durationText(double seconds) {
     constexpr double kMinute = 60;
     constexpr double kHour = 3600;
-    if (seconds < 2 * kMinute) {
+    if (seconds < kMinute) {
         return printed("%.3g s", seconds);
     }
-    return seconds < 2 * kHour ? printed("%.3g min", seconds / kMinute) : printed("%.3g h", seconds / kHour);
+    return seconds < kHour ? printed("%.3g min", seconds / kMinute) : printed("%.3g h", seconds / kHour);
 }
 
 } // namespace portal::report

@@ -19,7 +19,7 @@ std::string textReport(const Figures& figures);
 // A share as "12.3%", "-" of nothing.
 std::string percent(std::int64_t part, std::int64_t whole);
 
-// Seconds as "0.25 s", "12 s", "3.5 min", "2.0 h".
+// Seconds as "0.25 s", "12 s", "3.5 min", "2 h".
 std::string durationText(double seconds);
 
 // How many rows of a ranked list a person is shown; the rest is counted.

@@ -86,8 +86,8 @@ TEST(Figures, TellDurationsAsDistributions) {
         ranges.emplace_back(range.from, range.runs);
     }
     using Range = std::pair<double, std::int64_t>;
-    EXPECT_THAT(ranges, ElementsAre(Range(1, 1), Range(2, 2), Range(4, 4), Range(8, 8), Range(16, 16), Range(32, 32),
-                                    Range(64, 37)));
+    EXPECT_THAT(ranges, ElementsAre(Range(1, 1), Range(2, 3), Range(5, 5), Range(10, 10), Range(20, 10), Range(30, 30),
+                                    Range(60, 41)));
 }
 
 TEST(Figures, PassOverDurationsThatNobodyMeasured) {
