@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
+#include <array>
 
 namespace portal::eventlog {
 
@@ -10,17 +10,50 @@ namespace {
 
 using Json = nlohmann::json;
 
-bool isPlain(char character) {
-    return character >= ' ' && character < 0x7F && character != '"' && character != '\\';
+enum class Form : unsigned char { kPlain, kEscaped, kBeyondAscii };
+
+constexpr std::array<Form, 256> kForms = [] {
+    std::array<Form, 256> forms{};
+    for (std::size_t value = 0; value < forms.size(); ++value) {
+        const bool isPlain = value >= 0x20 && value < 0x7F && value != '"' && value != '\\';
+        forms[value] = isPlain ? Form::kPlain : value < 0x80 ? Form::kEscaped : Form::kBeyondAscii;
+    }
+    return forms;
+}();
+
+Form formOf(char character) {
+    return kForms[static_cast<unsigned char>(character)];
+}
+
+void appendEscaped(std::string& json, char character) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    if (character == '"' || character == '\\') {
+        (json += '\\') += character;
+    } else {
+        const auto value = static_cast<unsigned char>(character);
+        ((json += "\\u00") += kDigits[value >> 4U]) += kDigits[value & 0xFU];
+    }
 }
 
 // Bytes that are no UTF-8 become U+FFFD.
 void appendText(std::string& json, std::string_view text) {
-    if (std::ranges::all_of(text, isPlain)) {
-        ((json += '"') += text) += '"';
-    } else {
-        json += Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
+    const std::size_t before = json.size();
+    json += '"';
+    std::size_t from = 0;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const Form form = formOf(text[at]);
+        if (form == Form::kBeyondAscii) {
+            json.resize(before);
+            json += Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
+            return;
+        }
+        if (form == Form::kEscaped) {
+            json += text.substr(from, at - from);
+            appendEscaped(json, text[at]);
+            from = at + 1;
+        }
     }
+    (json += text.substr(from)) += '"';
 }
 
 class JsonPrinter : public Printer {
@@ -67,9 +100,9 @@ private:
 
     // Masking can have broken it: a login name "1" is in many numbers.
     static void appendEvent(std::string& json, std::string_view event) {
-        const Json parsed = Json::parse(event, nullptr, false);
-        if (!parsed.is_discarded()) {
-            (json += R"(,"event":)") += parsed.dump();
+        if (Json::accept(event)) {
+            const bool isOneLine = event.find_first_of("\r\n") == std::string_view::npos;
+            (json += R"(,"event":)") += isOneLine ? std::string(event) : Json::parse(event).dump();
         }
     }
 

@@ -151,7 +151,9 @@ HomeName homeNameIn(std::string_view text, std::size_t from) {
             const std::size_t end =
                 endOfRun(text, name, [](char c) { return !isOneOf("/\\:;,'()[]{}", c) && !endsAddress(c); });
             const std::string_view value = text.substr(name, end - name);
-            if (!value.empty() && value != kMask && value != "Shared") {
+            // /home/ is a home folders' parent at the root only; /Users/ is one on other volumes, too.
+            const bool isParent = home != "/home/" || at == 0 || !isLetterOrDigit(text[at - 1]);
+            if (isParent && !value.empty() && value != kMask && value != "Shared") {
                 found = {name, value.size()};
                 break;
             }

@@ -1,5 +1,9 @@
 #include "tools/qn-portal/log/Printer.h"
 
+#include <array>
+#include <charconv>
+#include <cstdio>
+
 namespace portal::eventlog {
 
 namespace {
@@ -39,7 +43,11 @@ std::string eventWords(std::string_view json) {
         (words += ": ") += reason;
     }
     if (const auto seconds = valueOf(json, "T\":"); !seconds.empty()) {
-        ((words += ", ") += seconds) += " s";
+        double value = 0;
+        std::from_chars(seconds.data(), seconds.data() + seconds.size(), value);
+        std::array<char, 32> text{};
+        std::snprintf(text.data(), text.size(), ", %.3g s", value);
+        words += text.data();
     }
     return words;
 }

@@ -42,6 +42,7 @@ TEST(PersonalData, TakesLoginNamesOutOfPathsAndThenEverywhere) {
               "/Users/****/Downloads by ****, not by Joanna; file:///home/****/x and ****.dmg");
     EXPECT_EQ(cleaned("(/Users/ann)"), "(/Users/****)");
     EXPECT_EQ(cleaned("/Users/****/x /Users/Shared/y"), "/Users/****/x /Users/Shared/y");
+    EXPECT_EQ(cleaned("/Volumes/Data/Users/ann/x /srv/home/Library"), "/Volumes/Data/Users/****/x /srv/home/Library");
     EXPECT_EQ(cleaned("/home/al/x al"), "/home/****/x al"); // too short to be looked for elsewhere
     EXPECT_EQ(cleaned("/private/var/folders/zz/zyxvpxvq6csfxvn_n0000/T/Kit.dmg"),
               "/private/var/folders/****/T/Kit.dmg");
