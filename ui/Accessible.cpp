@@ -9,6 +9,7 @@
 #include <QAccessibleWidget>
 #include <QPointer>
 
+#include <mutex>
 #include <vector>
 
 namespace {
@@ -187,9 +188,6 @@ QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
 } // namespace
 
 void installAccessibleFactory() {
-    static const bool installed = [] {
-        QAccessible::installFactory(makeAccessible);
-        return true;
-    }();
-    static_cast<void>(installed);
+    static std::once_flag installed;
+    std::call_once(installed, [] { QAccessible::installFactory(makeAccessible); });
 }

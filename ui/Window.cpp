@@ -19,6 +19,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <mutex>
 
 namespace {
 
@@ -35,11 +36,8 @@ bool& compositorRunning() {
 }
 
 void tellOfFirstFrame() {
-    static const bool telling = [] {
-        QTimer::singleShot(kDisplayTime, platform::firstFrameShown);
-        return true;
-    }();
-    static_cast<void>(telling);
+    static std::once_flag telling;
+    std::call_once(telling, [] { QTimer::singleShot(kDisplayTime, platform::firstFrameShown); });
 }
 
 // A rectangle whose pixels in the corners lie with their middles within the radius: the outermost rows one by one, and
@@ -66,7 +64,8 @@ Window::Window(QWidget* parent) : QWidget(parent, Qt::Window) {
     new FocusRing(this);
     // The window itself has the keyboard until Tab asks for a control: none is marked that nobody chose.
     setFocus();
-    static const bool watching = [] {
+    static std::once_flag watching;
+    std::call_once(watching, [] {
         platform::watchCompositor([] {
             compositorRunning() = platform::compositorIsRunning();
             for (QWidget* widget : QApplication::topLevelWidgets()) {
@@ -75,9 +74,7 @@ Window::Window(QWidget* parent) : QWidget(parent, Qt::Window) {
                 }
             }
         });
-        return true;
-    }();
-    static_cast<void>(watching);
+    });
 }
 
 Window::~Window() = default;
