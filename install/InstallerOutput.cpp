@@ -18,7 +18,7 @@ std::optional<std::pair<double, double>> progressOf(const QString& chunk) {
     const qsizetype first = found + prefix.size();
     const qsizetype slash = chunk.indexOf(u'/');
     if (slash < first) {
-        // The platform's "not found" is the largest index; a length below zero wraps around.
+        // macOS's "not found" is the largest index; a length below zero wraps around.
         const quint64 end = slash < 0 ? quint64{std::numeric_limits<qint64>::max()} : static_cast<quint64>(slash);
         throw PlatformException::range(
             u"*** -[__NSCFString substringWithRange:]: Range {%1, %2} out of bounds; string length %3"_s.arg(first)

@@ -53,7 +53,7 @@ void QNMainController::showNoInternet() {
 }
 
 void QNMainController::URLSessionDownloadTaskDidWriteData(std::int64_t, std::int64_t, std::int64_t) {
-    // The window shows no progress of the transfer; the platform wants the method all the same.
+    // The window shows no progress of the transfer; macOS wants the method all the same.
 }
 
 void QNMainController::URLSessionTaskDidCompleteWithError(const std::optional<TransportError>& error) {

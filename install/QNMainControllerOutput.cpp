@@ -26,7 +26,7 @@ QByteArray dataItemOf(const Notification& notification) {
 void QNMainController::readOutputOf(const std::shared_ptr<Task>& task,
                                     const std::shared_ptr<ReadingFileHandle>& output) {
     NotificationCenter& center = NotificationCenter::defaultCenter();
-    // Observers are never removed, so what they hold stays: the platform keeps both alive in the same way.
+    // Observers are never removed, so what they hold stays: macOS keeps both alive in the same way.
     center.addObserver(
         kFileHandleReadCompletion, [this, output](const Notification& notification) { receivedData(notification); },
         output.get());

@@ -19,7 +19,7 @@ QString itemAt(const QStringList& items, qsizetype index) {
 }
 
 QString without(QString text, const QString& token) {
-    // The toolkit finds empty text everywhere; it is to be found nowhere.
+    // Qt finds empty text everywhere; it is to be found nowhere.
     return token.isEmpty() ? text : text.remove(token);
 }
 

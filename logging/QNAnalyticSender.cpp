@@ -27,7 +27,7 @@ Slot<bool>& isSendSlot() {
     return slot;
 }
 
-// The platform refuses a dictionary with an absent value; the bundle that lacks one is broken.
+// macOS refuses a dictionary with an absent value; the bundle that lacks one is broken.
 QVariant present(const QVariant& value, int index) {
     if (!value.isValid()) {
         throw PlatformException::invalidArgument(

@@ -4,8 +4,8 @@
 
 #include <optional>
 
-// Absolute paths of tools and data are the platform's own (/usr/bin/hdiutil, /Volumes/…). Where the platform has no
-// such file, a stand-in takes its place. What is logged, sent, parsed or handed on always shows the plain path.
+// Absolute paths of tools and data are those of macOS (/usr/bin/hdiutil, /Volumes/…). Where Linux has no such
+// file, a stand-in takes its place. What is logged, sent, parsed or handed on always shows the plain path.
 namespace platform {
 
 // The path to give to the kernel for a plain absolute path. Any thread.

@@ -8,7 +8,7 @@
 // The user's language list and region, read anew at each call. Any thread.
 namespace platform {
 
-// As the platform writes them: "de-DE", "zh-Hans-CN", "sr-Latn-RS". Never empty.
+// As macOS writes them: "de-DE", "zh-Hans-CN", "sr-Latn-RS". Never empty.
 QStringList preferredLanguages();
 
 // "DE"; absent when the settings name no territory.

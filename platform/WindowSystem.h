@@ -7,7 +7,7 @@
 
 class QWindow;
 
-// What the toolkit does not tell of, or do to, the display. Main thread, with an application object.
+// What Qt does not tell of, or do to, the display. Main thread, with an application object.
 namespace platform {
 
 // Whether see-through parts of windows show what is behind them. Linux: on X11, whether somebody owns _NET_WM_CM_S0 of

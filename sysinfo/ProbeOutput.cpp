@@ -8,7 +8,7 @@ namespace {
 
 using Expression = QRegularExpression;
 
-// The toolkit's dot stops at LF only; the line ends are all of these.
+// Qt's dot stops at LF only; the line ends are all of these.
 constexpr const char* kRestOfLine = R"(([^\n\x0b\f\r\x{85}\x{2028}\x{2029}]*))";
 
 std::optional<QString> labelledValue(const QString& text, const char* label) {

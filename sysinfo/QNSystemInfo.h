@@ -22,7 +22,7 @@ public:
     static std::optional<QString> getScreenResolution();
     // May be empty: a profile that names the processor with an empty text is believed.
     static std::optional<QString> getCPUName();
-    // Not kept. "NA" when the platform has no text for the processor family.
+    // Not kept. "NA" when macOS has no text for the processor family.
     static QString getCPUType();
     // The first hardware address that is not all zeros, in the interface lister's order and spelling.
     static std::optional<QString> getMacAddress();

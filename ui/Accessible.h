@@ -1,6 +1,6 @@
 #pragma once
 
-// Tells the toolkit what our controls are to assistive technology: windows are windows, and dialogs when they float;
+// Tells Qt what our controls are to assistive technology: windows are windows, and dialogs when they float;
 // texts are static text under their own words, and not there without any; each link is a child of its field that can be
 // focused and opened; pictures are graphics; the spinner is an animation that is busy. Main thread; once is enough, and
 // more do no harm.

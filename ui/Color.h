@@ -5,7 +5,7 @@
 #include <optional>
 
 // A calibrated RGB colour: three components and alpha, each 0.0 to 1.0. The components keep their full precision, so
-// that a colour read from text gives the same text again; convert to the toolkit's colour only for painting.
+// that a colour read from text gives the same text again; convert to Qt's colour only for painting.
 //
 // Threads: a value.
 struct Color {

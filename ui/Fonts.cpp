@@ -53,7 +53,7 @@ QFont fontFor(const FontChoice& choice) {
     font.setStyleHint(QFont::SansSerif);
     // Outlines as designed: glyph widths then grow with the scale and lines break alike at every scale.
     font.setHintingPreference(QFont::PreferNoHinting);
-    // As on the platform: no coloured fringes, which nobody can place on a window that may lie over anything.
+    // As on macOS: no coloured fringes, which nobody can place on a window that may lie over anything.
     font.setStyleStrategy(QFont::NoSubpixelAntialias);
     return font;
 }

@@ -8,7 +8,7 @@
 
 using namespace Qt::StringLiterals;
 
-// The toolkit puts the variables QT_QPA_PLATFORM_PLUGIN_PATH and QT_QPA_PLATFORM above its list of plugin folders and
+// Qt puts the variables QT_QPA_PLATFORM_PLUGIN_PATH and QT_QPA_PLATFORM above its list of plugin folders and
 // its own choice among them, and these options above the variables. An empty path is none.
 PrivatePlugins::PrivatePlugins(const char* program, const QByteArray& windowSystem) {
     QCoreApplication::setLibraryPaths({Bundle::mainBundle().path() + u"/Contents/PlugIns"_s});

@@ -4,11 +4,11 @@
 
 #include <array>
 
-// Has the toolkit take its plugins from the bundle's own folder (Contents/PlugIns on Linux) and from nowhere else, and
+// Has Qt take its plugins from the bundle's own folder (Contents/PlugIns on Linux) and from nowhere else, and
 // the one named plugin for the window system: foreign ones cost time to look through, and whoever can place one could
 // run code in this process.
 //
-// The toolkit is told so by a command line of its own, made from the program's name: it takes none of the user's words
+// Qt is told so by a command line of its own, made from the program's name: it takes none of the user's words
 // for its options, and the environment, which other threads and the programs that we start read, stays as it is. To
 // live as long as the application object. Main thread.
 class PrivatePlugins {

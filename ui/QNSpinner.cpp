@@ -32,7 +32,7 @@ QSize QNSpinner::sizeHint() const {
 }
 
 void QNSpinner::drawRect() {
-    // Asked for as the platform's drawing does; the answer does not matter.
+    // Asked for as macOS's drawing does; the answer does not matter.
     QNConfigProvider::getPortalType();
     spinner_ = new ImageView(this);
     spinner_->setImage(imageNamed(formatText("connecting_Spinner")));

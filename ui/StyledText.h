@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-// What a run of text may carry. An absent attribute leaves the choice to whoever shows the text: the platform's default
+// What a run of text may carry. An absent attribute leaves the choice to whoever shows the text: macOS's default
 // font and black.
 struct TextAttributes {
     std::optional<Color> color;

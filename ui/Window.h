@@ -13,7 +13,7 @@ class QAction;
 class QNMainController;
 class View;
 
-// A top-level window around a content view, with the platform's vocabulary for its looks. The content view keeps the
+// A top-level window around a content view, with macOS's vocabulary for its looks. The content view keeps the
 // size that it has in the interface file.
 //
 // While a compositor runs, the shadow is painted in a margin around the content view. Without one, see-through parts

@@ -115,7 +115,7 @@ Bytes protectiveMbr(const GptPlan& plan) {
     return mbr;
 }
 
-// Names the ranges in the order of the disk, as the platform's own images do.
+// Names the ranges in the order of the disk, as macOS's own images do.
 class RangeList {
 public:
     void add(const std::string& what, const std::string& type, std::uint64_t sectors) {

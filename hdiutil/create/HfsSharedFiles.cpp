@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-// Hard links as the platform stores them: the file stands as "iNode<number>" in a private folder of the root, and each
+// Hard links as macOS stores them: the file stands as "iNode<number>" in a private folder of the root, and each
 // of its names is a small file with a reference to it. The links form a chain, so that all can be found from one.
 //
 // Facts: TN1150, "Hard Links"; the fields of the chain from the published header hfs_format.h.
@@ -56,7 +56,7 @@ HfsFileItem HfsCatalogWriter::linkItem(std::uint32_t item, const Shared& shared)
     fillCommon(link, item);
     const auto place = std::ranges::find(shared.items, item);
     link.flags |= hfs::kLinkChainFlag;
-    link.created = now_; // as the private folder's: that is how the platform knows a link
+    link.created = now_; // as the private folder's: that is how macOS knows a link
     link.owner = place == shared.items.begin() ? 0 : idOf(*std::prev(place));
     link.group = std::next(place) == shared.items.end() ? 0 : idOf(*std::next(place));
     link.ownerFlags = kImmutable;

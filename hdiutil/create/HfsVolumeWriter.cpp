@@ -45,7 +45,7 @@ std::vector<std::byte> fullBitmap(std::uint32_t totalBlocks, std::uint32_t block
     return bitmap;
 }
 
-// Tells one volume from another, as the platform's random number would; the same source gives the same image.
+// Tells one volume from another, as macOS's random number would; the same source gives the same image.
 std::uint64_t volumeId(const HfsSource& source, const std::string& name) {
     std::uint64_t hash = 0xCBF29CE484222325U;
     const auto mix = [&hash](std::uint64_t value) { hash = (hash ^ value) * 0x100000001B3U; };

@@ -54,7 +54,7 @@ Handler createChoice(const std::string& option, std::string CreateOptions::*fiel
     };
 }
 
-// Everything that is mounted here is read-only and shown by nothing, so two options of the platform's tool are only
+// Everything that is mounted here is read-only and shown by nothing, so two options of macOS's tool are only
 // accepted.
 Handlers attachHandlers() {
     return {{"-mountpoint", [](Arguments& a, Words& words) { a.mountPoint = words.valueOf("-mountpoint"); }},

@@ -15,7 +15,7 @@
 namespace hdi {
 namespace {
 
-constexpr int kFirstDisk = 2; // the platform's own disks come first
+constexpr int kFirstDisk = 2; // macOS's own disks come first
 constexpr std::string_view kRecordPrefix = "disk";
 
 int flockRetrying(int fd, int operation) {

@@ -7,7 +7,7 @@ namespace hdi {
 
 inline constexpr int kStatusFailed = 1;
 inline constexpr int kStatusUsage = 64; // EX_USAGE of sysexits
-inline constexpr int kStatusBusy = 16;  // EBUSY, as the platform's tool answers
+inline constexpr int kStatusBusy = 16;  // EBUSY, as macOS's tool answers
 
 // A verb that cannot do its work. what() follows "hdiutil: " on standard error.
 class FrontError : public std::runtime_error {

@@ -54,7 +54,7 @@ Listing* listingOf(const fuse_file_info& info) {
 
 } // namespace
 
-// As the platform does for images, whoever mounts owns everything: the numbers stored in it belong to another machine.
+// As macOS does for images, whoever mounts owns everything: the numbers stored in it belong to another machine.
 FuseNodes::FuseNodes(const Volume& volume) : volume_(volume), owner_(getuid()), group_(getgid()) {}
 
 NodeId FuseNodes::nodeOf(fuse_ino_t inode) const {

@@ -64,7 +64,7 @@ private:
     }
 
     void note(const Partition& partition, const ImageError& error) {
-        // The platform puts an EFI partition that nothing can read into every disk it makes: not worth a line.
+        // macOS puts an EFI partition that nothing can read into every disk it makes: not worth a line.
         if (partition.content != "EFI") {
             opened_.warnings +=
                 "hdiutil: warning: partition " + std::to_string(partition.number) + " - " + error.what() + "\n";

@@ -10,7 +10,7 @@ namespace hdi {
 inline constexpr std::size_t kLongestName = 255; // bytes, what Linux file systems hold
 
 // A volume's stored name as a single path component that fits on one line of the table: `/` becomes `:` (which is how
-// the platform shows it), line ends, control characters and broken UTF-8 are dropped, blanks at both ends too; what
+// macOS shows it), line ends, control characters and broken UTF-8 are dropped, blanks at both ends too; what
 // then is empty, "." or ".." becomes "Untitled". Pure.
 std::string cleanVolumeName(std::string_view stored);
 

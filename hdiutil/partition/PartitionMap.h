@@ -10,8 +10,8 @@ namespace hdi {
 
 // One row of a disk's table of contents.
 struct Partition {
-    int number = 0;      // as in disk2s1: counts from 1 in the order of the table; 0 is the whole disk
-    std::string content; // "Apple_HFS", "Apple_APFS", "EFI", "Apple_partition_map", … as the platform's tool prints it
+    int number = 0;           // as in disk2s1: counts from 1 in the order of the table; 0 is the whole disk
+    std::string content;      // "Apple_HFS", "Apple_APFS", "EFI", "Apple_partition_map", … as macOS's tool prints it
     std::uint64_t offset = 0; // bytes
     std::uint64_t length = 0; // bytes
 };

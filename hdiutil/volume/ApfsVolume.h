@@ -13,7 +13,7 @@
 
 namespace hdi {
 
-// A volume in Apple's APFS format, read by libfsapfs. Files that the platform stores compressed are unpacked by our own
+// A volume in Apple's APFS format, read by libfsapfs. Files that macOS stores compressed are unpacked by our own
 // Decmpfs, since the library knows only some of the ways. Snapshots, extended attributes and resource forks do not
 // show.
 //

@@ -14,7 +14,7 @@ namespace hdi {
 namespace {
 
 constexpr std::uint32_t kMagic = 0x636D7066;
-// The longest contents an attribute is believed to hold. The platform keeps an attribute below 4 KiB, and zlib, which
+// The longest contents an attribute is believed to hold. macOS keeps an attribute below 4 KiB, and zlib, which
 // packs best, makes at most 1,032 bytes of one.
 constexpr std::uint64_t kMaxInlineBytes = 4ULL * 1024 * 1024;
 // A block that does not shrink is stored as it is, so it never grows by more than its marker; twice is generous.

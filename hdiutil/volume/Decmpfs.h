@@ -10,7 +10,7 @@
 
 namespace hdi {
 
-// Files that the platform stores compressed: an attribute (com.apple.decmpfs) says how and how long the contents are,
+// Files that macOS stores compressed: an attribute (com.apple.decmpfs) says how and how long the contents are,
 // and holds them if they are short; else they stand in the resource fork, in blocks of 64 KiB packed one by one.
 //
 //   type  contents       packed as
@@ -23,7 +23,7 @@ namespace hdi {
 // A first byte that no packed block begins with marks a block that is stored as it is.
 //
 // Pure functions. Facts: Apple's published decmpfs.h (header, magic, type 1), the tables in the documentation of
-// libfshfs and The Sleuth Kit (the other types), and files made by the platform.
+// libfshfs and The Sleuth Kit (the other types), and files made by macOS.
 
 inline constexpr std::size_t kDecmpfsBlockBytes = 64ULL * 1024;
 

@@ -53,7 +53,7 @@ std::vector<std::byte> unpackPlain(std::span<const std::byte> packed, std::size_
     return copyExactly(packed.size() == size + 1 ? packed.subspan(1) : packed, size);
 }
 
-// What follows the stream's end mark is not looked at: the platform leaves some bytes there.
+// What follows the stream's end mark is not looked at: macOS leaves some bytes there.
 std::vector<std::byte> unpackLzvn(std::span<const std::byte> packed, std::size_t size) {
     if (byteAt(packed, 0) == 0x06) { // the end mark, which a block cannot begin with
         return copyExactly(packed.subspan(1), size);

@@ -15,7 +15,7 @@ constexpr std::size_t kCachedBlocks = 32; // 2 MiB
 } // namespace
 
 // Sizes are asked for far more often than contents, so the headers are kept. A file that is marked compressed but whose
-// attribute is none is shown as its data fork is, as the platform does.
+// attribute is none is shown as its data fork is, as macOS does.
 void HfsVolume::readCompressionHeaders() {
     for (const hfs::CompressionAttribute& attribute : hfs::readCompressionAttributes(*attributesFile_)) {
         const hfs::Node* const node = catalog_.find(attribute.fileId);

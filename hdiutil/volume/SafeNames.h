@@ -8,7 +8,7 @@ namespace hdi {
 
 // Stored names made fit for one component of a path. Pure functions.
 
-// A slash becomes a colon (that is how the platform shows them), a NUL its visible symbol. What then is empty, "." or
+// A slash becomes a colon (that is how macOS shows them), a NUL its visible symbol. What then is empty, "." or
 // "..", or longer than the 255 bytes a path component may have, gets `number` by withNumber.
 std::string safeName(std::string_view stored, std::uint64_t number);
 

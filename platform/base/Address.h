@@ -4,7 +4,7 @@
 
 #include <optional>
 
-// An address that passed the classic rules of the platform's URL parser: letters, digits, -._~!$&'()*+,/:;=?@[] , at
+// An address that passed the classic rules of macOS's URL parser: letters, digits, -._~!$&'()*+,/:;=?@[] , at
 // most one #, and % followed by two hexadecimal digits. The text is kept as it was given: nothing is lower-cased,
 // escaped or repaired.
 //

@@ -4,7 +4,7 @@
 
 #include <curl/curl.h>
 
-// What a failure of libcurl (its manual page libcurl-errors(3)) is called on the platform.
+// What a failure of libcurl (its manual page libcurl-errors(3)) is called on macOS.
 //
 // `systemError` is the errno of a failed connection, 0 when there is none; `hasRoute` tells whether a default route
 // exists. Not for CURLE_OK, nor for failures that this program caused itself: a limit that passed or a sink that

@@ -16,7 +16,7 @@
 
 using namespace Qt::StringLiterals;
 
-// Text of values as the platform's `%@` shows it. Absent is "(null)", empty text is nothing.
+// Text of values as macOS's `%@` shows it. Absent is "(null)", empty text is nothing.
 //
 // Lists and dictionaries come out in the old property-list style, keys sorted, for console lines only.
 QString describe(const QVariant& value);

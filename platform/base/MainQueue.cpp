@@ -62,7 +62,7 @@ void endWork(Queue& own) {
 
 bool Receiver::event(QEvent* event) {
     Queue& own = queue();
-    // The event was posted under this lock. The toolkit's own locks order the two threads as well, but thread checkers
+    // The event was posted under this lock. Qt's own locks order the two threads as well, but thread checkers
     // do not see those.
     std::unique_lock lock(own.mutex);
     if (event->type() != QEvent::User) {

@@ -16,7 +16,7 @@ inline const QString kHideCloseButton = u"HIDE_CLOSE_BUTTON"_s;
 inline const QString kShowContactSupportButton = u"SHOW_CONTACT_SUPPORT_BUTTON"_s;
 inline const QString kShowCrashInfoDialog = u"SHOW_CRASH_INFO_DIALOG"_s;
 
-// The platform's own. The object is the file handle or the task, as a pointer; the user info of a read holds the chunk
+// Those of macOS. The object is the file handle or the task, as a pointer; the user info of a read holds the chunk
 // (QByteArray) under kFileHandleNotificationDataItem.
 inline const QString kFileHandleReadCompletion = u"NSFileHandleReadCompletionNotification"_s;
 inline const QString kTaskDidTerminate = u"NSTaskDidTerminateNotification"_s;

@@ -15,7 +15,7 @@ QString deletingLastPathComponent(const QString& path);
 // Escapes everything outside letters, digits and -._~!$&'()*+,/:;=?@ as %XX of its UTF-8 bytes; % becomes %25 always.
 QString percentEscaped(const QString& text);
 
-// White space of the platform: blank, tab and the Unicode space separators, no line ends.
+// White space of macOS: blank, tab and the Unicode space separators, no line ends.
 QString trimmedOfWhitespace(const QString& text);
 // The same plus LF, VT, FF, CR, U+0085, U+2028 and U+2029.
 QString trimmedOfWhitespaceAndNewlines(const QString& text);

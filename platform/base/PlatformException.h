@@ -5,7 +5,7 @@
 
 #include <exception>
 
-// The one exception type of the program. It is thrown where the platform would raise (a range that does not exist, a
+// The one exception type of the program. It is thrown where macOS would raise (a range that does not exist, a
 // program that cannot be launched, a write that fails) and caught only where a guard is required; what nobody catches
 // reaches the uncaught-exception handler.
 //

@@ -11,7 +11,7 @@ namespace platform {
 void setWillTerminateHandler(std::function<void()> willTerminate);
 
 // Never returns. Runs the handler once, deletes partial downloads, flushes the output and ends the process with status
-// 0 without tearing the toolkit down. From another thread the request goes to the main thread and the caller is parked.
+// 0 without tearing Qt down. From another thread the request goes to the main thread and the caller is parked.
 // A request during termination is parked (main thread: ends the process at once).
 [[noreturn]] void terminate();
 

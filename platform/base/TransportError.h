@@ -4,7 +4,7 @@
 
 // Why a transfer got no answer. An answer with an error status is no transport error.
 //
-// The codes are those of the platform's NSURLErrorDomain, as published in <Foundation/NSURLError.h>.
+// The codes are those of macOS's NSURLErrorDomain, as published in <Foundation/NSURLError.h>.
 struct TransportError {
     enum Code {
         kUnknown = -1,
@@ -30,7 +30,7 @@ struct TransportError {
     Code code = kTimedOut;
     QString failingAddress; // empty when there was no address
 
-    // The platform's English sentence for the code, such as "Could not connect to the server."
+    // macOS's English sentence for the code, such as "Could not connect to the server."
     QString localizedDescription() const;
 
     // Error Domain=NSURLErrorDomain Code=-1004 "Could not connect to the server." UserInfo={…}: what `%@` shows.

@@ -65,7 +65,7 @@ void prepareFonts() {
     try {
         std::thread([] { FcInit(); }).detach();
     } catch (const std::system_error&) {
-        // Then the toolkit reads it, when it comes to that.
+        // Then Qt reads it, when it comes to that.
     }
 }
 

@@ -17,7 +17,7 @@ std::optional<std::array<int, 3>> versionNumbers(const QString& text);
 // empty.
 std::optional<QString> versionIdOf(const QByteArray& osRelease);
 
-// The platform's text for `machine` of uname(2).
+// macOS's text for `machine` of uname(2).
 std::optional<QString> architectureDescription(const QString& machine);
 
 } // namespace platform

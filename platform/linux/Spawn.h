@@ -9,7 +9,7 @@
 
 // Starting of programs. No shell is involved and arguments are passed verbatim. In the child only descriptors 0 to 2
 // are open, no signal is blocked, and every signal that this program catches or ignores has its default effect again.
-// It inherits the environment, but for what only the toolkit is to see.
+// It inherits the environment, but for what only Qt is to see.
 namespace platform {
 
 struct SpawnRequest {

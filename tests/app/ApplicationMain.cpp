@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-// The program's own application object in the place of the toolkit's.
+// The program's own application object in the place of Qt's.
 int main(int argc, char** argv) {
     if (const std::optional<int> status = runInPrivateBundle(argc, argv)) {
         return *status;

@@ -74,7 +74,7 @@ void setSurroundings(const fs::path& folder) {
                              "ALL_PROXY", "WAYLAND_DISPLAY", "QT_SCALE_FACTOR"}) {
         ::unsetenv(name);
     }
-    // As in the program: without any address the toolkit forks to start a bus, which AddressSanitizer does not survive
+    // As in the program: without any address Qt forks to start a bus, which AddressSanitizer does not survive
     // in every case.
     set("DBUS_SESSION_BUS_ADDRESS", "none:");
 }

@@ -173,5 +173,62 @@ class CheckPlatformPairs(Tree):
         )
 
 
+class CheckDialect(Tree):
+    script = "check-dialect"
+
+    def test_is_content_with_this_tree(self):
+        self.assertEqual(self.run_script(ROOT), (0, []))
+
+    def test_is_content_with_the_house_dialect(self):
+        self.put("ui/a.cpp", """// setVisible, QStringLiteral("…") and if (a) b; are not code here; platform/ is a folder
+void f() {
+    if (a) {
+    } else if constexpr (b) {
+    } else {
+    }
+    do {
+    } while (c);
+    for (const auto& d : e) {
+        widget->setHidden(u"if (a) b"_s == d);
+    }
+}
+#if defined(X)
+#endif
+""")
+        self.expect_good()
+
+    def test_names_a_body_without_braces(self):
+        self.put("tests/a.cpp", "void f() {\n    if (a)\n        b();\n    else\n        c();\n    while (next());\n}\n")
+        self.put("ui/a.cpp", "void f() {\n    for (int i = 0; g(i); ++i) h();\n}\n")
+        self.expect_bad(
+            "tests/a.cpp:2: a body stands in braces",
+            "tests/a.cpp:4: a body stands in braces",
+            "tests/a.cpp:6: a body stands in braces",
+            "ui/a.cpp:2: a body stands in braces",
+        )
+
+    def test_names_the_other_ways_to_write_a_literal_to_show_and_to_do_once(self):
+        self.put("ui/a.cpp", """void f() {
+    widget->setVisible(true);
+    g(QStringLiteral("x"));
+    static const bool once = [] { return true; }();
+    static bool isSecond = false; // a state, which changes
+}
+""")
+        self.expect_bad(
+            "ui/a.cpp:2: what shows is hidden and shown with setHidden",
+            'ui/a.cpp:3: a literal of Qt is written u"…"_s',
+            "ui/a.cpp:4: what happens once for the process goes through std::call_once",
+        )
+
+    def test_names_words_that_leave_open_what_is_meant(self):
+        self.put("ui/a.h", "// As the " + "platform does.\nint a;\n")
+        self.put("docs/a.md", "The " + "toolkit paints.\n")
+        self.expect_bad(
+            "docs/a.md:1: say Qt when that is meant",
+            "ui/a.h:1: say macOS, or Linux, when that is meant",
+        )
+
+
 if __name__ == "__main__":
     unittest.main()

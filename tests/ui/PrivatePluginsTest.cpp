@@ -47,7 +47,7 @@ QStringList filesOpenedAtStart(const QProcessEnvironment& environment) {
 TEST(PrivatePlugins, AreTheOnlyOnesThatTheProgramOpens) {
     test::putSystemFile(u"/proc/net/route"_s, "Iface\tDestination\tGateway\tFlags\n");
     test::putSystemFile(u"/proc/net/ipv6_route"_s, "");
-    // Folders where the toolkit would look, with the system's own plugins in them.
+    // Folders where Qt would look, with the system's own plugins in them.
     const QString foreign = u"" QT_PLUGINS ""_s;
     ASSERT_TRUE(QFile::exists(foreign + u"/platforms/libqxcb.so"_s));
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();

@@ -79,7 +79,7 @@ QImage screenPixels();
 // Waits until two pictures in a row are the same, so that nothing is still being painted.
 QImage settledScreen();
 
-// Real events through the toolkit's event delivery. Positions are in the widget's coordinates; absent: its middle.
+// Real events through Qt's event delivery. Positions are in the widget's coordinates; absent: its middle.
 void click(QWidget& widget, const QPoint& position);
 void click(QWidget& widget);
 void pressKey(QWidget& window, int key);

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-// The network interfaces of /sys/class/net (the kernel's Documentation/ABI/testing/sysfs-class-net) as the platform's
+// The network interfaces of /sys/class/net (the kernel's Documentation/ABI/testing/sysfs-class-net) as macOS's
 // ifconfig shows them.
 namespace standins {
 

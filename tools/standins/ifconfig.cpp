@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-// Stands for the platform's ifconfig where the program asks for hardware addresses.
+// Stands for macOS's ifconfig where the program asks for hardware addresses.
 int main(int argc, char** argv) {
     if (argc != 2 || std::strcmp(argv[1], "-a") != 0) {
         std::fputs("ifconfig: this stand-in lists all interfaces; usage: ifconfig -a\n", stderr);

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-// Stands for the platform's system_profiler where the program asks for the processor's name.
+// Stands for macOS's system_profiler where the program asks for the processor's name.
 int main(int argc, char** argv) {
     if (argc != 2 || std::strcmp(argv[1], "SPHardwareDataType") != 0) {
         std::fputs("system_profiler: this stand-in knows one report; usage: system_profiler SPHardwareDataType\n",

@@ -141,7 +141,7 @@ UdifChecksum checksumOf(const Bytes& bytes) {
     return {UdifChecksum::kCrc32, 32, crc32(bytes)};
 }
 
-// The disk in chunks of at most 64 KiB, with all the checksums that the platform's own images carry.
+// The disk in chunks of at most 64 KiB, with all the checksums that macOS's own images carry.
 Bytes contain(const Bytes& disk, const Container& container) {
     constexpr std::size_t kSector = 512;
     constexpr std::size_t kChunk = 128 * kSector;

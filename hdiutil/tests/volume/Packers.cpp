@@ -160,7 +160,7 @@ Bytes zlibFork(const Bytes& contents) {
         data = data + blocks[i];
     }
     const Bytes resource = table + data;
-    Bytes map(50); // as the platform's own: one resource, 'cmpf'
+    Bytes map(50); // as macOS's own: one resource, 'cmpf'
     const unsigned char tail[] = {0,  28, 0, 50,   0,    0, 'c', 'm', 'p', 'f', 0, 0, 0,
                                   10, 0,  1, 0xFF, 0xFF, 0, 0,   0,   0,   0,   0, 0, 0};
     std::transform(std::begin(tail), std::end(tail), map.begin() + 24, [](unsigned char c) { return std::byte{c}; });

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-// What the platform's tools do to store a file compressed, as far as tests need it.
+// What macOS's tools do to store a file compressed, as far as tests need it.
 namespace hdi::test {
 
 Bytes packZlib(const Bytes& contents);

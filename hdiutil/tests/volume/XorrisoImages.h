@@ -4,7 +4,7 @@
 
 #include <string>
 
-// Volumes that are neither ours nor the platform's.
+// Volumes that are neither ours nor macOS's.
 namespace hdi::test {
 
 // Each makes "out.iso" with the volume "Volume" of the "source" in the folder that it runs in.
