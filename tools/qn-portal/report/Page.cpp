@@ -4,8 +4,9 @@
 #include "tools/qn-portal/report/Charts.h"
 #include "tools/qn-portal/report/Tables.h"
 
+#include <algorithm>
 #include <cmath>
-#include <ranges>
+#include <span>
 
 namespace portal::report {
 
@@ -79,7 +80,7 @@ std::string sliceRow(const Slice& slice) {
 std::string slicesTable(const std::string& caption, const char* what, const std::vector<Slice>& slices,
                         std::size_t most) {
     std::string rows;
-    for (const Slice& slice : slices | std::views::take(most)) {
+    for (const Slice& slice : std::span(slices).first(std::min<std::size_t>(most, slices.size()))) {
         rows += sliceRow(slice);
     }
     std::string text = table(caption, {what, "started", "configured", "downloaded", "finished"}, rows);
@@ -102,7 +103,8 @@ std::string funnelSection(const Figures& figures) {
 
 std::string reasonsSection(const Figures& figures) {
     std::string rows;
-    for (const Reason& reason : figures.reasons | std::views::take(4 * kRowsForPeople)) {
+    for (const Reason& reason :
+         std::span(figures.reasons).first(std::min<std::size_t>(4 * kRowsForPeople, figures.reasons.size()))) {
         rows += "<tr>" + rowHead(reason.event + ": " + reason.reason) + cell(number(reason.lines)) +
                 cell(number(reason.runs)) + cell(percent(reason.runs, figures.funnel.started), " class=\"lost\"") +
                 "</tr>\n";

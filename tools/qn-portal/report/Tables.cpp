@@ -6,7 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <ranges>
+#include <span>
 
 namespace portal::report {
 
@@ -94,7 +94,8 @@ std::string fitted(const std::string& text, std::size_t width) {
     const auto characters = charactersOf(text);
     const bool isCut = characters.size() > width;
     std::string result;
-    for (const std::string& character : characters | std::views::take(isCut ? width - 3 : width)) {
+    for (const std::string& character :
+         std::span(characters).first(std::min<std::size_t>(isCut ? width - 3 : width, characters.size()))) {
         result += character;
     }
     return result + (isCut ? "..." : std::string(width - characters.size(), ' '));
@@ -119,7 +120,7 @@ std::string stageLine(const char* name, std::int64_t runs, std::int64_t started)
 
 std::string slicesText(const std::string& title, const std::vector<Slice>& slices, std::size_t most) {
     std::string text = "\n" + fitted(title, 38) + "     started  configured  downloaded    finished\n";
-    for (const Slice& slice : slices | std::views::take(most)) {
+    for (const Slice& slice : std::span(slices).first(std::min<std::size_t>(most, slices.size()))) {
         const Stages& stages = slice.stages;
         text += "  " + fitted(slice.name.empty() ? "(not told)" : slice.name, 36) +
                 printed("%12lld%12s%12s%12s\n", static_cast<long long>(stages.started),
@@ -150,7 +151,8 @@ std::string distributionText(const Distribution& distribution) {
 
 std::string reasonsText(const Figures& figures) {
     std::string text = "\nfailures      lines        runs\n";
-    for (const Reason& reason : figures.reasons | std::views::take(kRowsForPeople)) {
+    for (const Reason& reason :
+         std::span(figures.reasons).first(std::min<std::size_t>(kRowsForPeople, figures.reasons.size()))) {
         text += printed("  %12lld%12lld  ", static_cast<long long>(reason.lines), static_cast<long long>(reason.runs)) +
                 reason.event + ": " + cut(reason.reason, 56) + "\n";
     }
