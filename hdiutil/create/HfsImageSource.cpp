@@ -1,5 +1,7 @@
 #include "hdiutil/create/HfsImageSource.h"
 
+#include "base/Descriptor.h"
+#include "base/Files.h"
 #include "hdiutil/image/ImageError.h"
 
 #include <fcntl.h>
@@ -30,30 +32,20 @@ public:
     OpenFile(std::uint32_t item, std::string path, const struct stat& expected)
         : item_(item), path_(std::move(path)), expected_(expected),
           descriptor_(::open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK)) {
-        if (descriptor_ < 0) {
+        if (!descriptor_) {
             failed(path_, std::strerror(errno));
         }
     }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    ~OpenFile() { ::close(descriptor_); }
 
     std::uint32_t item() const { return item_; }
 
     void read(std::uint64_t offset, std::span<std::byte> into) const {
-        while (!into.empty()) {
-            const ssize_t length = ::pread(descriptor_, into.data(), into.size(), static_cast<off_t>(offset));
-            if (length < 0 && errno == EINTR) {
-                continue;
-            }
-            if (length < 0) {
-                failed(path_, std::strerror(errno));
-            }
-            if (length == 0) {
-                failed(path_, "the file has become shorter while it was being stored");
-            }
-            into = into.subspan(static_cast<std::size_t>(length));
-            offset += static_cast<std::uint64_t>(length);
+        const std::ptrdiff_t count = base::readAt(descriptor_.get(), into, offset);
+        if (count < 0) {
+            failed(path_, std::strerror(errno));
+        }
+        if (count != static_cast<std::ptrdiff_t>(into.size())) {
+            failed(path_, "the file has become shorter while it was being stored");
         }
         checkUnchanged(); // after the bytes, so that no change before them goes unseen
     }
@@ -61,7 +53,7 @@ public:
 private:
     void checkUnchanged() const {
         struct stat now {};
-        if (::fstat(descriptor_, &now) != 0) {
+        if (::fstat(descriptor_.get(), &now) != 0) {
             failed(path_, std::strerror(errno));
         }
         if (now.st_dev != expected_.st_dev || now.st_ino != expected_.st_ino || now.st_size != expected_.st_size ||
@@ -73,7 +65,7 @@ private:
     std::uint32_t item_;
     std::string path_;
     struct stat expected_;
-    int descriptor_;
+    base::Descriptor descriptor_;
 };
 
 void HfsImageSource::addBytes(std::uint64_t offset, std::vector<std::byte> bytes) {
@@ -85,10 +77,7 @@ void HfsImageSource::addFile(std::uint64_t offset, std::uint32_t item, std::uint
     segments_.push_back({offset, length, item, {}});
 }
 
-void HfsImageSource::read(std::uint64_t offset, std::span<std::byte> into) const {
-    if (offset > size_ || into.size() > size_ - offset) {
-        throw ImageError(ImageError::Kind::kOutOfRange, "a read beyond the end of the volume");
-    }
+void HfsImageSource::doRead(std::uint64_t offset, std::span<std::byte> into) const {
     std::ranges::fill(into, std::byte{0});
     const std::uint64_t end = offset + into.size();
     auto segment =

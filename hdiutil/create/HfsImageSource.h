@@ -27,7 +27,7 @@ public:
 
     std::uint64_t size() const override { return size_; }
     // Throws ImageError as ByteSource says; kIo also for a file that is not what it was when the source was scanned.
-    void read(std::uint64_t offset, std::span<std::byte> into) const override;
+    void doRead(std::uint64_t offset, std::span<std::byte> into) const override;
 
 private:
     class OpenFile;

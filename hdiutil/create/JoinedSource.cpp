@@ -14,10 +14,7 @@ public:
     explicit MemorySource(std::vector<std::byte> bytes) : bytes_(std::move(bytes)) {}
 
     std::uint64_t size() const override { return bytes_.size(); }
-    void read(std::uint64_t offset, std::span<std::byte> into) const override {
-        if (offset > bytes_.size() || into.size() > bytes_.size() - offset) {
-            throw ImageError(ImageError::Kind::kOutOfRange, "read beyond the end of the memory");
-        }
+    void doRead(std::uint64_t offset, std::span<std::byte> into) const override {
         std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(offset), into.size(), into.begin());
     }
 
@@ -44,10 +41,7 @@ std::uint64_t JoinedSource::size() const {
     return parts_.empty() ? 0 : parts_.back().end;
 }
 
-void JoinedSource::read(std::uint64_t offset, std::span<std::byte> into) const {
-    if (offset > size() || into.size() > size() - offset) {
-        throw ImageError(ImageError::Kind::kOutOfRange, "read beyond the end of the disk");
-    }
+void JoinedSource::doRead(std::uint64_t offset, std::span<std::byte> into) const {
     auto part = std::upper_bound(parts_.begin(), parts_.end(), offset,
                                  [](std::uint64_t at, const Part& candidate) { return at < candidate.end; });
     for (; !into.empty(); ++part) {

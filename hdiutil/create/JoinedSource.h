@@ -15,7 +15,7 @@ public:
     void appendZeros(std::uint64_t length);
 
     std::uint64_t size() const override;
-    void read(std::uint64_t offset, std::span<std::byte> into) const override;
+    void doRead(std::uint64_t offset, std::span<std::byte> into) const override;
 
 private:
     struct Part {

@@ -1,5 +1,6 @@
 #include "hdiutil/create/NewFile.h"
 
+#include "base/Files.h"
 #include "hdiutil/image/ImageError.h"
 
 #include <fcntl.h>
@@ -11,7 +12,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
-#include <utility>
 
 namespace hdi {
 
@@ -36,57 +36,44 @@ std::string openedPath(int descriptor) {
 } // namespace
 
 NewFile::NewFile(std::string path) : path_(std::move(path)) {
-    descriptor_ = ::open(folderOf(path_).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
-    if (descriptor_ >= 0 && ::access(openedPath(descriptor_).c_str(), F_OK) == 0) {
+    file_.reset(::open(folderOf(path_).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+    if (file_ && ::access(openedPath(file_.get()).c_str(), F_OK) == 0) {
         return;
     }
-    if (descriptor_ >= 0) {
-        ::close(descriptor_);
-    }
     temporary_ = path_ + ".XXXXXX";
-    descriptor_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
-    if (descriptor_ < 0) {
+    file_.reset(::mkostemp(temporary_.data(), O_CLOEXEC));
+    if (!file_) {
         fail(errno);
     }
 }
 
 NewFile::~NewFile() {
-    if (descriptor_ >= 0) {
-        ::close(descriptor_);
-        if (!temporary_.empty()) {
-            ::unlink(temporary_.c_str());
-        }
+    if (file_ && !temporary_.empty()) {
+        ::unlink(temporary_.c_str());
     }
 }
 
 void NewFile::append(std::span<const std::byte> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(descriptor_, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written < 0) {
-            fail(errno);
-        }
-        size_ += static_cast<std::uint64_t>(written);
-        bytes = bytes.subspan(static_cast<std::size_t>(written));
+    if (!base::writeAll(file_.get(), bytes)) {
+        fail(errno);
     }
+    size_ += bytes.size();
 }
 
 void NewFile::commit() {
-    if (::fchmod(descriptor_, 0666 & ~creationMask()) != 0) {
+    if (::fchmod(file_.get(), 0666 & ~creationMask()) != 0) {
         fail(errno);
     }
     giveName();
     // Some file systems report only now that a write has failed.
-    if (::close(std::exchange(descriptor_, -1)) != 0) {
+    if (!file_.close()) {
         fail(errno);
     }
 }
 
 // A link never replaces anything; what is to be replaced takes another name and a renaming.
 void NewFile::giveName() {
-    const std::string opened = openedPath(descriptor_);
+    const std::string opened = openedPath(file_.get());
     const auto link = [&opened](const std::string& name) {
         return ::linkat(AT_FDCWD, opened.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW);
     };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Descriptor.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -28,7 +30,7 @@ private:
 
     std::string path_;
     std::string temporary_; // its name so far; empty: none
-    int descriptor_ = -1;
+    base::Descriptor file_;
     std::uint64_t size_ = 0;
 };
 

@@ -1,5 +1,6 @@
 #include "hdiutil/create/UdifParts.h"
 
+#include "base/PropertyListParser.h"
 #include "hdiutil/image/ByteOrder.h"
 #include "hdiutil/image/ImageError.h"
 
@@ -80,7 +81,7 @@ std::vector<std::byte> udifTableBytes(const UdifTable& table, std::size_t number
 
 std::vector<std::byte> udifPlistBytes(std::span<const std::vector<std::byte>> tables,
                                       std::span<const std::string> names) {
-    const std::unique_ptr<std::remove_pointer_t<plist_t>, decltype(&plist_free)> root(plist_new_dict(), &plist_free);
+    const base::PropertyListNode root(plist_new_dict());
     plist_t list = plist_new_array();
     for (std::size_t i = 0; i < tables.size(); ++i) {
         plist_array_append_item(list, tableEntry(tables[i], names[i], i));

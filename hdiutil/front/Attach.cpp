@@ -73,7 +73,7 @@ std::optional<AttachResult> findAttached(std::optional<AttachedState>& state, co
         if (record->complete) {
             return AttachResult{record->rows, ""};
         }
-        const UniqueFd reservation = state->openRecord(*record);
+        const base::Descriptor reservation = state->openRecord(*record);
         state.reset();
         waitUntilDone(reservation);
         state.emplace(volumes);

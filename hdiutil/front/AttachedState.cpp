@@ -1,5 +1,6 @@
 #include "hdiutil/front/AttachedState.h"
 
+#include "base/Files.h"
 #include "hdiutil/front/FrontError.h"
 
 #include <fcntl.h>
@@ -43,17 +44,6 @@ std::optional<int> diskOfFile(const std::string& name) {
     return whole && disk >= kFirstDisk ? std::optional(disk) : std::nullopt;
 }
 
-bool writeAll(int fd, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = ::write(fd, text.data(), text.size());
-        if (count < 0 && errno != EINTR) {
-            return false;
-        }
-        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    }
-    return true;
-}
-
 } // namespace
 
 AttachedState::AttachedState(const VolumesFolder& volumes) : AttachedState(volumes, true) {}
@@ -76,7 +66,7 @@ bool AttachedState::acquire(bool wait) {
     if (mkdir(folder_.c_str(), 0700) != 0 && errno != EEXIST) {
         throw FrontError("cannot create \"" + folder_ + "\" - " + errorText(errno));
     }
-    const UniqueFd folder(::open(folder_.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const base::Descriptor folder(::open(folder_.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!folder && errno == ENOENT) {
         return false; // the last user of the folder removed it just now
     }
@@ -118,7 +108,8 @@ std::vector<AttachRecord> AttachedState::records() const {
     for (const auto& entry : std::filesystem::directory_iterator(folder_, error)) {
         const std::string name = entry.path().filename().string();
         const std::optional<int> disk = diskOfFile(name);
-        std::optional<AttachRecord> record = disk ? parseRecord(readSmallFile(entry.path().string())) : std::nullopt;
+        std::optional<AttachRecord> record =
+            disk ? parseRecord(base::readSmallFile(entry.path().string()).value_or("")) : std::nullopt;
         if (record && record->disk == *disk) {
             found.push_back(std::move(*record));
         } else if (name != "lock") {
@@ -137,11 +128,11 @@ int AttachedState::firstFreeDisk() const {
     return disk;
 }
 
-UniqueFd AttachedState::write(const AttachRecord& record) const {
+base::Descriptor AttachedState::write(const AttachRecord& record) const {
     const std::string path = recordPath(record.disk);
     const std::string fresh = folder_ + "/new";
-    UniqueFd file(::open(fresh.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600));
-    if (!file || !writeAll(file.get(), serialize(record)) || flockRetrying(file.get(), LOCK_EX) != 0 ||
+    base::Descriptor file(::open(fresh.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!file || !base::writeAll(file.get(), serialize(record)) || flockRetrying(file.get(), LOCK_EX) != 0 ||
         rename(fresh.c_str(), path.c_str()) != 0) {
         const int error = errno;
         unlink(fresh.c_str());
@@ -154,7 +145,7 @@ void AttachedState::save(const AttachRecord& record) const {
     write(record);
 }
 
-UniqueFd AttachedState::reserve(const AttachRecord& record) const {
+base::Descriptor AttachedState::reserve(const AttachRecord& record) const {
     return write(record);
 }
 
@@ -162,11 +153,11 @@ void AttachedState::remove(const AttachRecord& record) const {
     unlink(recordPath(record.disk).c_str());
 }
 
-UniqueFd AttachedState::openRecord(const AttachRecord& record) const {
-    return UniqueFd(::open(recordPath(record.disk).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+base::Descriptor AttachedState::openRecord(const AttachRecord& record) const {
+    return base::Descriptor(::open(recordPath(record.disk).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
 }
 
-void waitUntilDone(const UniqueFd& reservation) {
+void waitUntilDone(const base::Descriptor& reservation) {
     if (reservation) {
         flockRetrying(reservation.get(), LOCK_SH);
     }

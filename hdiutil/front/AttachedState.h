@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/Descriptor.h"
 #include "hdiutil/front/AttachRecord.h"
-#include "hdiutil/front/UniqueFd.h"
 #include "hdiutil/front/VolumesFolder.h"
 
 #include <optional>
@@ -28,22 +28,22 @@ public:
     // Throws FrontError when it cannot be written, and then leaves what was there.
     void save(const AttachRecord& record) const;
     // The same for a record that is incomplete: as long as the result is open, waitFor() waits.
-    UniqueFd reserve(const AttachRecord& record) const;
+    base::Descriptor reserve(const AttachRecord& record) const;
     void remove(const AttachRecord& record) const;
     // A handle for waitUntilDone(), to be used after this object is gone.
-    UniqueFd openRecord(const AttachRecord& record) const;
+    base::Descriptor openRecord(const AttachRecord& record) const;
 
 private:
     AttachedState(const VolumesFolder& volumes, bool wait);
     bool acquire(bool wait);
     std::string recordPath(int disk) const;
-    UniqueFd write(const AttachRecord& record) const;
+    base::Descriptor write(const AttachRecord& record) const;
 
     std::string folder_;
-    UniqueFd lock_;
+    base::Descriptor lock_;
 };
 
 // Returns when the process that holds the reservation has finished, in whatever way.
-void waitUntilDone(const UniqueFd& reservation);
+void waitUntilDone(const base::Descriptor& reservation);
 
 } // namespace hdi

@@ -1,5 +1,6 @@
 #include "hdiutil/front/BusyProcesses.h"
 
+#include "base/Files.h"
 #include "hdiutil/front/ProcessIdentity.h"
 
 #include <algorithm>
@@ -33,7 +34,7 @@ bool holdsOpenFile(const fs::path& process, const std::string& folder) {
 
 // Lines of /proc/PID/maps end in the path of what is mapped.
 bool mapsFile(const fs::path& process, const std::string& folder) {
-    const std::string maps = readSmallFile((process / "maps").native());
+    const std::string maps = base::readSmallFile((process / "maps").native()).value_or("");
     for (std::size_t at = maps.find(folder); at != std::string::npos; at = maps.find(folder, at + 1)) {
         const std::size_t end = std::min(maps.find('\n', at), maps.size());
         if (at > 0 && maps[at - 1] == ' ' && liesIn(std::string_view(maps).substr(at, end - at), folder)) {

@@ -1,11 +1,12 @@
 #include "hdiutil/front/Daemon.h"
 
+#include "base/Descriptor.h"
+#include "base/Files.h"
 #include "hdiutil/front/AttachedState.h"
 #include "hdiutil/front/DaemonReport.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/front/ImageServer.h"
 #include "hdiutil/front/Reaper.h"
-#include "hdiutil/front/UniqueFd.h"
 
 #include <fcntl.h>
 #include <linux/close_range.h>
@@ -47,24 +48,11 @@ void leaveCaller(int kept) {
     std::signal(SIGPIPE, SIG_IGN); // NOLINT(cert-err33-c)
 }
 
-bool sendReport(int fd, const DaemonReport& report) {
-    const std::string bytes = serialize(report);
-    std::size_t sent = 0;
-    while (sent < bytes.size()) {
-        const ssize_t count = ::write(fd, bytes.data() + sent, bytes.size() - sent);
-        if (count < 0 && errno != EINTR) {
-            return false;
-        }
-        sent += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-    }
-    return true;
-}
-
-[[noreturn]] void runDaemon(const AttachOptions& options, const VolumesFolder& volumes, UniqueFd pipe) {
+[[noreturn]] void runDaemon(const AttachOptions& options, const VolumesFolder& volumes, base::Descriptor pipe) {
     leaveCaller(pipe.get());
     ImageServer server(options, volumes);
     const DaemonReport report = server.attach();
-    const bool received = sendReport(pipe.get(), report);
+    const bool received = base::writeAll(pipe.get(), serialize(report));
     pipe.reset();
     if (report.kind == DaemonReport::Kind::kAttached && server.isServing()) {
         server.serve(received);
@@ -98,8 +86,8 @@ std::optional<AttachResult> attachThroughDaemon(const AttachOptions& options, co
     if (pipe2(ends, O_CLOEXEC) != 0) {
         throw FrontError("attach failed - " + errorText(errno));
     }
-    UniqueFd reading(ends[0]);
-    UniqueFd writing(ends[1]);
+    base::Descriptor reading(ends[0]);
+    base::Descriptor writing(ends[1]);
     const pid_t child = fork();
     if (child < 0) {
         throw FrontError("attach failed - " + errorText(errno));

@@ -72,7 +72,7 @@ std::optional<Match> find(const std::vector<AttachRecord>& records, const std::s
     throw FrontError("couldn't unmount \"" + name + "\" - Resource busy", kStatusBusy);
 }
 
-bool waitForEnd(const UniqueFd& process) {
+bool waitForEnd(const base::Descriptor& process) {
     pollfd waiting{process.get(), POLLIN, 0};
     return !process || poll(&waiting, 1, kEndOfDaemonMs) == 1;
 }
@@ -111,7 +111,7 @@ private:
     std::string busyName() const { return options_.wholeDisk ? record_.diskName() : asked_.front().device.substr(5); }
 
     void detachFuse() {
-        const UniqueFd daemon = record_.process.open();
+        const base::Descriptor daemon = record_.process.open();
         bool elsewhere = false;
         for (const AttachedRow& row : asked_) {
             const int error = unmountFuse(row.realPath, options_.force ? UnmountWay::kDetached : UnmountWay::kIfUnused);
@@ -129,7 +129,7 @@ private:
     }
 
     // The daemon ends by itself when its last volume is unmounted and closed.
-    void endDaemon(const UniqueFd& daemon, bool elsewhere) {
+    void endDaemon(const base::Descriptor& daemon, bool elsewhere) {
         if (options_.force && daemon) {
             syscall(SYS_pidfd_send_signal, daemon.get(), SIGKILL, nullptr, 0);
         }

@@ -1,5 +1,6 @@
 #include "hdiutil/front/ExtractQueue.h"
 
+#include "base/Files.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/image/ImageError.h"
 
@@ -26,14 +27,8 @@ void writeAt(int fd, std::span<const std::byte> bytes, std::uint64_t offset) {
     if (isAllZero(bytes)) {
         return;
     }
-    while (!bytes.empty()) {
-        const ssize_t count = pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(offset));
-        if (count < 0 && errno != EINTR) {
-            throw FrontError("attach failed - " + errorText(errno));
-        }
-        const auto written = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-        bytes = bytes.subspan(written);
-        offset += written;
+    if (!base::writeAllAt(fd, bytes, offset)) {
+        throw FrontError("attach failed - " + errorText(errno));
     }
 }
 

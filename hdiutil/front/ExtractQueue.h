@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hdiutil/front/UniqueFd.h"
+#include "base/Descriptor.h"
 #include "hdiutil/volume/Volume.h"
 
 #include <atomic>
@@ -17,7 +17,7 @@ namespace hdi {
 
 // A created, still empty file whose contents are to be copied. Its mode and times are set when the last piece is done.
 struct PendingFile {
-    UniqueFd fd;
+    base::Descriptor fd;
     NodeId node = 0;
     Attributes attributes;
     std::atomic<std::uint64_t> piecesLeft = 1;

@@ -141,7 +141,7 @@ public:
 private:
     const VolumesFolder& volumes_;
     AttachRecord record_;
-    UniqueFd file_;
+    base::Descriptor file_;
     bool committed_ = false;
 };
 

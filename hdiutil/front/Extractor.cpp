@@ -1,8 +1,8 @@
 #include "hdiutil/front/Extractor.h"
 
+#include "base/Descriptor.h"
 #include "hdiutil/front/ExtractQueue.h"
 #include "hdiutil/front/FrontError.h"
-#include "hdiutil/front/UniqueFd.h"
 #include "hdiutil/image/ImageError.h"
 
 #include <fcntl.h>
@@ -70,7 +70,7 @@ private:
         if (mkdirat(parent, entry.name.c_str(), 0700) != 0) {
             failWithErrno(entry.name);
         }
-        const UniqueFd fd(openat(parent, entry.name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        const base::Descriptor fd(openat(parent, entry.name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         if (!fd) {
             failWithErrno(entry.name);
         }
@@ -117,7 +117,7 @@ private:
 
 void extractVolume(const Volume& volume, const std::string& folder, const std::atomic<bool>& stop,
                    const ExtractLimits& limits) {
-    const UniqueFd root(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const base::Descriptor root(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!root) {
         failWithErrno(folder);
     }

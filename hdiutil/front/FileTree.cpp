@@ -1,6 +1,6 @@
 #include "hdiutil/front/FileTree.h"
 
-#include "hdiutil/front/UniqueFd.h"
+#include "base/Descriptor.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -21,7 +21,7 @@ struct CloseDirectory {
 // The names are collected first: removing while reading may leave entries out on some file systems.
 std::vector<std::string> namesIn(int folder) {
     std::vector<std::string> names;
-    UniqueFd copy(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    base::Descriptor copy(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const std::unique_ptr<DIR, CloseDirectory> directory(copy ? fdopendir(copy.get()) : nullptr);
     if (!directory) {
         return names;
@@ -36,8 +36,8 @@ std::vector<std::string> namesIn(int folder) {
 }
 
 // Opened without permission to read, made ours to read and write, then opened to be read.
-UniqueFd openWritable(int parent, const char* name) {
-    UniqueFd place(openat(parent, name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+base::Descriptor openWritable(int parent, const char* name) {
+    base::Descriptor place(openat(parent, name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!place) {
         return {};
     }
@@ -46,7 +46,7 @@ UniqueFd openWritable(int parent, const char* name) {
     if (fstat(place.get(), &facts) == 0 && (facts.st_mode & S_IRWXU) != S_IRWXU) {
         chmod(path.c_str(), S_IRWXU);
     }
-    return UniqueFd(openat(place.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return base::Descriptor(openat(place.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
 bool removeEntry(int parent, const char* name) { // NOLINT(misc-no-recursion): as deep as the folders we made
@@ -56,7 +56,7 @@ bool removeEntry(int parent, const char* name) { // NOLINT(misc-no-recursion): a
     if (errno != EISDIR && errno != EPERM) {
         return false;
     }
-    const UniqueFd folder = openWritable(parent, name);
+    const base::Descriptor folder = openWritable(parent, name);
     if (!folder) {
         return false;
     }

@@ -1,8 +1,8 @@
 #include "hdiutil/front/FuseServer.h"
 
+#include "base/Descriptor.h"
 #include "hdiutil/front/FuseNodes.h"
 #include "hdiutil/front/MountControl.h"
-#include "hdiutil/front/UniqueFd.h"
 
 #include <fcntl.h>
 #include <sys/sysmacros.h>
@@ -180,7 +180,7 @@ void FuseServer::damaged() {
 }
 
 bool isFuseUsable() {
-    const UniqueFd device(::open("/dev/fuse", O_RDWR | O_CLOEXEC));
+    const base::Descriptor device(::open("/dev/fuse", O_RDWR | O_CLOEXEC));
     struct stat facts {};
     const bool isDevice = device && fstat(device.get(), &facts) == 0 && S_ISCHR(facts.st_mode);
     return isDevice && (geteuid() == 0 || hasHelper());
@@ -193,7 +193,7 @@ void widenReadAhead(const std::string& folder) {
     }
     const std::string path = "/sys/class/bdi/" + std::to_string(major(facts.st_dev)) + ":" +
                              std::to_string(minor(facts.st_dev)) + "/read_ahead_kb";
-    const UniqueFd setting(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    const base::Descriptor setting(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
     constexpr std::string_view kKibibytes = "1024";
     if (setting) { // a container's /sys may be read-only; then the kernel's default stays
         (void)!::write(setting.get(), kKibibytes.data(), kKibibytes.size());

@@ -1,11 +1,11 @@
 #include "hdiutil/front/ImageServer.h"
 
+#include "base/Descriptor.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/front/ImageCheck.h"
 #include "hdiutil/front/MountControl.h"
 #include "hdiutil/front/MountPoints.h"
 #include "hdiutil/front/Reaper.h"
-#include "hdiutil/front/UniqueFd.h"
 
 #include <fcntl.h>
 #include <malloc.h>
@@ -35,7 +35,7 @@ sigset_t awaitedSignals() {
 
 // Opening goes through the kernel to our own threads and back.
 bool mountAnswers(const std::string& folder) {
-    return static_cast<bool>(UniqueFd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
+    return static_cast<bool>(base::Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
 }
 
 } // namespace

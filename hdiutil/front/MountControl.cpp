@@ -38,9 +38,10 @@ void runHelper(const std::string& folder, UnmountWay way) {
 } // namespace
 
 bool isMounted(const std::string& folder) {
-    const std::vector<MountEntry> mounts = currentMounts();
-    return std::any_of(mounts.begin(), mounts.end(),
-                       [&](const MountEntry& entry) { return entry.path == folder && entry.type == kOwnFileSystem; });
+    const std::vector<base::MountEntry> mounts = currentMounts();
+    return std::any_of(mounts.begin(), mounts.end(), [&](const base::MountEntry& entry) {
+        return entry.path == folder && entry.type == kOwnFileSystem;
+    });
 }
 
 int unmountFuse(const std::string& folder, UnmountWay way) {

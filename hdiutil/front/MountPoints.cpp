@@ -1,9 +1,9 @@
 #include "hdiutil/front/MountPoints.h"
 
+#include "base/Descriptor.h"
 #include "hdiutil/front/FileTree.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/front/MountControl.h"
-#include "hdiutil/front/UniqueFd.h"
 #include "hdiutil/front/VolumeName.h"
 
 #include <fcntl.h>
@@ -24,7 +24,7 @@ void clearDeadMount(const std::string& path) {
         return;
     }
     // The kernel still knows the folder's attributes; only opening it asks the server.
-    const UniqueFd folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const base::Descriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder && (errno == ENOTCONN || errno == ECONNABORTED)) {
         unmountFuse(path, UnmountWay::kDetached);
         rmdir(path.c_str());

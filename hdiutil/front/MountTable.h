@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/MountInfo.h"
 #include "hdiutil/front/AttachRecord.h"
 
 #include <string>
@@ -12,17 +13,8 @@ namespace hdi {
 // point. Pure.
 std::string tableText(const std::vector<AttachedRow>& rows);
 
-// One line of /proc/self/mountinfo (proc(5)), escapes undone.
-struct MountEntry {
-    std::string device; // "0:52"
-    std::string path;
-    std::string type; // "fuse.hdiutil"
-};
-// Lines that do not have the published shape are left out. Pure.
-std::vector<MountEntry> parseMountInfo(std::string_view text);
-
 // The entries of this process's own mount namespace.
-std::vector<MountEntry> currentMounts();
+std::vector<base::MountEntry> currentMounts();
 
 inline constexpr std::string_view kOwnFileSystem = "fuse.hdiutil";
 

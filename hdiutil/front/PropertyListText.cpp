@@ -1,18 +1,14 @@
 #include "hdiutil/front/PropertyListText.h"
 
+#include "base/PropertyListParser.h"
+
 #include <plist/plist.h>
 
 #include <cstdlib>
 #include <memory>
-#include <type_traits>
 
 namespace hdi {
 namespace {
-
-struct FreeNode {
-    void operator()(plist_t node) const { plist_free(node); }
-};
-using Node = std::unique_ptr<std::remove_pointer_t<plist_t>, FreeNode>;
 
 void setText(plist_t dictionary, const char* key, const std::string& text) {
     plist_dict_set_item(dictionary, key, plist_new_string(text.c_str()));
@@ -37,7 +33,7 @@ plist_t entities(const std::vector<AttachedRow>& rows) {
     return list;
 }
 
-std::string xml(const Node& root) {
+std::string xml(const base::PropertyListNode& root) {
     char* text = nullptr;
     std::uint32_t length = 0;
     plist_to_xml(root.get(), &text, &length);
@@ -48,13 +44,13 @@ std::string xml(const Node& root) {
 } // namespace
 
 std::string attachPlist(const std::vector<AttachedRow>& rows) {
-    const Node root(plist_new_dict());
+    const base::PropertyListNode root(plist_new_dict());
     plist_dict_set_item(root.get(), "system-entities", entities(rows));
     return xml(root);
 }
 
 std::string infoPlist(const std::vector<AttachRecord>& records) {
-    const Node root(plist_new_dict());
+    const base::PropertyListNode root(plist_new_dict());
     plist_t images = plist_new_array();
     for (const AttachRecord& record : records) {
         plist_t image = plist_new_dict();
@@ -72,7 +68,7 @@ std::string infoPlist(const std::vector<AttachRecord>& records) {
 }
 
 std::string imageInfoPlist(const ImageFacts& facts) {
-    const Node root(plist_new_dict());
+    const base::PropertyListNode root(plist_new_dict());
     setText(root.get(), "Format", facts.format);
     setText(root.get(), "Format Description", facts.description);
     setFlag(root.get(), "Checksummed", facts.hasDataForkChecksum);

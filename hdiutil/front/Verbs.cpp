@@ -1,5 +1,6 @@
 #include "hdiutil/front/Verbs.h"
 
+#include "base/Files.h"
 #include "hdiutil/front/Arguments.h"
 #include "hdiutil/front/Attach.h"
 #include "hdiutil/front/Create.h"
@@ -21,14 +22,9 @@
 namespace hdi {
 namespace {
 
+// Nobody may read it; the work is done all the same.
 void put(int fd, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = ::write(fd, text.data(), text.size());
-        if (count < 0 && errno != EINTR) {
-            return; // nobody reads; the work is done all the same
-        }
-        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    }
+    (void)base::writeAll(fd, text);
 }
 
 struct Output {

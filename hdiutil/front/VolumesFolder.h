@@ -1,13 +1,11 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <string>
 #include <string_view>
 
 namespace hdi {
 
-// Where /Volumes really lies for this user. The choice follows QN_SYSTEM_ROOT, then XDG_RUNTIME_DIR, then the user id.
+// Where /Volumes really lies for this user, see base/VolumesFolder.h.
 class VolumesFolder {
 public:
     // Chooses, creates what is missing and checks that nobody else could put entries there. Throws FrontError.
@@ -23,14 +21,6 @@ public:
 private:
     std::string path_;
 };
-
-// What was chosen, before anything is created. Pure but for lstat of the runtime folder.
-struct VolumesFolderChoice {
-    std::string path;
-    mode_t mode = 0700;        // to create it with
-    bool mustBePrivate = true; // owner and mode are checked
-};
-VolumesFolderChoice chooseVolumesFolder(const char* systemRoot, const char* runtimeFolder, uid_t user);
 
 // The folder for extracted volumes: $TMPDIR when it is absolute, else /tmp.
 std::string temporaryFolder();

@@ -19,10 +19,7 @@ public:
     explicit InputSource(std::vector<std::byte> bytes) : bytes_(std::move(bytes)) {}
 
     std::uint64_t size() const override { return bytes_.size(); }
-    void read(std::uint64_t offset, std::span<std::byte> into) const override {
-        if (offset > bytes_.size() || into.size() > bytes_.size() - offset) {
-            throw ImageError(ImageError::Kind::kOutOfRange, "read beyond the end of the input");
-        }
+    void doRead(std::uint64_t offset, std::span<std::byte> into) const override {
         std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(offset), into.size(), into.begin());
     }
 

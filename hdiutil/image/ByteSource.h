@@ -19,7 +19,11 @@ public:
 
     // Fills all of `into` from `offset`. Throws ImageError: kOutOfRange when that reaches beyond size(), kIo when the
     // file cannot be read or has shrunk, kDamaged when the bytes cannot be decoded or fail their checksum.
-    virtual void read(std::uint64_t offset, std::span<std::byte> into) const = 0;
+    void read(std::uint64_t offset, std::span<std::byte> into) const;
+
+private:
+    // The same for a range that lies within size().
+    virtual void doRead(std::uint64_t offset, std::span<std::byte> into) const = 0;
 };
 
 using ByteSourcePtr = std::shared_ptr<const ByteSource>;

@@ -24,10 +24,7 @@ public:
 
     std::uint64_t size() const override { return size_; }
 
-    void read(std::uint64_t offset, std::span<std::byte> into) const override {
-        if (offset > size_ || into.size() > size_ - offset) {
-            throw ImageError(ImageError::Kind::kOutOfRange, "read beyond the end of the disk");
-        }
+    void doRead(std::uint64_t offset, std::span<std::byte> into) const override {
         std::size_t run = firstRunBehind(offset / kSectorBytes);
         while (!into.empty()) {
             const std::size_t done = readPiece(run, offset, into);

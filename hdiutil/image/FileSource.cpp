@@ -1,5 +1,7 @@
 #include "hdiutil/image/FileSource.h"
 
+#include "base/Descriptor.h"
+#include "base/Files.h"
 #include "hdiutil/image/ImageError.h"
 
 #include <fcntl.h>
@@ -8,7 +10,6 @@
 
 #include <cerrno>
 #include <system_error>
-#include <utility>
 
 namespace hdi {
 
@@ -18,28 +19,11 @@ std::string reasonOf(int error) {
     return std::generic_category().message(error);
 }
 
-class Descriptor {
-public:
-    explicit Descriptor(int value) : value_(value) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (value_ >= 0) {
-            ::close(value_);
-        }
-    }
-
-    int get() const { return value_; }
-
-private:
-    int value_;
-};
-
 class FileSource final : public ByteSource {
 public:
     explicit FileSource(const std::string& path)
         : path_(path), file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
-        if (file_.get() < 0) {
+        if (!file_) {
             throw ImageError(ImageError::Kind::kIo, path_ + ": " + reasonOf(errno));
         }
         size_ = measure();
@@ -47,21 +31,11 @@ public:
 
     std::uint64_t size() const override { return size_; }
 
-    void read(std::uint64_t offset, std::span<std::byte> into) const override {
-        if (offset > size_ || into.size() > size_ - offset) {
-            throw ImageError(ImageError::Kind::kOutOfRange, path_ + ": read beyond the end of the file");
-        }
-        while (!into.empty()) {
-            const ssize_t got = ::pread(file_.get(), into.data(), into.size(), static_cast<off_t>(offset));
-            if (got < 0 && errno == EINTR) {
-                continue;
-            }
-            if (got <= 0) {
-                throw ImageError(ImageError::Kind::kIo,
-                                 path_ + ": " + (got < 0 ? reasonOf(errno) : std::string("the file has shrunk")));
-            }
-            offset += static_cast<std::uint64_t>(got);
-            into = into.subspan(static_cast<std::size_t>(got));
+    void doRead(std::uint64_t offset, std::span<std::byte> into) const override {
+        const std::ptrdiff_t count = base::readAt(file_.get(), into, offset);
+        if (count != static_cast<std::ptrdiff_t>(into.size())) {
+            throw ImageError(ImageError::Kind::kIo,
+                             path_ + ": " + (count < 0 ? reasonOf(errno) : std::string("the file has shrunk")));
         }
     }
 
@@ -82,7 +56,7 @@ private:
     }
 
     std::string path_;
-    Descriptor file_;
+    base::Descriptor file_;
     std::uint64_t size_ = 0;
 };
 

@@ -25,4 +25,8 @@ private:
     Kind kind_;
 };
 
+[[noreturn]] inline void damaged(const std::string& message) {
+    throw ImageError(ImageError::Kind::kDamaged, message);
+}
+
 } // namespace hdi

@@ -16,10 +16,6 @@ namespace {
 
 constexpr std::uint64_t kPiece = std::uint64_t{1} * 1024 * 1024;
 
-[[noreturn]] void damaged(const std::string& message) {
-    throw ImageError(ImageError::Kind::kDamaged, message);
-}
-
 std::span<std::byte> scratch(std::uint64_t size) {
     thread_local std::vector<std::byte> bytes;
     if (bytes.size() < size) {

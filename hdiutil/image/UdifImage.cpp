@@ -1,5 +1,6 @@
 #include "hdiutil/image/UdifImage.h"
 
+#include "base/PropertyListParser.h"
 #include "hdiutil/image/ChunkedDisk.h"
 #include "hdiutil/image/ImageError.h"
 #include "hdiutil/image/Licence.h"
@@ -104,7 +105,7 @@ std::unique_ptr<DiskImage> openUdifImage(const ByteSourcePtr& file, const ReadOp
     if (trailer->plistLength == 0) {
         throw ImageError(ImageError::Kind::kUnsupported, "images without a property list are not supported");
     }
-    if (trailer->plistLength > kMaxPlistBytes) {
+    if (trailer->plistLength > base::kLargestPropertyList) {
         throw ImageError(ImageError::Kind::kDamaged, "the image's property list is too large");
     }
     std::vector<std::byte> xml(static_cast<std::size_t>(trailer->plistLength));

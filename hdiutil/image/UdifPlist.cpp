@@ -1,5 +1,6 @@
 #include "hdiutil/image/UdifPlist.h"
 
+#include "base/PropertyListParser.h"
 #include "hdiutil/image/ImageError.h"
 
 #include <plist/plist.h>
@@ -14,35 +15,7 @@ namespace hdi {
 
 namespace {
 
-using Node = std::unique_ptr<std::remove_pointer_t<plist_t>, decltype(&plist_free)>;
 using Characters = std::unique_ptr<char, decltype(&std::free)>;
-
-[[noreturn]] void damaged(const char* message) {
-    throw ImageError(ImageError::Kind::kDamaged, message);
-}
-
-// Position after a comment, CDATA section, declaration or processing instruction that begins at `at`; absent when it is
-// not closed, holds another `<`, or declares something.
-std::optional<std::size_t> skipSpecial(std::string_view xml, std::size_t at) {
-    std::string_view end = ">";
-    const std::string_view rest = xml.substr(at);
-    if (rest.starts_with("<!--")) {
-        end = "-->";
-    } else if (rest.starts_with("<?")) {
-        end = "?>";
-    } else if (!rest.starts_with("<!DOCTYPE")) {
-        return std::nullopt;
-    }
-    const std::size_t close = xml.find(end, at + 4);
-    if (close == std::string_view::npos) {
-        return std::nullopt;
-    }
-    const std::string_view inside = xml.substr(at + 1, close - at - 1);
-    if (inside.find_first_of("<[") != std::string_view::npos) {
-        return std::nullopt;
-    }
-    return close + end.size();
-}
 
 std::optional<std::string> textOf(plist_t node) {
     if (node == nullptr || plist_get_node_type(node) != PLIST_STRING) {
@@ -109,45 +82,9 @@ Resources resourcesByType(plist_t fork) {
 
 } // namespace
 
-bool isHarmlessXml(std::span<const char> bytes) {
-    const std::string_view xml(bytes.data(), bytes.size());
-    // A NUL inside a text, written as it is or by its number, makes the library abort.
-    if (xml.find('\0') != std::string_view::npos || xml.find("&#") != std::string_view::npos) {
-        return false;
-    }
-    int depth = 0;
-    std::size_t at = xml.find('<');
-    while (at != std::string_view::npos) {
-        const char next = at + 1 < xml.size() ? xml[at + 1] : '\0';
-        if (next == '!' || next == '?') {
-            const auto after = skipSpecial(xml, at);
-            if (!after) {
-                return false;
-            }
-            at = xml.find('<', *after);
-            continue;
-        }
-        const std::size_t close = xml.find_first_of("<>", at + 1);
-        if (close == std::string_view::npos || xml[close] == '<') {
-            return false;
-        }
-        depth += next == '/' ? -1 : (xml[close - 1] == '/' ? 0 : 1);
-        if (depth < 0 || depth > kMaxPlistDepth) {
-            return false;
-        }
-        at = xml.find('<', close);
-    }
-    return depth == 0;
-}
-
 Resources parseUdifPlist(std::span<const std::byte> bytes) {
-    const std::span<const char> xml(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    if (xml.size() > kMaxPlistBytes || !isHarmlessXml(xml)) {
-        damaged("the image's property list is too large or not plain enough");
-    }
-    plist_t rawRoot = nullptr;
-    plist_from_xml(xml.data(), static_cast<std::uint32_t>(xml.size()), &rawRoot);
-    const Node root(rawRoot, &plist_free);
+    const base::PropertyListNode root =
+        base::parsePropertyList({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
     if (!root || plist_get_node_type(root.get()) != PLIST_DICT) {
         damaged("the image's property list cannot be read");
     }

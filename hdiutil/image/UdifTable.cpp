@@ -14,10 +14,6 @@ constexpr std::uint32_t kSignature = 0x6d697368; // "mish"
 constexpr std::size_t kHeaderSize = 204;
 constexpr std::size_t kRunSize = 40;
 
-[[noreturn]] void damaged(const char* message) {
-    throw ImageError(ImageError::Kind::kDamaged, message);
-}
-
 bool isKnown(RunType type) {
     switch (type) {
     case RunType::kZero:

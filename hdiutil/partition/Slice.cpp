@@ -18,10 +18,7 @@ public:
 
     std::uint64_t size() const override { return length_; }
 
-    void read(std::uint64_t offset, std::span<std::byte> into) const override {
-        if (offset > length_ || into.size() > length_ - offset) {
-            throw ImageError(ImageError::Kind::kOutOfRange, "read beyond the end of a partition");
-        }
+    void doRead(std::uint64_t offset, std::span<std::byte> into) const override {
         whole_->read(offset_ + offset, into);
     }
 

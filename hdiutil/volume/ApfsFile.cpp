@@ -17,10 +17,6 @@ constexpr std::string_view kCompressionName = "com.apple.decmpfs";
 constexpr std::string_view kResourceForkName = "com.apple.ResourceFork";
 constexpr std::uint64_t kMaxAttributeBytes = 64ULL * 1024;
 
-[[noreturn]] void damaged(const char* what) {
-    throw ImageError(ImageError::Kind::kDamaged, what);
-}
-
 std::timespec toTime(std::int64_t nanoseconds) {
     constexpr std::int64_t kSecond = 1'000'000'000;
     const std::int64_t rest = ((nanoseconds % kSecond) + kSecond) % kSecond;
@@ -57,10 +53,7 @@ public:
 
     std::uint64_t size() const override { return size_; }
 
-    void read(std::uint64_t offset, std::span<std::byte> into) const override {
-        if (offset > size_ || into.size() > size_ - offset) {
-            throw ImageError(ImageError::Kind::kOutOfRange, "a read beyond the end of an attribute");
-        }
+    void doRead(std::uint64_t offset, std::span<std::byte> into) const override {
         libfsapfs_error_t* error = nullptr;
         const ssize_t length = libfsapfs_extended_attribute_read_buffer_at_offset(
             attribute_.get(), into.data(), into.size(), static_cast<off64_t>(offset), &error);

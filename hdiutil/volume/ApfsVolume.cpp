@@ -20,10 +20,6 @@ constexpr std::size_t kKeptFolders = 64;
 constexpr std::size_t kMaxNameBytes = 4096;
 constexpr int kMaxFolderEntries = 2'000'000;
 
-[[noreturn]] void damaged(const char* what) {
-    throw ImageError(ImageError::Kind::kDamaged, what);
-}
-
 // Text of a size that the library tells first, the end of the text included. Empty when there is none.
 template <typename Object>
 std::string textOf(const ApfsContainer& container, Object* object, std::size_t limit, const char* what,

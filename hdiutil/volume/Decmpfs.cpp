@@ -20,10 +20,6 @@ constexpr std::uint64_t kMaxInlineBytes = 4ULL * 1024 * 1024;
 // A block that does not shrink is stored as it is, so it never grows by more than its marker; twice is generous.
 constexpr std::uint32_t kMaxPackedBytes = 2 * kDecmpfsBlockBytes;
 
-[[noreturn]] void damaged(const char* what) {
-    throw ImageError(ImageError::Kind::kDamaged, what);
-}
-
 struct Place {
     std::uint64_t offset;
     std::uint32_t length;

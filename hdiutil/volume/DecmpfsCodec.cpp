@@ -14,10 +14,6 @@ namespace hdi {
 
 namespace {
 
-[[noreturn]] void damaged(const char* what) {
-    throw ImageError(ImageError::Kind::kDamaged, what);
-}
-
 std::vector<std::byte> copyExactly(std::span<const std::byte> bytes, std::size_t size) {
     if (bytes.size() != size) {
         damaged("a stored block of a compressed file is not as long as it should be");

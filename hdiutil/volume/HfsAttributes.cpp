@@ -16,10 +16,6 @@ constexpr std::size_t kMaxOverflowRecords = 1'000'000;
 constexpr std::uint32_t kInlineData = 0x10;
 constexpr std::u16string_view kCompressionName = u"com.apple.decmpfs";
 
-[[noreturn]] void damaged(const char* what) {
-    throw ImageError(ImageError::Kind::kDamaged, what);
-}
-
 bool isCompression(std::span<const std::byte> key) {
     if (key.size() < 12 || be16(key, 10) != kCompressionName.size() || key.size() < 12 + 2 * kCompressionName.size()) {
         return false;

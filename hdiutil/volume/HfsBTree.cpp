@@ -14,10 +14,6 @@ namespace {
 
 constexpr std::uint64_t kMaxLeafBytes = 1024ULL * 1024 * 1024;
 
-[[noreturn]] void damaged(const char* what) {
-    throw ImageError(ImageError::Kind::kDamaged, what);
-}
-
 // Where record `index` begins; the offsets stand at the node's end, in reverse.
 std::size_t recordOffset(std::span<const std::byte> node, std::size_t index) {
     return be16(node, node.size() - 2 * (index + 1));

@@ -18,10 +18,6 @@ constexpr std::size_t kMaxRuns = 8'000'000;
 constexpr std::size_t kMaxNameBytes = 256ULL * 1024 * 1024;
 constexpr std::uint32_t kTakenOut = 0; // no folder has this number
 
-[[noreturn]] void damaged(const char* what) {
-    throw ImageError(ImageError::Kind::kDamaged, what);
-}
-
 void checkLimit(bool isWithin) {
     if (!isWithin) {
         throw ImageError(ImageError::Kind::kUnsupported, "the volume has more files than this program reads");

@@ -7,10 +7,6 @@ namespace hdi::hfs {
 
 namespace {
 
-[[noreturn]] void damaged(const char* what) {
-    throw ImageError(ImageError::Kind::kDamaged, what);
-}
-
 void parseKey(std::span<const std::byte> key, CatalogRecord& record) {
     if (key.size() < 6) {
         damaged("a catalog key is too short");

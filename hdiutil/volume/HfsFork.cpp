@@ -9,10 +9,6 @@ namespace hdi::hfs {
 
 namespace {
 
-[[noreturn]] void damaged(const char* what) {
-    throw ImageError(ImageError::Kind::kDamaged, what);
-}
-
 // The extents of one record, up to the first empty one; `fileBlock` is where they begin in the file. Gives the file
 // block after them.
 std::uint32_t appendRecord(std::vector<Run>& runs, const ExtentRecord& record, std::uint32_t fileBlock) {
@@ -71,10 +67,7 @@ void appendRuns(std::vector<Run>& runs, const Fork& fork, const OverflowExtents&
     }
 }
 
-void ForkSource::read(std::uint64_t offset, std::span<std::byte> into) const {
-    if (offset > size_ || into.size() > size_ - offset) {
-        throw ImageError(ImageError::Kind::kOutOfRange, "a read beyond the end of a fork");
-    }
+void ForkSource::doRead(std::uint64_t offset, std::span<std::byte> into) const {
     space_.read(runs_, offset, into);
 }
 

@@ -63,7 +63,7 @@ public:
         : space_(std::move(space)), runs_(std::move(runs)), size_(size) {}
 
     std::uint64_t size() const override { return size_; }
-    void read(std::uint64_t offset, std::span<std::byte> into) const override;
+    void doRead(std::uint64_t offset, std::span<std::byte> into) const override;
 
 private:
     BlockSpace space_;

@@ -18,10 +18,6 @@ namespace {
 constexpr std::uint64_t kMaxTargetBytes = 4096; // what the kernel takes as a path
 constexpr std::uint32_t kDefaultMode = 0755;
 
-[[noreturn]] void damaged(const char* what) {
-    throw ImageError(ImageError::Kind::kDamaged, what);
-}
-
 std::timespec toTime(std::uint32_t stored) {
     return {static_cast<std::time_t>(stored == 0 ? 0 : static_cast<std::int64_t>(stored) - hfs::kEpochOffset), 0};
 }

@@ -79,7 +79,7 @@ void writePlain(const ByteSourcePtr& source, const std::string& path, const Writ
 class BrokenSource final : public ByteSource {
 public:
     std::uint64_t size() const override { return std::uint64_t{512} * 100000; }
-    void read(std::uint64_t offset, std::span<std::byte> into) const override {
+    void doRead(std::uint64_t offset, std::span<std::byte> into) const override {
         if (offset > 20000000) {
             throw ImageError(ImageError::Kind::kIo, "cannot be read");
         }

@@ -1,3 +1,4 @@
+#include "base/Files.h"
 #include "hdiutil/front/AttachRecord.h"
 #include "hdiutil/front/MountControl.h"
 #include "hdiutil/tests/front/FrontWorld.h"
@@ -27,7 +28,7 @@ protected:
     }
     std::string folder() const { return volumes() + "/Transmission"; }
     std::string recordPath() const { return volumes() + "/.hdiutil/disk2"; }
-    AttachRecord record() const { return parseRecord(readSmallFile(recordPath())).value(); }
+    AttachRecord record() const { return parseRecord(base::readSmallFile(recordPath()).value()).value(); }
 };
 INSTANTIATE_TEST_SUITE_P(Both, Detach, testing::Values(Way::kFuse, Way::kExtracted), nameOfWay);
 

@@ -1,3 +1,4 @@
+#include "base/Files.h"
 #include "hdiutil/front/AttachRecord.h"
 #include "hdiutil/tests/front/FrontWorld.h"
 
@@ -54,7 +55,7 @@ TEST_F(MountDaemon, HasOnlyTheImageTheDeviceAndASessionOfItsOwn) {
                                         "cd " + shellWord(base()) + "; exec 5<'of the caller' 9<'of the caller'; " +
                                             shellWord(HDIUTIL_PROGRAM) + " mount " + shellWord(path)});
     ASSERT_EQ(outcome.status, 0) << outcome.err;
-    const AttachRecord record = parseRecord(readSmallFile(volumes() + "/.hdiutil/disk2")).value();
+    const AttachRecord record = parseRecord(base::readSmallFile(volumes() + "/.hdiutil/disk2").value()).value();
     const std::string process = "/proc/" + std::to_string(record.process.pid);
     std::set<std::string> opened;
     for (const auto& entry : fs::directory_iterator(process + "/fd")) {

@@ -80,31 +80,6 @@ TEST(MountTable, CutsNothingThatIsTooLong) {
               "/dev/disk1234567s123456\t" + content + "\t/Volumes/x\n");
 }
 
-TEST(MountInfo, UndoesEscapesAndSkipsOptionalFields) {
-    const std::vector<MountEntry> entries = parseMountInfo(
-        "36 35 98:0 /root /mnt\\040a\\011b\\134 rw,noatime master:1 propagate_from:2 - fuse.hdiutil /dev/disk2 rw\n"
-        "37 35 0:52 / /plain ro - ext4 /dev/vda rw\n");
-    ASSERT_EQ(entries.size(), 2U);
-    EXPECT_EQ(entries[0].path, "/mnt a\tb\\");
-    EXPECT_EQ(entries[0].type, "fuse.hdiutil");
-    EXPECT_EQ(entries[0].device, "98:0");
-    EXPECT_EQ(entries[1].type, "ext4");
-}
-
-TEST(MountInfo, LeavesOutLinesOfAnotherShape) {
-    EXPECT_TRUE(parseMountInfo("").empty());
-    EXPECT_TRUE(parseMountInfo("one two\n\n1 2 3 4 5 6 7 8 9\n1 2 3 4 5 6 -\n").empty());
-}
-
-TEST(ProcessIdentity, ReadsTheStartTimeBehindAnyName) {
-    const std::string fields = "S 1 1 1 0 -1 4194560 1 0 0 0 0 0 0 0 20 0 1 0 8472 1 1";
-    EXPECT_EQ(startTimeOf("12 (plain) " + fields), 8472U);
-    EXPECT_EQ(startTimeOf("12 (a) b) (c) " + fields), 8472U);
-    EXPECT_EQ(startTimeOf("12 (dead) Z" + fields.substr(1)), std::nullopt);
-    EXPECT_EQ(startTimeOf("12 (cut) S 1 1"), std::nullopt);
-    EXPECT_EQ(startTimeOf(""), std::nullopt);
-}
-
 TEST(ProcessIdentity, KnowsItself) {
     EXPECT_TRUE(ProcessIdentity::self().isAlive());
     EXPECT_TRUE(ProcessIdentity::self().open());

@@ -16,36 +16,6 @@ namespace fs = std::filesystem;
 
 class Folder : public FrontWorld {};
 
-TEST_F(Folder, LiesBelowTheSystemRootWhenThatIsSet) {
-    EXPECT_EQ(chooseVolumesFolder("/some/root", "/run/user/0", 0).path, "/some/root/Volumes");
-    EXPECT_EQ(chooseVolumesFolder("/some/root/", nullptr, 0).path, "/some/root/Volumes");
-    EXPECT_EQ(chooseVolumesFolder("/", nullptr, 0).path, "/Volumes");
-}
-
-TEST_F(Folder, LiesBelowTheRuntimeFolderWhenThatIsPrivate) {
-    const std::string runtime = base() + "/runtime";
-    fs::create_directory(runtime);
-    fs::permissions(runtime, fs::perms::owner_all);
-    EXPECT_EQ(chooseVolumesFolder(nullptr, runtime.c_str(), geteuid()).path, runtime + "/Volumes");
-    EXPECT_EQ(chooseVolumesFolder("relative", runtime.c_str(), geteuid()).path, runtime + "/Volumes");
-}
-
-TEST_F(Folder, LiesInTheTemporaryFolderOtherwise) {
-    const std::string runtime = base() + "/runtime";
-    fs::create_directory(runtime);
-    fs::permissions(runtime, fs::perms(0755));
-    EXPECT_EQ(chooseVolumesFolder(nullptr, runtime.c_str(), geteuid()).path,
-              "/tmp/volumes-" + std::to_string(geteuid()));
-    EXPECT_EQ(chooseVolumesFolder(nullptr, "relative", 1000).path, "/tmp/volumes-1000");
-    EXPECT_EQ(chooseVolumesFolder("", nullptr, 1000).path, "/tmp/volumes-1000");
-    fs::permissions(runtime, fs::perms::owner_all);
-    EXPECT_EQ(chooseVolumesFolder(nullptr, runtime.c_str(), geteuid() + 1).path,
-              "/tmp/volumes-" + std::to_string(geteuid() + 1));
-    fs::create_symlink(runtime, base() + "/link");
-    EXPECT_EQ(chooseVolumesFolder(nullptr, (base() + "/link").c_str(), geteuid()).path,
-              "/tmp/volumes-" + std::to_string(geteuid()));
-}
-
 // Whoever may write there could show us other files than the image's.
 TEST_F(Folder, IsRefusedWhenOthersMayWriteInIt) {
     const std::string runtime = base() + "/runtime";

@@ -60,10 +60,7 @@ public:
 
     std::uint64_t size() const override { return bytes_.size(); }
 
-    void read(std::uint64_t offset, std::span<std::byte> into) const override {
-        if (offset > bytes_.size() || into.size() > bytes_.size() - offset) {
-            throw ImageError(ImageError::Kind::kOutOfRange, "read beyond the end of the memory");
-        }
+    void doRead(std::uint64_t offset, std::span<std::byte> into) const override {
         std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(offset), into.size(), into.begin());
     }
 
