@@ -1,5 +1,6 @@
 #include "platform/base/FileManager.h"
 
+#include "base/Files.h"
 #include "platform/RealPath.h"
 #include "platform/base/PlatformException.h"
 
@@ -67,20 +68,9 @@ int openRetrying(const fs::path& path, int flags, mode_t mode = 0) {
 
 // Zero, or the errno value of the failure.
 int writeAll(int descriptor, const QByteArray& bytes) {
-    const char* at = bytes.constData();
-    qsizetype left = bytes.size();
-    while (left > 0) {
-        const ssize_t written = ::write(descriptor, at, static_cast<size_t>(left));
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written < 0) {
-            return errno;
-        }
-        at += written;
-        left -= written;
-    }
-    return 0;
+    return base::writeAll(descriptor, std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())))
+               ? 0
+               : errno;
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "platform/base/PropertyList.h"
 
-#include "platform/base/PropertyListGuard.h"
+#include "base/PropertyListParser.h"
 
 #include <QDateTime>
 #include <QTimeZone>
@@ -9,13 +9,9 @@
 
 #include <cstdlib>
 #include <memory>
-#include <type_traits>
 
 namespace {
 
-struct NodeDeleter {
-    void operator()(void* node) const { plist_free(node); }
-};
 struct MemoryDeleter {
     void operator()(void* memory) const { std::free(memory); }
 };
@@ -114,13 +110,9 @@ QVariant toVariant(plist_t node) {
 namespace PropertyList {
 
 std::optional<QVariant> parse(const QByteArray& bytes) {
-    if (bytes.isEmpty() || !PropertyListGuard::isSafe({bytes.constData(), static_cast<std::size_t>(bytes.size())})) {
-        return std::nullopt;
-    }
-    plist_t root = nullptr;
-    plist_from_memory(bytes.constData(), static_cast<uint32_t>(bytes.size()), &root);
-    const std::unique_ptr<std::remove_pointer_t<plist_t>, NodeDeleter> owner(root);
-    return root ? std::optional(toVariant(root)) : std::nullopt;
+    const base::PropertyListNode root =
+        base::parsePropertyList({bytes.constData(), static_cast<std::size_t>(bytes.size())});
+    return root ? std::optional(toVariant(root.get())) : std::nullopt;
 }
 
 } // namespace PropertyList

@@ -1,5 +1,6 @@
 #include "platform/Display.h"
 
+#include "base/Descriptor.h"
 #include "platform/linux/BusGreeting.h"
 #include "platform/linux/OwnEnvironment.h"
 #include "platform/linux/SessionBus.h"
@@ -12,7 +13,6 @@
 
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -45,11 +45,9 @@ bool waylandAnswers() {
     }
     address.sun_family = AF_UNIX;
     std::memcpy(address.sun_path, path.constData(), static_cast<std::size_t>(path.size()));
-    const int compositor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const bool answers = ::connect(compositor, reinterpret_cast<const sockaddr*>(&address), sizeof address) ==
-                         0; // NOLINT: the API's way
-    ::close(compositor);
-    return answers;
+    const base::Descriptor compositor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const auto* const general = reinterpret_cast<const sockaddr*>(&address); // NOLINT: the API's way
+    return ::connect(compositor.get(), general, sizeof address) == 0;
 }
 
 bool xServerAnswers() {

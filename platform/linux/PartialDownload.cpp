@@ -1,5 +1,6 @@
 #include "platform/linux/PartialDownload.h"
 
+#include "base/Files.h"
 #include "platform/Folders.h"
 
 #include <QDir>
@@ -90,10 +91,9 @@ void PartialDownload::removeAbandoned() {
     }
 }
 
-PartialDownload::PartialDownload(int descriptor, std::string path) : descriptor_(descriptor), path_(std::move(path)) {}
+PartialDownload::PartialDownload(int descriptor, std::string path) : file_(descriptor), path_(std::move(path)) {}
 
 PartialDownload::~PartialDownload() {
-    close();
     unlink(path_.c_str());
     Registry& all = registry();
     const std::lock_guard lock(all.mutex);
@@ -105,19 +105,9 @@ QString PartialDownload::path() const {
 }
 
 bool PartialDownload::write(std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(descriptor_, bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            return false;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
+    return base::writeAll(file_.get(), bytes);
 }
 
 bool PartialDownload::close() {
-    return ::close(std::exchange(descriptor_, -1)) == 0;
+    return file_.close();
 }

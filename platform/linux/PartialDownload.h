@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Descriptor.h"
+
 #include <QString>
 
 #include <memory>
@@ -32,6 +34,6 @@ public:
     bool close();
 
 private:
-    int descriptor_;
+    base::Descriptor file_;
     std::string path_;
 };

@@ -1,5 +1,7 @@
 #include "platform/linux/PrivateFolder.h"
 
+#include "base/VolumesFolder.h"
+
 #include <QFile>
 
 #include <sys/stat.h>
@@ -10,12 +12,7 @@ using namespace Qt::StringLiterals;
 namespace platform {
 
 bool isPrivateFolder(const QString& path) {
-    struct stat status {};
-    if (::lstat(QFile::encodeName(path).constData(), &status) != 0) {
-        return false;
-    }
-    constexpr mode_t kPermissions = 07777;
-    return S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() && (status.st_mode & kPermissions) == S_IRWXU;
+    return base::isPrivateFolder(QFile::encodeName(path).toStdString(), ::geteuid());
 }
 
 bool ensurePrivateFolder(const QString& path) {

@@ -1,5 +1,6 @@
 #include "platform/linux/ProcessTable.h"
 
+#include "base/ProcessStat.h"
 #include "platform/Bundle.h"
 #include "platform/linux/SystemFile.h"
 
@@ -29,15 +30,6 @@ struct Found {
     pid_t process;
     pid_t parent;
 };
-
-// Counted as proc(5) does.
-std::optional<std::uint64_t> fieldOf(const QByteArray& stat, qsizetype number) {
-    constexpr qsizetype kFirst = 3; // the state, which follows the name
-    const QByteArrayList fields = stat.mid(stat.lastIndexOf(')') + 1).simplified().split(' ');
-    bool valid = false;
-    const quint64 value = fields.size() > number - kFirst ? fields[number - kFirst].toULongLong(&valid) : 0;
-    return valid ? std::optional<std::uint64_t>(value) : std::nullopt;
-}
 
 QString linkTarget(const QString& link) {
     std::array<char, PATH_MAX> buffer{};
@@ -85,14 +77,6 @@ bool hasIdentifier(const QString& bundlePath, const QString& identifier) {
 
 } // namespace
 
-std::optional<std::uint64_t> parentOf(const QByteArray& stat) {
-    return fieldOf(stat, 4);
-}
-
-std::optional<std::uint64_t> startTimeOf(const QByteArray& stat) {
-    return fieldOf(stat, 22);
-}
-
 QByteArray firstArgumentOf(const QByteArray& commandLine) {
     const QByteArrayList arguments = commandLine.split('\0');
     for (qsizetype index = 1; index < arguments.size(); ++index) {
@@ -125,11 +109,11 @@ std::vector<pid_t> processesWithBundleIdentifier(const QString& identifier) {
         if (!bundle || !hasIdentifier(*bundle, identifier)) {
             continue;
         }
-        const QByteArray stat = readFileAt(folder + u"/stat"_s).value_or(QByteArray());
-        const auto parent = parentOf(stat);
-        const auto startTime = startTimeOf(stat);
+        const std::string stat = readFileAt(folder + u"/stat"_s).value_or(QByteArray()).toStdString();
+        const auto parent = base::parentOf(stat);
+        const auto startTime = base::startTimeOf(stat);
         if (parent && startTime) {
-            found.push_back({*startTime, process, static_cast<pid_t>(*parent)});
+            found.push_back({*startTime, process, *parent});
         }
     }
     std::sort(found.begin(), found.end(), [](const Found& one, const Found& other) {

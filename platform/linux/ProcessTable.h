@@ -5,7 +5,6 @@
 
 #include <sys/types.h>
 
-#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -18,11 +17,6 @@ namespace platform {
 std::vector<pid_t> processesWithBundleIdentifier(const QString& identifier);
 
 // Pure parts of it.
-
-// The parent and the start time, fields 4 and 22 of /proc/PID/stat; the name before them may hold blanks and
-// parentheses.
-std::optional<std::uint64_t> parentOf(const QByteArray& stat);
-std::optional<std::uint64_t> startTimeOf(const QByteArray& stat);
 
 // What an interpreter runs: the first argument that is no option. Empty when there is none.
 QByteArray firstArgumentOf(const QByteArray& commandLine);

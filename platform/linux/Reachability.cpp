@@ -1,5 +1,6 @@
 #include "platform/Reachability.h"
 
+#include "base/Descriptor.h"
 #include "platform/RealPath.h"
 #include "platform/linux/RouteTable.h"
 #include "platform/linux/SystemFile.h"
@@ -11,7 +12,6 @@
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -33,12 +33,11 @@ bool isRunning(const QString& interface) {
         return true;
     }
     std::memcpy(request.ifr_name, name.constData(), static_cast<std::size_t>(name.size()));
-    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (socket < 0) {
+    const base::Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (!socket) {
         return true;
     }
-    const bool known = ::ioctl(socket, SIOCGIFFLAGS, &request) == 0;
-    ::close(socket);
+    const bool known = ::ioctl(socket.get(), SIOCGIFFLAGS, &request) == 0;
     constexpr int kNeeded = IFF_UP | IFF_RUNNING;
     return !known || (request.ifr_flags & kNeeded) == kNeeded;
 }

@@ -1,5 +1,6 @@
 #include "platform/RealPath.h"
 
+#include "base/VolumesFolder.h"
 #include "platform/Bundle.h"
 #include "platform/linux/PrivateFolder.h"
 
@@ -46,14 +47,6 @@ bool isBelowVolumes(const QString& plain) {
     return plain == u"/Volumes"_s || plain.startsWith(u"/Volumes/"_s);
 }
 
-// A folder in /tmp that another user made, or can write to, would let that user put applications before us.
-std::optional<QString> volumesFolderInTmp() {
-    const QString folder = u"/tmp/volumes-%1"_s.arg(::geteuid());
-    struct stat status {};
-    const bool missing = ::lstat(QFile::encodeName(folder).constData(), &status) != 0 && errno == ENOENT;
-    return missing || isPrivateFolder(folder) ? std::optional(folder) : std::nullopt;
-}
-
 } // namespace
 
 QString realPath(const QString& plain) {
@@ -75,13 +68,15 @@ QString realPath(const QString& plain) {
 }
 
 std::optional<QString> volumesFolder() {
-    if (const auto root = systemRootOfEnvironment()) {
-        return *root + u"/Volumes"_s;
+    const base::VolumesFolder chosen = base::volumesFolder();
+    const QString folder = QFile::decodeName(chosen.path.c_str());
+    if (!chosen.mustBePrivate || sessionRuntimeFolder()) {
+        return folder;
     }
-    if (const auto session = sessionRuntimeFolder()) {
-        return *session + u"/Volumes"_s;
-    }
-    return volumesFolderInTmp();
+    // A folder in /tmp that another user made, or can write to, would let that user put applications before us.
+    struct stat status {};
+    const bool missing = ::lstat(chosen.path.c_str(), &status) != 0 && errno == ENOENT;
+    return missing || isPrivateFolder(folder) ? std::optional(folder) : std::nullopt;
 }
 
 void addOwnToolsToPath() {

@@ -1,7 +1,7 @@
 #include "platform/Volumes.h"
 
+#include "base/MountInfo.h"
 #include "platform/RealPath.h"
-#include "platform/linux/MountTable.h"
 #include "platform/linux/SystemFile.h"
 
 #include <QByteArray>
@@ -73,8 +73,8 @@ QStringList mountedVolumes() {
     const auto folder = volumesFolder();
     const QStringList folders = folder ? QStringList{*folder, QFileInfo(*folder).canonicalFilePath()} : QStringList();
     QStringList paths;
-    for (const QString& point : mountPointsOf(table.value_or(QByteArray()))) {
-        paths += plainPathOf(point, folders);
+    for (const base::MountEntry& mount : base::parseMountInfo(table.value_or(QByteArray()).toStdString())) {
+        paths += plainPathOf(QFile::decodeName(mount.path.c_str()), folders);
     }
     if (folder) {
         for (const ExtractedVolume& volume : extractedVolumesIn(*folder)) {

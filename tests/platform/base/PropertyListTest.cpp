@@ -1,5 +1,4 @@
 #include "platform/base/PropertyList.h"
-#include "platform/base/PropertyListGuard.h"
 
 #include <gtest/gtest.h>
 #include <plist/plist.h>
@@ -118,16 +117,6 @@ TEST(PropertyList, RefusesXmlNestedDeeperThanItsBoundAndTakesWhatIsWithin) {
     EXPECT_FALSE(PropertyList::parse(nested(200'000)));
 }
 
-TEST(PropertyListGuard, CannotBeFooledByClosingTagsInsideCommentsTextsOrDeclarations) {
-    const QByteArray open = "<array>";
-    for (const QByteArray& disguise :
-         {QByteArray("<!-- </array> -->"), QByteArray("<![CDATA[</array>]]>"), QByteArray("<? </array> ?>"),
-          QByteArray("<!DOCTYPE x [ </array> ]>"), QByteArray("<array x=\"</array>\">")}) {
-        const QByteArray bytes = xml((open + disguise).repeated(200));
-        EXPECT_FALSE(PropertyListGuard::isSafe(bytes.toStdString())) << disguise.toStdString();
-    }
-}
-
 TEST(PropertyList, RefusesABinaryListNestedDeeperThanItsBound) {
     EXPECT_TRUE(PropertyList::parse(chainOfArrays(128, 1)));
     EXPECT_FALSE(PropertyList::parse(chainOfArrays(129, 1)));
@@ -158,11 +147,6 @@ TEST(PropertyList, RefusesNulsInsideBinaryTexts) {
         damaged[at + part.size() - 1] = '\0';
         EXPECT_FALSE(PropertyList::parse(damaged)) << part.toStdString();
     }
-}
-
-TEST(PropertyListGuard, RefusesInputAboveSixteenMebibytes) {
-    EXPECT_TRUE(PropertyListGuard::isSafe(std::string(16U * 1024 * 1024, ' ')));
-    EXPECT_FALSE(PropertyListGuard::isSafe(std::string(16U * 1024 * 1024 + 1, ' ')));
 }
 
 TEST(PropertyList, DoesNotExpandEntityBombs) {
