@@ -1,10 +1,8 @@
 #pragma once
 
-#include "hdiutil/create/UdifWriter.h"
 #include "hdiutil/image/UdifTable.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -16,10 +14,10 @@ struct EncodedChunk {
     std::vector<std::byte> stored; // nothing for zeros
 };
 
-// How many sectors a chunk has. Larger ones compress better; smaller ones are decoded sooner.
-std::uint64_t chunkSectors(UdifFormat format);
-
+// Encodes a chunk by the codec for `type`, which is one that can. Zeros are left out, and what does not get smaller is
+// stored as it is.
+//
 // Threads: any number at once; each keeps its compressor's memory for its next chunk.
-EncodedChunk encodeChunk(UdifFormat format, std::span<const std::byte> raw);
+EncodedChunk encodeChunk(RunType type, std::span<const std::byte> raw);
 
 } // namespace hdi

@@ -5,12 +5,12 @@
 #include "hdiutil/create/OrderedWork.h"
 #include "hdiutil/create/UdifParts.h"
 #include "hdiutil/image/ByteOrder.h"
+#include "hdiutil/image/Codec.h"
 #include "hdiutil/image/Crc32.h"
 #include "hdiutil/image/ImageError.h"
 #include "hdiutil/image/Sectors.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace hdi {
@@ -52,7 +52,7 @@ std::vector<Piece> piecesOf(const std::vector<DiskRange>& ranges, std::uint64_t 
     return pieces;
 }
 
-PackedPiece pack(const ByteSource& disk, const Piece& piece, UdifFormat format) {
+PackedPiece pack(const ByteSource& disk, const Piece& piece, RunType format) {
     thread_local std::vector<std::byte> raw;
     raw.resize(static_cast<std::size_t>(piece.sectorCount * kSectorBytes));
     disk.read(piece.sector * kSectorBytes, raw);
@@ -125,23 +125,12 @@ std::uint32_t writeData(const ByteSource& disk, const std::vector<Piece>& pieces
 
 } // namespace
 
-std::optional<UdifFormat> udifFormat(std::string_view name) {
-    constexpr std::array<std::pair<std::string_view, UdifFormat>, 5> kNames = {{{"UDRO", UdifFormat::kUdro},
-                                                                                {"UDZO", UdifFormat::kUdzo},
-                                                                                {"UDBZ", UdifFormat::kUdbz},
-                                                                                {"ULFO", UdifFormat::kUlfo},
-                                                                                {"ULMO", UdifFormat::kUlmo}}};
-    const auto found =
-        std::find_if(kNames.begin(), kNames.end(), [name](const auto& entry) { return entry.first == name; });
-    return found == kNames.end() ? std::nullopt : std::optional(found->second);
-}
-
 void writeUdif(const ByteSource& disk, const std::vector<DiskRange>& ranges, const std::string& path,
                const WriteOptions& options) {
     if (disk.size() % kSectorBytes != 0) {
         throw ImageError(ImageError::Kind::kUnsupported, "the disk is not a whole number of sectors");
     }
-    const std::uint64_t chunkLength = chunkSectors(options.format);
+    const std::uint64_t chunkLength = codecOf(options.format)->chunkSectors;
     NewFile file(path);
     TableBuilder tables(ranges);
     UdifTrailer trailer;

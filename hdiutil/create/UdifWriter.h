@@ -1,27 +1,14 @@
 #pragma once
 
 #include "hdiutil/image/ByteSource.h"
+#include "hdiutil/image/UdifTable.h"
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace hdi {
-
-// How an image stores its chunks.
-enum class UdifFormat {
-    kUdro, // as they are
-    kUdzo, // zlib
-    kUdbz, // bzip2
-    kUlfo, // LZFSE
-    kUlmo, // LZMA, as xz
-};
-
-// "UDZO" and its like; absent for any other name.
-std::optional<UdifFormat> udifFormat(std::string_view name);
 
 // What one chunk table describes.
 struct DiskRange {
@@ -31,7 +18,7 @@ struct DiskRange {
 };
 
 struct WriteOptions {
-    UdifFormat format = UdifFormat::kUdzo;
+    RunType format = RunType::kZlib;      // of a codec that encodes
     unsigned threads = 0;                 // that compress; 0: one per core
     std::function<void(double)> progress; // gets 0…1, on the caller's thread
 };

@@ -1,5 +1,7 @@
 #include "hdiutil/front/Arguments.h"
 
+#include "hdiutil/image/Codec.h"
+
 #include <algorithm>
 #include <array>
 #include <functional>
@@ -43,12 +45,38 @@ Handler createText(const std::string& option, std::string CreateOptions::*field)
     return [=](Arguments& arguments, Words& words) { arguments.create.*field = words.valueOf(option); };
 }
 
+// The formats that images are made with, as "UDRO|UDZO".
+std::string formatNames() {
+    std::string names;
+    for (const Codec& codec : codecs()) {
+        if (codec.encode != nullptr) {
+            names += (names.empty() ? "" : "|") + std::string(codec.format);
+        }
+    }
+    return names;
+}
+
+[[noreturn]] void unknownValue(const std::string& option, const std::string& value) {
+    throw UsageError(option + ": \"" + value + "\" is not one of the known values");
+}
+
+Handler createFormat(const std::string& option) {
+    return [=](Arguments& arguments, Words& words) {
+        const std::string& value = words.valueOf(option);
+        const Codec* const codec = codecOf(value);
+        if (codec == nullptr || codec->encode == nullptr) {
+            unknownValue(option, value);
+        }
+        arguments.create.format = codec->type;
+    };
+}
+
 Handler createChoice(const std::string& option, std::string CreateOptions::*field,
                      const std::vector<std::string>& choices) {
     return [=](Arguments& arguments, Words& words) {
         const std::string& value = words.valueOf(option);
         if (std::find(choices.begin(), choices.end(), value) == choices.end()) {
-            throw UsageError(option + ": \"" + value + "\" is not one of the known values");
+            unknownValue(option, value);
         }
         arguments.create.*field = value;
     };
@@ -68,7 +96,7 @@ Handlers attachHandlers() {
 Handlers createHandlers() {
     return {{"-srcfolder", createText("-srcfolder", &CreateOptions::sourceFolder)},
             {"-volname", createText("-volname", &CreateOptions::volumeName)},
-            {"-format", createChoice("-format", &CreateOptions::format, {"UDRO", "UDZO", "UDBZ", "ULMO", "ULFO"})},
+            {"-format", createFormat("-format")},
             {"-fs", createChoice("-fs", &CreateOptions::fileSystem, {"HFS+", "HFSX"})},
             {"-layout", createChoice("-layout", &CreateOptions::layout, {"NONE", "GPTSPUD", "SPUD"})},
             {"-ov", [](Arguments& a, Words&) { a.create.replace = true; }},
@@ -181,7 +209,9 @@ std::string helpText() {
            "  imageinfo IMAGE [-plist]  describe an image\n"
            "  verify IMAGE            check all checksums of an image\n"
            "  create -srcfolder FOLDER -volname NAME [OPTIONS] IMAGE\n"
-           "      -format UDRO|UDZO|UDBZ|ULMO|ULFO   (UDZO)\n"
+           "      -format " +
+           formatNames() +
+           "   (UDZO)\n"
            "      -fs HFS+|HFSX                      (HFS+)\n"
            "      -layout NONE|GPTSPUD|SPUD          (GPTSPUD)\n"
            "      -ov                                replace an image that is there\n"

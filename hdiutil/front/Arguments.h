@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hdiutil/front/FrontError.h"
+#include "hdiutil/image/UdifTable.h"
 
 #include <optional>
 #include <string>
@@ -14,7 +15,7 @@ enum class Verb { kAttach, kDetach, kUnmount, kInfo, kImageInfo, kVerify, kCreat
 struct CreateOptions {
     std::string sourceFolder;
     std::string volumeName;
-    std::string format = "UDZO";
+    RunType format = RunType::kZlib; // of a codec that encodes
     std::string fileSystem = "HFS+";
     std::string layout = "GPTSPUD";
     bool replace = false;

@@ -43,7 +43,7 @@ std::string createImage(const CreateOptions& options, const std::string& path) {
         const NewDisk disk =
             layOut(createHfsPlus(options.sourceFolder, options.volumeName, kind), diskLayout(options.layout).value());
         WriteOptions writing;
-        writing.format = udifFormat(options.format).value();
+        writing.format = options.format;
         writing.progress = &Progress::show;
         writeUdif(*disk.disk, disk.ranges, path, writing);
     } catch (const ImageError& error) {

@@ -1,4 +1,5 @@
 #include "hdiutil/fuzz/FuzzInput.h"
+#include "hdiutil/image/Adc.h"
 #include "hdiutil/image/Codec.h"
 #include "hdiutil/image/Lzfse.h"
 #include "hdiutil/image/Lzvn.h"

@@ -1,11 +1,12 @@
 #include "hdiutil/create/ChunkEncoder.h"
 #include "hdiutil/create/DiskLayout.h"
-#include "hdiutil/create/LzfseEncoder.h"
 #include "hdiutil/create/UdifParts.h"
 #include "hdiutil/create/UdifWriter.h"
 #include "hdiutil/fuzz/FuzzInput.h"
 #include "hdiutil/image/ByteOrder.h"
+#include "hdiutil/image/Codec.h"
 #include "hdiutil/image/FileSource.h"
+#include "hdiutil/image/LzfseEncoder.h"
 #include "hdiutil/image/UdifPlist.h"
 #include "hdiutil/image/UdifTrailer.h"
 
@@ -117,7 +118,7 @@ void addCodecSeeds(SeedFolder& seeds) {
 void addTableSeeds(SeedFolder& seeds) {
     for (const char* name : {"UDRO", "UDZO", "UDBZ", "ULFO", "ULMO"}) {
         const Bytes raw = sample(4096);
-        const EncodedChunk chunk = encodeChunk(*udifFormat(name), raw);
+        const EncodedChunk chunk = encodeChunk(codecOf(name)->type, raw);
         UdifTable table{"", 0, 40, {UdifChecksum::kCrc32, 32, 0}, {}};
         table.runs.push_back({RunType::kZero, 0, 8, 0, 0});
         table.runs.push_back({chunk.type, 8, 8, 0, chunk.stored.size()});

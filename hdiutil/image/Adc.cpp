@@ -1,4 +1,4 @@
-#include "hdiutil/image/Codec.h"
+#include "hdiutil/image/Adc.h"
 
 #include <algorithm>
 

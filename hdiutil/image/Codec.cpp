@@ -1,75 +1,64 @@
 #include "hdiutil/image/Codec.h"
 
-#include "hdiutil/image/Crc32.h"
+#include "hdiutil/image/Adc.h"
+#include "hdiutil/image/Bzip2.h"
 #include "hdiutil/image/Lzfse.h"
+#include "hdiutil/image/LzfseEncoder.h"
+#include "hdiutil/image/Lzma.h"
+#include "hdiutil/image/Zlib.h"
 
-#include <bzlib.h>
-#include <libdeflate.h>
-#include <lzma.h>
-
-#include <memory>
+#include <algorithm>
 
 namespace hdi {
-
 namespace {
 
-// More than the dictionary of the strongest preset needs, so that only hostile chunks are refused.
-constexpr std::uint64_t kLzmaMemory = std::uint64_t{80} * 1024 * 1024;
+constexpr std::uint64_t kHalfMebibyte = 1024; // sectors
+constexpr std::uint64_t kMebibyte = 2048;
 
-constexpr std::size_t kZlibHeader = 2;
-
-bool decodeZlib(std::span<const std::byte> stored, std::span<std::byte> into) {
-    using Decompressor = std::unique_ptr<libdeflate_decompressor, decltype(&libdeflate_free_decompressor)>;
-    thread_local const Decompressor decompressor(libdeflate_alloc_decompressor(), &libdeflate_free_decompressor);
-    if (!decompressor || stored.size() < kZlibHeader) {
-        return false;
-    }
-    if constexpr (!kCompareChecksums) {
-        const auto bare = stored.subspan(kZlibHeader);
-        return libdeflate_deflate_decompress(decompressor.get(), bare.data(), bare.size(), into.data(), into.size(),
-                                             nullptr) == LIBDEFLATE_SUCCESS;
-    }
-    return libdeflate_zlib_decompress(decompressor.get(), stored.data(), stored.size(), into.data(), into.size(),
-                                      nullptr) == LIBDEFLATE_SUCCESS;
+// Never shorter: such chunks are stored as they are.
+std::vector<std::byte> encodeNothing(std::span<const std::byte>) {
+    return {};
 }
 
-bool decodeBzip2(std::span<const std::byte> stored, std::span<std::byte> into) {
-    auto length = static_cast<unsigned>(into.size());
-    // The library's interface has no const; it does not write there.
-    auto* source = const_cast<char*>(reinterpret_cast<const char*>(stored.data()));
-    const int result = BZ2_bzBuffToBuffDecompress(reinterpret_cast<char*>(into.data()), &length, source,
-                                                  static_cast<unsigned>(stored.size()), 0, 0);
-    return result == BZ_OK && length == into.size();
+std::vector<std::byte> encodeShorterLzfse(std::span<const std::byte> raw) {
+    std::vector<std::byte> stored = encodeLzfse(raw);
+    return stored.size() < raw.size() ? stored : std::vector<std::byte>();
 }
 
-bool decodeLzma(std::span<const std::byte> stored, std::span<std::byte> into) {
-    std::uint64_t memory = kLzmaMemory;
-    std::size_t read = 0;
-    std::size_t written = 0;
-    const lzma_ret result =
-        lzma_stream_buffer_decode(&memory, kCompareChecksums ? 0 : LZMA_IGNORE_CHECK, nullptr,
-                                  reinterpret_cast<const std::uint8_t*>(stored.data()), &read, stored.size(),
-                                  reinterpret_cast<std::uint8_t*>(into.data()), &written, into.size());
-    return result == LZMA_OK && written == into.size();
+// clang-format off
+constexpr Codec kCodecs[] = {
+    {RunType::kRaw,   "UDRO", "UDIF read-only",                    nullptr,     encodeNothing,      kHalfMebibyte},
+    {RunType::kZlib,  "UDZO", "UDIF read-only compressed (zlib)",  decodeZlib,  encodeZlib,         kHalfMebibyte},
+    {RunType::kBzip2, "UDBZ", "UDIF read-only compressed (bzip2)", decodeBzip2, encodeBzip2,        kMebibyte},
+    {RunType::kLzma,  "ULMO", "UDIF read-only compressed (lzma)",  decodeLzma,  encodeLzma,         kMebibyte},
+    {RunType::kLzfse, "ULFO", "UDIF read-only compressed (lzfse)", decodeLzfse, encodeShorterLzfse, kHalfMebibyte},
+    {RunType::kAdc,   "UDCO", "UDIF read-only compressed (ADC)",   decodeAdc,   nullptr,            kHalfMebibyte},
+};
+// clang-format on
+
+template <typename Wanted>
+const Codec* find(Wanted Codec::*field, Wanted value) {
+    const auto* const found = std::ranges::find(kCodecs, value, field);
+    return found == std::end(kCodecs) ? nullptr : found;
 }
 
 } // namespace
 
+std::span<const Codec> codecs() {
+    return kCodecs;
+}
+
+const Codec* codecOf(RunType type) {
+    return find(&Codec::type, type);
+}
+
+const Codec* codecOf(std::string_view format) {
+    return find(&Codec::format, format);
+}
+
 bool decodeChunk(RunType type, std::span<const std::byte> stored, std::span<std::byte> into) {
-    switch (type) {
-    case RunType::kZlib:
-        return decodeZlib(stored, into);
-    case RunType::kBzip2:
-        return decodeBzip2(stored, into);
-    case RunType::kLzma:
-        return decodeLzma(stored, into);
-    case RunType::kAdc:
-        return decodeAdc(stored, into);
-    case RunType::kLzfse:
-        return decodeLzfse(stored, into);
-    default:
-        return false;
-    }
+    const Codec* const codec = codecOf(type);
+    return codec != nullptr && codec->decode != nullptr && codec->decode(stored, into);
 }
 
 } // namespace hdi

@@ -2,6 +2,7 @@
 
 #include "base/PropertyListParser.h"
 #include "hdiutil/image/ChunkedDisk.h"
+#include "hdiutil/image/Codec.h"
 #include "hdiutil/image/ImageError.h"
 #include "hdiutil/image/Licence.h"
 #include "hdiutil/image/Sectors.h"
@@ -15,28 +16,6 @@
 namespace hdi {
 
 namespace {
-
-struct Format {
-    const char* name;
-    const char* description;
-};
-
-Format formatOf(RunType type) {
-    switch (type) {
-    case RunType::kAdc:
-        return {"UDCO", "UDIF read-only compressed (ADC)"};
-    case RunType::kZlib:
-        return {"UDZO", "UDIF read-only compressed (zlib)"};
-    case RunType::kBzip2:
-        return {"UDBZ", "UDIF read-only compressed (bzip2)"};
-    case RunType::kLzfse:
-        return {"ULFO", "UDIF read-only compressed (lzfse)"};
-    case RunType::kLzma:
-        return {"ULMO", "UDIF read-only compressed (lzma)"};
-    default:
-        return {"UDRO", "UDIF read-only"};
-    }
-}
 
 // The kind that most of the compressed runs have; raw when there are none.
 RunType mainType(const std::vector<UdifRun>& runs) {
@@ -76,8 +55,8 @@ public:
 
 private:
     void describe(const std::vector<UdifRun>& runs) {
-        const Format format = formatOf(mainType(runs));
-        facts_.format = format.name;
+        const Codec& format = *codecOf(mainType(runs));
+        facts_.format = format.format;
         facts_.description = format.description;
         facts_.diskBytes = trailer_.sectorCount * kSectorBytes;
         facts_.fileBytes = file_->size();

@@ -1,6 +1,7 @@
 #include "hdiutil/image/UdifTable.h"
 
 #include "hdiutil/image/ByteOrder.h"
+#include "hdiutil/image/Codec.h"
 #include "hdiutil/image/ImageError.h"
 #include "hdiutil/image/Sectors.h"
 
@@ -15,20 +16,8 @@ constexpr std::size_t kHeaderSize = 204;
 constexpr std::size_t kRunSize = 40;
 
 bool isKnown(RunType type) {
-    switch (type) {
-    case RunType::kZero:
-    case RunType::kRaw:
-    case RunType::kIgnored:
-    case RunType::kAdc:
-    case RunType::kZlib:
-    case RunType::kBzip2:
-    case RunType::kLzfse:
-    case RunType::kLzma:
-    case RunType::kComment:
-    case RunType::kTerminator:
-        return true;
-    }
-    return false;
+    return type == RunType::kZero || type == RunType::kIgnored || type == RunType::kComment ||
+           type == RunType::kTerminator || codecOf(type) != nullptr;
 }
 
 // What all runs of a table are checked against.

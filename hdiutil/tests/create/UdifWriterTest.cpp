@@ -1,5 +1,6 @@
 #include "hdiutil/create/DiskLayout.h"
 #include "hdiutil/create/UdifWriter.h"
+#include "hdiutil/image/Codec.h"
 #include "hdiutil/image/DiskImage.h"
 #include "hdiutil/partition/PartitionMap.h"
 #include "hdiutil/tests/image/Tools.h"
@@ -27,7 +28,7 @@ class WrittenImage : public testing::TestWithParam<Case> {
 protected:
     WrittenImage() : disk_(layOut(inMemory(content()), *diskLayout(GetParam().layout))) {
         WriteOptions options;
-        options.format = *udifFormat(GetParam().format);
+        options.format = codecOf(GetParam().format)->type;
         options.threads = 3;
         writeUdif(*disk_.disk, disk_.ranges, path_, options);
     }
@@ -140,9 +141,9 @@ TEST(UdifWriter, RefusesDisksThatAreNotWholeSectors) {
 }
 
 TEST(UdifWriter, KnowsTheNamesOfFormatsAndLayouts) {
-    EXPECT_EQ(udifFormat("UDZO"), UdifFormat::kUdzo);
-    EXPECT_EQ(udifFormat("udzo"), std::nullopt);
-    EXPECT_EQ(udifFormat(""), std::nullopt);
+    EXPECT_EQ(codecOf("UDZO")->type, RunType::kZlib);
+    EXPECT_EQ(codecOf("udzo"), nullptr);
+    EXPECT_EQ(codecOf(""), nullptr);
     EXPECT_EQ(diskLayout("SPUD"), Layout::kApm);
     EXPECT_EQ(diskLayout("GPT"), std::nullopt);
 }

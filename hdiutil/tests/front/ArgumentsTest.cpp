@@ -44,14 +44,14 @@ TEST(Arguments, CreateTakesAllItsOptions) {
     EXPECT_EQ(arguments.operand, "out.dmg");
     EXPECT_EQ(arguments.create.sourceFolder, "in");
     EXPECT_EQ(arguments.create.volumeName, "My Vol");
-    EXPECT_EQ(arguments.create.format, "ULFO");
+    EXPECT_EQ(arguments.create.format, RunType::kLzfse);
     EXPECT_EQ(arguments.create.fileSystem, "HFSX");
     EXPECT_EQ(arguments.create.layout, "SPUD");
 }
 
 TEST(Arguments, CreateHasDefaults) {
     const CreateOptions create = parseArguments({"create", "-srcfolder", "in", "-volname", "V", "out.dmg"}).create;
-    EXPECT_EQ(create.format, "UDZO");
+    EXPECT_EQ(create.format, RunType::kZlib);
     EXPECT_EQ(create.fileSystem, "HFS+");
     EXPECT_EQ(create.layout, "GPTSPUD");
     EXPECT_FALSE(create.replace);

@@ -115,7 +115,7 @@ Bytes oneChunkBomb() {
     image.sectorCount = std::uint64_t{1} << 25;
     image.addTable(0, image.sectorCount);
     image.addRun(RunType::kZlib, 0, image.sectorCount,
-                 encodeChunk(UdifFormat::kUdzo, Bytes(1 << 20, std::byte{7})).stored);
+                 encodeChunk(RunType::kZlib, Bytes(1 << 20, std::byte{7})).stored);
     return image.bytes();
 }
 

@@ -125,13 +125,13 @@ EncodedChunk encoded(RunType type, const Bytes& raw) {
     case RunType::kAdc:
         return {type, packAdc(raw)};
     case RunType::kZlib:
-        return encodeChunk(UdifFormat::kUdzo, raw);
+        return encodeChunk(RunType::kZlib, raw);
     case RunType::kBzip2:
-        return encodeChunk(UdifFormat::kUdbz, raw);
+        return encodeChunk(RunType::kBzip2, raw);
     case RunType::kLzma:
-        return encodeChunk(UdifFormat::kUlmo, raw);
+        return encodeChunk(RunType::kLzma, raw);
     case RunType::kLzfse:
-        return encodeChunk(UdifFormat::kUlfo, raw);
+        return encodeChunk(RunType::kLzfse, raw);
     default:
         return {RunType::kRaw, raw};
     }

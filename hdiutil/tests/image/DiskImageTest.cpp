@@ -21,7 +21,7 @@ Bytes sectors(std::size_t count, std::uint64_t seed) {
     return prose(count * 512, seed);
 }
 
-Bytes packed(UdifFormat format, const Bytes& raw) {
+Bytes packed(RunType format, const Bytes& raw) {
     return encodeChunk(format, raw).stored;
 }
 
@@ -38,18 +38,18 @@ struct MixedImage {
         image.before = bytesOf("something else");
         image.sectorCount = 100;
         image.addTable(0, 40);
-        add(RunType::kZlib, packed(UdifFormat::kUdzo, sectors(10, 1)), sectors(10, 1));
+        add(RunType::kZlib, packed(RunType::kZlib, sectors(10, 1)), sectors(10, 1));
         add(RunType::kZero, {}, Bytes(std::size_t{4} * 512));
-        add(RunType::kBzip2, packed(UdifFormat::kUdbz, sectors(10, 2)), sectors(10, 2));
+        add(RunType::kBzip2, packed(RunType::kBzip2, sectors(10, 2)), sectors(10, 2));
         image.addRun(RunType::kComment, 0, 0);
         add(RunType::kRaw, sectors(16, 3), sectors(16, 3));
         const std::uint32_t first = crc32(disk);
         disk.resize(std::size_t{50} * 512); // no table
         image.tables.back().checksum = sum(first);
         image.addTable(50, 50);
-        add(RunType::kLzma, packed(UdifFormat::kUlmo, sectors(20, 4)), sectors(20, 4));
+        add(RunType::kLzma, packed(RunType::kLzma, sectors(20, 4)), sectors(20, 4));
         add(RunType::kIgnored, {}, Bytes(std::size_t{5} * 512));
-        add(RunType::kLzfse, packed(UdifFormat::kUlfo, sectors(25, 5)), sectors(25, 5));
+        add(RunType::kLzfse, packed(RunType::kLzfse, sectors(25, 5)), sectors(25, 5));
         image.tables.back().checksum = sum(crc32(sectors(20, 4) + sectors(25, 5)));
     }
 
@@ -179,7 +179,7 @@ TEST(DiskImage, RefusesChunksThatDecodeToAnotherLength) {
         TestImage image;
         image.sectorCount = 10;
         image.addTable(0, 10);
-        image.addRun(RunType::kZlib, 0, 10, packed(UdifFormat::kUdzo, sectors(stored, 1)));
+        image.addRun(RunType::kZlib, 0, 10, packed(RunType::kZlib, sectors(stored, 1)));
         Bytes into(std::size_t{10} * 512);
         EXPECT_EQ(errorOf([&] { opened(image.bytes())->disk()->read(0, into); }), ImageError::Kind::kDamaged);
     }

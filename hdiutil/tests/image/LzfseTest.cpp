@@ -1,6 +1,6 @@
-#include "hdiutil/create/LzfseEncoder.h"
 #include "hdiutil/image/ByteOrder.h"
 #include "hdiutil/image/Lzfse.h"
+#include "hdiutil/image/LzfseEncoder.h"
 #include "hdiutil/image/LzfseHeader.h"
 #include "hdiutil/tests/image/TestBytes.h"
 

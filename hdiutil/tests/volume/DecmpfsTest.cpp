@@ -1,4 +1,4 @@
-#include "hdiutil/create/LzfseEncoder.h"
+#include "hdiutil/image/LzfseEncoder.h"
 #include "hdiutil/tests/volume/HfsBuilder.h"
 #include "hdiutil/tests/volume/Packers.h"
 #include "hdiutil/tests/volume/VolumeTree.h"

@@ -1,8 +1,8 @@
-#include "hdiutil/create/LzfseEncoder.h"
+#include "hdiutil/image/LzfseEncoder.h"
 
-#include "hdiutil/create/LzfseMatches.h"
 #include "hdiutil/image/ByteOrder.h"
 #include "hdiutil/image/LzfseFormat.h"
+#include "hdiutil/image/LzfseMatches.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "hdiutil/create/LzfseMatches.h"
+#include "hdiutil/image/LzfseMatches.h"
 
 #include <algorithm>
 #include <array>
