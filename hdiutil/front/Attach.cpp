@@ -47,7 +47,7 @@ PreparedImage prepareImage(const AttachOptions& options) {
     const CheckTime time = checkTimeFor(prepared.opened.image->facts(), options.verify);
     const std::string damage = time == CheckTime::kBefore ? checkImage(*prepared.opened.image) : std::string();
     if (!damage.empty()) {
-        throw FrontError("attach failed - image data corrupted (" + damage + ")");
+        throw AttachError("image data corrupted (" + damage + ")");
     }
     prepared.checkBeside = time == CheckTime::kBeside;
     try {
@@ -67,8 +67,7 @@ std::optional<AttachResult> findAttached(std::optional<AttachedState>& state, co
             return std::nullopt;
         }
         if (!record->damage.empty()) {
-            throw FrontError("attach failed - image data corrupted (" + record->damage + "); still attached as " +
-                             record->diskName());
+            throw AttachError("image data corrupted (" + record->damage + "); still attached as " + record->diskName());
         }
         if (record->complete) {
             return AttachResult{record->rows, ""};
@@ -95,7 +94,7 @@ ImageIdentity requireIdentity(const std::string& path) {
     const std::optional<ImageIdentity> identity = identityOf(path);
     if (!identity) {
         const bool noFile = errno == EISDIR || errno == EINVAL;
-        throw FrontError("attach failed - " + (noFile ? "image not recognized" : errorText(errno)));
+        throw AttachError((noFile ? "image not recognized" : errorText(errno)));
     }
     return *identity;
 }

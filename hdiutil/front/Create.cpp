@@ -37,14 +37,14 @@ void requireFree(const std::string& path, bool replace) {
 std::string createImage(const CreateOptions& options, const std::string& path) {
     requireFolder(options.sourceFolder);
     requireFree(path, options.replace);
-    const Progress progress("Creating");
+    Progress progress("Creating");
     try {
         const HfsKind kind = options.fileSystem == "HFSX" ? HfsKind::kX : HfsKind::kPlus;
         const NewDisk disk =
             layOut(createHfsPlus(options.sourceFolder, options.volumeName, kind), diskLayout(options.layout).value());
         WriteOptions writing;
         writing.format = options.format;
-        writing.progress = &Progress::show;
+        writing.progress = [&progress](double fraction) { progress.show(fraction); };
         writeUdif(*disk.disk, disk.ranges, path, writing);
     } catch (const ImageError& error) {
         throw FrontError(std::string("create failed - ") + error.what());

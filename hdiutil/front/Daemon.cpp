@@ -84,13 +84,13 @@ void reap(pid_t child) {
 std::optional<AttachResult> attachThroughDaemon(const AttachOptions& options, const VolumesFolder& volumes) {
     int ends[2] = {-1, -1};
     if (pipe2(ends, O_CLOEXEC) != 0) {
-        throw FrontError("attach failed - " + errorText(errno));
+        throw AttachError(errorText(errno));
     }
     base::Descriptor reading(ends[0]);
     base::Descriptor writing(ends[1]);
     const pid_t child = fork();
     if (child < 0) {
-        throw FrontError("attach failed - " + errorText(errno));
+        throw AttachError(errorText(errno));
     }
     if (child == 0) {
         reading.reset();
@@ -109,7 +109,7 @@ std::optional<AttachResult> attachThroughDaemon(const AttachOptions& options, co
         throw FrontError(report->message);
     }
     reapAndList(AttachedState(volumes)); // it could not clean up itself
-    throw FrontError("attach failed - the program that serves the image ended unexpectedly");
+    throw AttachError("the program that serves the image ended unexpectedly");
 }
 
 } // namespace hdi

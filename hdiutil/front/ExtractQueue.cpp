@@ -28,7 +28,7 @@ void writeAt(int fd, std::span<const std::byte> bytes, std::uint64_t offset) {
         return;
     }
     if (!base::writeAllAt(fd, bytes, offset)) {
-        throw FrontError("attach failed - " + errorText(errno));
+        throw AttachError(errorText(errno));
     }
 }
 
@@ -37,7 +37,7 @@ void writeAt(int fd, std::span<const std::byte> bytes, std::uint64_t offset) {
 void setModeAndTimes(int fd, const Attributes& attributes) {
     const std::timespec times[2] = {attributes.modified, attributes.modified};
     if (fchmod(fd, static_cast<mode_t>(attributes.mode & 0777)) != 0) {
-        throw FrontError("attach failed - " + errorText(errno));
+        throw AttachError(errorText(errno));
     }
     // A time that the disk's file system cannot hold is no reason to refuse the file.
     (void)futimens(fd, times);
@@ -69,7 +69,7 @@ void ExtractQueue::add(const std::shared_ptr<PendingFile>& file) {
     const std::uint64_t size = file->attributes.size;
     const std::uint64_t pieces = std::max<std::uint64_t>(1, size / kPieceBytes + (size % kPieceBytes != 0 ? 1 : 0));
     if (ftruncate(file->fd.get(), static_cast<off_t>(size)) != 0) {
-        throw FrontError("attach failed - " + errorText(errno));
+        throw AttachError(errorText(errno));
     }
     file->piecesLeft = pieces;
     for (std::uint64_t i = 0; i < pieces; ++i) {
@@ -135,7 +135,7 @@ void ExtractQueue::work() {
 void ExtractQueue::copy(const Piece& piece, std::vector<std::byte>& buffer) const {
     for (std::uint64_t done = 0; done < piece.length;) {
         if (stop_) {
-            throw FrontError("attach failed - interrupted");
+            throw AttachError("interrupted");
         }
         const std::uint64_t offset = piece.offset + done;
         const std::span part(buffer.data(),

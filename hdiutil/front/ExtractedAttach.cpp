@@ -28,7 +28,7 @@ class DataFolder {
 public:
     DataFolder() : path_(temporaryFolder() + "/hdiutil-XXXXXX") {
         if (mkdtemp(path_.data()) == nullptr) {
-            throw FrontError("attach failed - " + errorText(errno) + " (" + temporaryFolder() + ")");
+            throw AttachError(errorText(errno) + " (" + temporaryFolder() + ")");
         }
     }
     DataFolder(const DataFolder&) = delete;
@@ -88,11 +88,11 @@ void extractOne(const Volume& volume, const std::string& dataFolder, const std::
                 const std::atomic<bool>& stop) {
     const std::string incomplete = incompletePath(dataFolder);
     if (mkdir(incomplete.c_str(), 0700) != 0) {
-        throw FrontError("attach failed - " + errorText(errno));
+        throw AttachError(errorText(errno));
     }
     extractVolume(volume, incomplete, stop);
     if (rename(incomplete.c_str(), target.c_str()) != 0) {
-        throw FrontError("attach failed - " + errorText(errno));
+        throw AttachError(errorText(errno));
     }
 }
 
@@ -106,13 +106,13 @@ void extractAll(const PreparedImage& prepared, const std::vector<AttachedRow>& r
             }
         }
     } catch (const ImageError& error) {
-        failure = attachFailure(error);
+        failure = attachFailure(error).what();
     } catch (const FrontError& error) {
         failure = error.what();
     }
     // What the checksum says explains the other failure, so it comes first.
     if (const std::string& damage = check.finish(); !damage.empty()) {
-        throw FrontError("attach failed - image data corrupted (" + damage + ")");
+        throw AttachError("image data corrupted (" + damage + ")");
     }
     if (!failure.empty()) {
         throw FrontError(failure);

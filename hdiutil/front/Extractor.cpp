@@ -16,7 +16,7 @@ namespace {
 
 [[noreturn]] void failWithErrno(const std::string& name) {
     const int error = errno;
-    throw FrontError("attach failed - " + errorText(error) + (error == ENOSPC ? "" : " (" + name + ")"));
+    throw AttachError(errorText(error) + (error == ENOSPC ? "" : " (" + name + ")"));
 }
 
 class TreeWriter {
@@ -33,7 +33,7 @@ public:
 private:
     void countEntry() {
         if (stop_) {
-            throw FrontError("attach failed - interrupted");
+            throw AttachError("interrupted");
         }
         if (++entries_ > limits_.entries) {
             throw ImageError(ImageError::Kind::kUnsupported, "the volume has too many entries to be extracted");

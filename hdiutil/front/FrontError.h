@@ -21,6 +21,12 @@ private:
     int status_;
 };
 
+// An image that cannot be attached, for the reason given.
+class AttachError : public FrontError {
+public:
+    explicit AttachError(const std::string& reason) : FrontError("attach failed - " + reason) {}
+};
+
 // The kernel's reason in the wording that users of the tool know. Any thread.
 std::string errorText(int error);
 

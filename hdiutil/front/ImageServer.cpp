@@ -67,9 +67,9 @@ DaemonReport ImageServer::attachOrFail() {
     } catch (const FrontError& error) {
         report.message = error.what();
     } catch (const std::bad_alloc&) {
-        report.message = "attach failed - Cannot allocate memory";
+        report.message = AttachError("Cannot allocate memory").what();
     } catch (const std::exception& error) {
-        report.message = std::string("attach failed - ") + error.what();
+        report.message = AttachError(error.what()).what();
     }
     return report;
 }
@@ -129,7 +129,7 @@ void ImageServer::startAll() {
     }
     for (const AttachedRow& row : record_.rows) {
         if (row.isMounted() && !mountAnswers(row.realPath)) {
-            throw FrontError("attach failed - the mounted volume does not answer");
+            throw AttachError("the mounted volume does not answer");
         }
     }
 }

@@ -37,7 +37,7 @@ std::string canonicalPlace(const std::string& path) {
     const fs::path trimmed = absolute.has_filename() ? absolute : absolute.parent_path();
     const fs::path parent = fs::canonical(trimmed.parent_path(), error);
     if (error) {
-        throw FrontError("attach failed - " + errorText(error.value()) + " (" + trimmed.parent_path().string() + ")");
+        throw AttachError(errorText(error.value()) + " (" + trimmed.parent_path().string() + ")");
     }
     return (parent / trimmed.filename()).string();
 }
@@ -48,7 +48,7 @@ MountPoints::MountPoints(const OpenedImage& opened, int disk, const VolumesFolde
                          const std::optional<std::string>& wanted, const std::string& dataFolder)
     : volumes_(volumes), dataFolder_(dataFolder) {
     if (wanted && opened.volumeCount() > 1) {
-        throw FrontError("attach failed - -mountpoint is for images with one volume");
+        throw AttachError("-mountpoint is for images with one volume");
     }
     try {
         for (const ImageSlot& slot : opened.slots) {
@@ -102,7 +102,7 @@ void MountPoints::makeWanted(AttachedRow& row, const std::string& name, const st
     std::error_code error;
     if (fs::is_directory(fs::symlink_status(path, error))) {
         if (!fs::is_empty(path, error) || isMounted(path)) {
-            throw FrontError("attach failed - the mount point \"" + path + "\" is not an empty folder");
+            throw AttachError("the mount point \"" + path + "\" is not an empty folder");
         }
         row.madeFolder = false;
         if (row.dataPath.empty()) {
@@ -111,7 +111,7 @@ void MountPoints::makeWanted(AttachedRow& row, const std::string& name, const st
         fs::remove(path, error);
     }
     if (!make(row)) {
-        throw FrontError("attach failed - " + errorText(EEXIST) + " (" + path + ")");
+        throw AttachError(errorText(EEXIST) + " (" + path + ")");
     }
 }
 
@@ -120,7 +120,7 @@ bool MountPoints::make(AttachedRow& row) const {
     const int result =
         row.dataPath.empty() ? mkdir(row.realPath.c_str(), 0755) : symlink(row.dataPath.c_str(), row.realPath.c_str());
     if (result != 0 && errno != EEXIST) {
-        throw FrontError("attach failed - " + errorText(errno) + " (" + row.realPath + ")");
+        throw AttachError(errorText(errno) + " (" + row.realPath + ")");
     }
     return result == 0;
 }

@@ -87,16 +87,13 @@ std::size_t OpenedImage::volumeCount() const {
         std::count_if(slots.begin(), slots.end(), [](const ImageSlot& slot) { return slot.volume != nullptr; }));
 }
 
-std::string attachFailure(const ImageError& error) {
-    switch (error.kind()) {
-    case ImageError::Kind::kNotRecognized:
-        return "attach failed - image not recognized";
-    case ImageError::Kind::kDamaged:
-    case ImageError::Kind::kOutOfRange:
-        return std::string("attach failed - image data corrupted (") + error.what() + ")";
-    default:
-        return std::string("attach failed - ") + error.what();
+AttachError attachFailure(const ImageError& error) {
+    const ImageError::Kind kind = error.kind();
+    if (kind == ImageError::Kind::kNotRecognized) {
+        return AttachError("image not recognized");
     }
+    const bool corrupted = kind == ImageError::Kind::kDamaged || kind == ImageError::Kind::kOutOfRange;
+    return AttachError(corrupted ? std::string("image data corrupted (") + error.what() + ")" : error.what());
 }
 
 OpenedImage openImage(const std::string& path) {
@@ -105,10 +102,10 @@ OpenedImage openImage(const std::string& path) {
         opened.image = DiskImage::open(path);
         SlotFinder(opened).findAll();
     } catch (const ImageError& error) {
-        throw FrontError(attachFailure(error));
+        throw attachFailure(error);
     }
     if (opened.volumeCount() == 0) {
-        throw FrontError("attach failed - no mountable file systems");
+        throw AttachError("no mountable file systems");
     }
     return opened;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hdiutil/front/AttachRecord.h"
+#include "hdiutil/front/FrontError.h"
 #include "hdiutil/image/DiskImage.h"
 #include "hdiutil/partition/PartitionMap.h"
 #include "hdiutil/volume/Volume.h"
@@ -32,8 +33,8 @@ struct OpenedImage {
 OpenedImage openImage(const std::string& path);
 
 class ImageError;
-// "attach failed - …" for what the image's reader threw. Pure.
-std::string attachFailure(const ImageError& error);
+// What to throw for what the image's reader threw. Pure.
+AttachError attachFailure(const ImageError& error);
 
 // Absent when it is no regular file or cannot be looked at; errno tells.
 std::optional<ImageIdentity> identityOf(const std::string& path);

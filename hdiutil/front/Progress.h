@@ -1,10 +1,11 @@
 #pragma once
 
+#include <mutex>
 #include <string>
 
 namespace hdi {
 
-// A line of progress on standard error, drawn only while that is a terminal and wiped at the end. One at a time.
+// A line of progress on standard error, drawn only while that is a terminal and wiped at the end.
 // Threads: show() on any.
 class Progress {
 public:
@@ -13,8 +14,14 @@ public:
     Progress& operator=(const Progress&) = delete;
     ~Progress();
 
-    // 0…1. Does nothing while no Progress exists.
-    static void show(double fraction);
+    // 0…1.
+    void show(double fraction);
+
+private:
+    const std::string label_;
+    const bool active_;
+    std::mutex mutex_;
+    int percent_ = -1;
 };
 
 // "Verifying: [######....]  42%", without line end. Pure.

@@ -89,11 +89,11 @@ std::string describeImage(const std::string& path, bool asPlist) {
 
 std::string verifyImage(const std::string& path) {
     requireFile("verify", path);
-    const Progress progress("Verifying");
+    Progress progress("Verifying");
     try {
         const std::unique_ptr<DiskImage> image = DiskImage::open(path);
         const bool hasDataFork = image->verifyDataFork();
-        image->verifyTables(&Progress::show);
+        image->verifyTables([&progress](double fraction) { progress.show(fraction); });
         const bool hasTables = image->facts().format != "raw";
         return "hdiutil: verify: " + std::string(hasDataFork || hasTables ? "checksums of \"" : "no checksums in \"") +
                path + (hasDataFork || hasTables ? "\" are VALID\n" : "\"\n");

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -47,7 +48,7 @@ public:
     virtual bool verifyDataFork() const = 0;
     // The checksum of every chunk table and the master checksum over them, which means decoding everything; `progress`
     // gets 0…1. Throws ImageError (kDamaged).
-    virtual void verifyTables(void (*progress)(double)) const = 0;
+    virtual void verifyTables(const std::function<void(double)>& progress) const = 0;
 };
 
 // As DiskImage::open, of a file that is open already.

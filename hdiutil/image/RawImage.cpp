@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <string_view>
 #include <utility>
 
@@ -43,7 +44,7 @@ public:
     const ImageFacts& facts() const override { return facts_; }
     std::vector<std::string> licences() const override { return {}; }
     bool verifyDataFork() const override { return false; }
-    void verifyTables(void (*progress)(double)) const override {
+    void verifyTables(const std::function<void(double)>& progress) const override {
         if (progress != nullptr) {
             progress(1);
         }

@@ -10,6 +10,7 @@
 #include "hdiutil/image/UdifPlist.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <utility>
 
@@ -49,7 +50,7 @@ public:
     const ImageFacts& facts() const override { return facts_; }
     std::vector<std::string> licences() const override { return licences_; }
     bool verifyDataFork() const override { return verifyDataChecksum(*file_, trailer_, threads_); }
-    void verifyTables(void (*progress)(double)) const override {
+    void verifyTables(const std::function<void(double)>& progress) const override {
         verifyTableChecksums(*file_, trailer_, tables_, threads_, progress);
     }
 
