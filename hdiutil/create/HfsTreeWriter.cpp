@@ -39,10 +39,6 @@ HfsTreeWriter::Kind HfsTreeWriter::extentsKind() {
     return {4096, 10, 0, false};
 }
 
-HfsTreeWriter::Kind HfsTreeWriter::attributesKind() {
-    return {8192, 266, 0, true};
-}
-
 HfsTreeWriter::HfsTreeWriter(const Kind& kind) : kind_(kind), file_(kind.nodeSize) {}
 
 void HfsTreeWriter::add(std::span<const std::byte> key, std::span<const std::byte> data) {

@@ -22,7 +22,6 @@ public:
 
     static Kind catalogKind(bool caseSensitive);
     static Kind extentsKind();
-    static Kind attributesKind();
 
     explicit HfsTreeWriter(const Kind& kind);
 

@@ -53,7 +53,6 @@ public:
     Catalog(const ByteSource& file, const OverflowExtents& overflow, bool isHfsx, bool isJournaled);
 
     const std::string& volumeName() const { return volumeName_; }
-    bool isCaseSensitive() const { return caseSensitive_; }
 
     // Null when there is none.
     const Node* find(std::uint32_t id) const;

@@ -1,5 +1,7 @@
 #include "hdiutil/volume/HfsNames.h"
 
+#include "hdiutil/image/Utf8.h"
+
 #include <utf8proc.h>
 
 #include <algorithm>
@@ -59,12 +61,6 @@ void orderMarks(std::u16string& text) {
         }
         i = end + 1;
     }
-}
-
-void appendUtf8(std::string& out, std::uint32_t point) {
-    std::array<utf8proc_uint8_t, 4> bytes{};
-    const utf8proc_ssize_t length = utf8proc_encode_char(static_cast<utf8proc_int32_t>(point), bytes.data());
-    out.append(reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(length));
 }
 
 // The code point at the beginning of `text` and its length; a length of 0 for bytes that are no UTF-8.
@@ -142,7 +138,7 @@ std::string toUtf8(std::u16string_view text) {
         } else if (isHighSurrogate(unit) && i + 1 < text.size() && isLowSurrogate(text[i + 1])) {
             appendUtf8(out, 0x10000U + ((unit - 0xD800U) << 10) + (text[++i] - 0xDC00U));
         } else {
-            appendUtf8(out, isHighSurrogate(unit) || isLowSurrogate(unit) ? 0xFFFDU : unit);
+            appendUtf8(out, unit); // a surrogate without its other half is no character
         }
     }
     return out;

@@ -93,6 +93,13 @@ TEST(Arguments, EachMistakeIsNamed) {
     }
 }
 
+TEST(Arguments, HelpNamesTheFormatsThatImagesAreMadeWith) {
+    EXPECT_THAT(helpText(), HasSubstr("      -format UDRO|UDZO|UDBZ|ULMO|ULFO   (UDZO)\n"));
+    EXPECT_EQ(parseArguments({"create", "-srcfolder", "in", "-volname", "V", "-format", "ULMO", "out"}).create.format,
+              RunType::kLzma);
+    EXPECT_THROW(parseArguments({"create", "-srcfolder", "in", "-volname", "V", "-format", "UDCO", "out"}), UsageError);
+}
+
 TEST(Arguments, HelpNamesEveryVerb) {
     for (const char* verb :
          {"attach", "mount", "detach", "eject", "unmount", "info", "imageinfo", "verify", "create"}) {

@@ -173,8 +173,8 @@ Bytes HfsBuilder::makeExtents() const {
 }
 
 Bytes HfsBuilder::makeAttributes() const {
-    HfsTreeWriter::Kind kind = HfsTreeWriter::attributesKind();
-    kind.nodeSize = nodeSize_ == 4096 ? 8192 : nodeSize_;
+    const std::uint16_t nodeSize = nodeSize_ == 4096 ? 8192 : nodeSize_;
+    const HfsTreeWriter::Kind kind{nodeSize, 266, 0, true};
     HfsTreeWriter tree(kind);
     for (const auto& [place, value] : attributes_) {
         Bytes key(12 + 2 * place.second.size());
