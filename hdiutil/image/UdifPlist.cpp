@@ -83,8 +83,11 @@ Resources resourcesByType(plist_t fork) {
 } // namespace
 
 Resources parseUdifPlist(std::span<const std::byte> bytes) {
-    const base::PropertyListNode root =
-        base::parsePropertyList({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (!base::isSafePropertyList(text)) {
+        damaged("the image's property list is too large or not plain enough");
+    }
+    const base::PropertyListNode root = base::parsePropertyList(text);
     if (!root || plist_get_node_type(root.get()) != PLIST_DICT) {
         damaged("the image's property list cannot be read");
     }
