@@ -102,7 +102,7 @@ class MemorySource final : public hdi::ByteSource {
 public:
     explicit MemorySource(QByteArray bytes) : bytes_(std::move(bytes)) {}
     std::uint64_t size() const override { return static_cast<std::uint64_t>(bytes_.size()); }
-    void read(std::uint64_t offset, std::span<std::byte> into) const override {
+    void doRead(std::uint64_t offset, std::span<std::byte> into) const override {
         std::memcpy(into.data(), bytes_.constData() + offset, into.size());
     }
 
