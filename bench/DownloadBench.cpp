@@ -2,7 +2,7 @@
 #include "platform/base/MainQueue.h"
 #include "tests/support/LoopbackProcess.h"
 #include "tests/support/PrivateBundle.h"
-#include "tests/support/TestCertificate.h"
+#include "tools/loopback/Certificate.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <QCoreApplication>

@@ -1,6 +1,6 @@
 #include "tests/platform/TransferOutcome.h"
 #include "tests/support/LoopbackServer.h"
-#include "tests/support/TestCertificate.h"
+#include "tools/loopback/Certificate.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <gmock/gmock.h>

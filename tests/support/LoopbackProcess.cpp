@@ -1,8 +1,8 @@
 #include "tests/support/LoopbackProcess.h"
 
-#include "tests/support/LoopbackConnection.h"
 #include "tests/support/LoopbackServer.h"
-#include "tests/support/TestCertificate.h"
+#include "tools/loopback/Certificate.h"
+#include "tools/loopback/Connection.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>

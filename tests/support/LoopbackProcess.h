@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/LoopbackReply.h"
+#include "tools/loopback/Reply.h"
 
 #include <sys/types.h>
 

@@ -1,7 +1,7 @@
 #include "tests/support/LoopbackServer.h"
 
-#include "tests/support/LoopbackConnection.h"
-#include "tests/support/TestCertificate.h"
+#include "tools/loopback/Certificate.h"
+#include "tools/loopback/Connection.h"
 
 #include <gtest/gtest.h>
 
@@ -18,28 +18,6 @@
 namespace loopback {
 
 namespace {
-
-struct BoundSocket {
-    int socket;
-    std::uint16_t port;
-};
-
-BoundSocket bindToFreePort() {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const int bound = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    socklen_t length = sizeof address;
-    if (bound < 0 || bind(bound, reinterpret_cast<const sockaddr*>(&address), length) != 0 ||
-        getsockname(bound, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        throw std::system_error(errno, std::generic_category(), "no port of the loopback interface");
-    }
-    return {bound, ntohs(address.sin_port)};
-}
-
-std::string addressOf(const char* scheme, std::uint16_t port, std::string_view path) {
-    return std::string(scheme) + "://127.0.0.1:" + std::to_string(port) + std::string(path);
-}
 
 std::string methodAndTargetOf(const Request& request) {
     return request.line.substr(0, request.line.rfind(' '));
@@ -69,7 +47,7 @@ LoopbackServer::~LoopbackServer() {
 }
 
 void LoopbackServer::listen() {
-    const auto bound = bindToFreePort();
+    const auto bound = bindToPort(0);
     listener_ = bound.socket;
     port_ = bound.port;
     if (::listen(listener_, SOMAXCONN) != 0) {
@@ -189,19 +167,8 @@ Reply LoopbackServer::replyTo(const Request& request) {
     return reply;
 }
 
-RefusingPort::RefusingPort() {
-    // Bound but not listening: the port can neither be connected to nor taken by somebody else.
-    const auto bound = bindToFreePort();
-    socket_ = bound.socket;
-    port_ = bound.port;
-}
-
-RefusingPort::~RefusingPort() {
-    close(socket_);
-}
-
 BusyPort::BusyPort() {
-    const auto bound = bindToFreePort();
+    const auto bound = bindToPort(0);
     socket_ = bound.socket;
     port_ = bound.port;
     ::listen(socket_, 0);
@@ -225,10 +192,6 @@ BusyPort::~BusyPort() {
 }
 
 std::string BusyPort::address(std::string_view path) const {
-    return addressOf("http", port_, path);
-}
-
-std::string RefusingPort::address(std::string_view path) const {
     return addressOf("http", port_, path);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "tests/support/LoopbackReply.h"
+#include "tools/loopback/Ports.h"
+#include "tools/loopback/Reply.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -89,22 +90,6 @@ private:
     std::list<Connection> connectionList_;
     std::list<std::thread> threads_;
     bool stopping_ = false;
-};
-
-// A port of 127.0.0.1 that refuses connections for as long as this object lives.
-class RefusingPort {
-public:
-    RefusingPort();
-    ~RefusingPort();
-    RefusingPort(const RefusingPort&) = delete;
-    RefusingPort& operator=(const RefusingPort&) = delete;
-
-    std::uint16_t port() const { return port_; }
-    std::string address(std::string_view path = "/") const;
-
-private:
-    int socket_ = -1;
-    std::uint16_t port_ = 0;
 };
 
 // A port of 127.0.0.1 that lets whoever connects wait: nobody accepts, and its queue is full.

@@ -13,6 +13,7 @@
 #include <QTemporaryDir>
 #include <QUrl>
 
+#include <csignal>
 #include <future>
 #include <map>
 #include <set>
@@ -218,6 +219,7 @@ private:
 } // namespace
 
 CheckReport runChecks(const CheckOptions& options) {
+    std::signal(SIGPIPE, SIG_IGN); // of a server that goes in the middle of a handshake
     return Run(options).go();
 }
 

@@ -192,10 +192,18 @@ ConfigOutcome checkConfiguration(Findings& findings, const QByteArray& document,
         return outcome;
     }
     if (scan.root->kind != JsonValue::Kind::kObject) {
+        if (!JSONReader::read(document).value) {
+            return outcome; // told already
+        }
         findings.add("json-not-object", places.document(), {describe(*scan.root)});
         return outcome;
     }
     checkKeys(findings, places, *scan.root);
+    const bool isCutOff =
+        std::ranges::any_of(scan.problems, [](const JsonProblem& problem) { return problem.code == "json-unended"; });
+    if (isCutOff) {
+        return outcome; // what is missing may stand in the other half
+    }
     {
         const QuietConsole quiet;
         outcome.model = std::make_shared<QNConfig>(variantOf(*scan.root).toMap());

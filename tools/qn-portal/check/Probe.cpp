@@ -4,7 +4,12 @@
 #include "platform/base/CurlErrors.h"
 #include "platform/base/HttpRedirect.h"
 #include "platform/base/TransferClock.h"
+#include "platform/linux/ContentDecoder.h"
 #include "platform/linux/CurlHandle.h"
+
+#include <memory>
+#include <string_view>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -17,7 +22,7 @@ using Clock = std::chrono::steady_clock;
 class Transfer {
 public:
     explicit Transfer(const ProbeRequest& request)
-        : request_(request), handle_(makeCurlHandle()), clock_(limits_.idle, request.limit, Clock::now()) {}
+        : request_(request), handle_(makeCurlHandle()), clock_(request.idle, request.limit, Clock::now()) {}
 
     ProbeAnswer run() {
         const auto begin = Clock::now();
@@ -73,28 +78,38 @@ private:
 
     std::optional<TransportError::Code> performHop() {
         answer_.body.clear();
+        decoder_.reset();
+        bodyBegan_ = headIsWhole_ = false;
+        headBytes_ = answer_.received = 0;
         const CURLcode code = curlLibrary()->perform(handle_.get());
-        long status = 0;
-        curlLibrary()->getInfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
-        answer_.hops.back().status = static_cast<int>(status);
-        curl_off_t received = 0;
-        curlLibrary()->getInfo(handle_.get(), CURLINFO_SIZE_DOWNLOAD_T, &received);
-        answer_.received = received;
-        if (status == 0) {
+        answer_.hops.back().status = static_cast<int>(status());
+        if (!headIsWhole_) {
             answer_.hops.pop_back(); // nobody answered
         }
-        if (code == CURLE_OK) {
-            return status == 0 ? std::optional(TransportError::kConnectionLost) : std::nullopt;
+        if (refusal_) {
+            return refusal_;
         }
-        if (isTooMuch_) {
-            return TransportError::kDataLengthExceedsMaximum;
+        if (code == CURLE_OK) {
+            return !headIsWhole_                      ? std::optional(TransportError::kConnectionLost)
+                   : decoder_ && !decoder_->isWhole() ? std::optional(TransportError::kBadServerResponse)
+                                                      : std::nullopt;
         }
         if (clock_.hasExpired()) {
             return TransportError::kTimedOut;
         }
+        // The body of a redirect does not count.
+        if (headIsWhole_ && HttpRedirect::isRedirect(status()) && !redirectTarget().isEmpty()) {
+            return std::nullopt;
+        }
         long systemError = 0;
         curlLibrary()->getInfo(handle_.get(), CURLINFO_OS_ERRNO, &systemError);
         return transportErrorCode(code, systemError, platform::defaultRouteIsReachable());
+    }
+
+    long status() const {
+        long status = 0;
+        curlLibrary()->getInfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
+        return status;
     }
 
     QString redirectTarget() const {
@@ -104,38 +119,63 @@ private:
     }
 
     static std::size_t takeBody(char* bytes, std::size_t one, std::size_t count, void* self) {
-        auto& transfer = *static_cast<Transfer*>(self);
         const std::size_t size = one * count;
-        long status = 0;
-        curlLibrary()->getInfo(transfer.handle_.get(), CURLINFO_RESPONSE_CODE, &status);
-        if (HttpRedirect::isRedirect(status)) {
-            return size;
-        }
-        return transfer.take(bytes, size) ? size : 0;
+        return static_cast<Transfer*>(self)->takeEncoded({bytes, size}) ? size : 0;
     }
 
-    bool take(const char* bytes, std::size_t size) {
+    bool takeEncoded(std::string_view bytes) {
+        answer_.received += static_cast<std::int64_t>(bytes.size());
+        if (HttpRedirect::isRedirect(status())) {
+            return true;
+        }
+        if (!std::exchange(bodyBegan_, true)) {
+            const auto encoding = answer_.hops.back().header("Content-Encoding");
+            decoder_ = encoding ? ContentDecoder::forHeader(encoding->toStdString()) : nullptr;
+        }
+        if (!decoder_) {
+            return take(bytes);
+        }
+        if (!decoder_->feed(bytes, [this](std::string_view decoded) { return take(decoded); }) && !refusal_) {
+            refusal_ = TransportError::kBadServerResponse;
+        }
+        return !refusal_;
+    }
+
+    bool take(std::string_view bytes) {
         if (request_.sink) {
-            return request_.sink(bytes, size);
+            if (!request_.sink(bytes.data(), bytes.size())) {
+                refusal_ = TransportError::kCannotWriteFile;
+            }
+        } else if (answer_.body.size() + static_cast<qsizetype>(bytes.size()) > limits_.data) {
+            refusal_ = TransportError::kDataLengthExceedsMaximum;
+        } else {
+            answer_.body.append(bytes.data(), static_cast<qsizetype>(bytes.size()));
         }
-        isTooMuch_ = answer_.body.size() + static_cast<qsizetype>(size) > limits_.data;
-        if (!isTooMuch_) {
-            answer_.body.append(bytes, static_cast<qsizetype>(size));
-        }
-        return !isTooMuch_;
+        return !refusal_;
     }
 
     static std::size_t takeHeader(char* bytes, std::size_t one, std::size_t count, void* self) {
-        auto& transfer = *static_cast<Transfer*>(self);
-        const QByteArray line(bytes, static_cast<qsizetype>(one * count));
-        transfer.headerBytes_ += line.size();
-        ProbeHop& hop = transfer.answer_.hops.back();
+        const std::size_t size = one * count;
+        return static_cast<Transfer*>(self)->takeHead(QByteArray(bytes, static_cast<qsizetype>(size))) ? size : 0;
+    }
+
+    bool takeHead(const QByteArray& line) {
+        headerBytes_ += line.size();
+        headBytes_ += line.size();
+        if (headBytes_ > limits_.head) {
+            refusal_ = TransportError::kDataLengthExceedsMaximum;
+            return false;
+        }
+        ProbeHop& hop = answer_.hops.back();
         if (line.startsWith("HTTP/")) {
             hop.headers.clear(); // an interim answer came before
+            headIsWhole_ = false;
+        } else if (line == "\r\n" || line == "\n") {
+            headIsWhole_ = true;
         } else if (const qsizetype colon = line.indexOf(':'); colon > 0) {
             hop.headers.emplace_back(line.left(colon), line.mid(colon + 1).trimmed());
         }
-        return one * count;
+        return true;
     }
 
     static int takeProgress(void* self, curl_off_t, curl_off_t received, curl_off_t, curl_off_t sent) {
@@ -149,8 +189,12 @@ private:
     TransferClock clock_;
     QString address_;
     ProbeAnswer answer_;
-    std::int64_t headerBytes_ = 0;
-    bool isTooMuch_ = false;
+    std::unique_ptr<ContentDecoder> decoder_;
+    std::int64_t headerBytes_ = 0; // of all hops
+    std::int64_t headBytes_ = 0;   // of the present one
+    bool headIsWhole_ = false;
+    bool bodyBegan_ = false;
+    std::optional<TransportError::Code> refusal_;
 };
 
 } // namespace

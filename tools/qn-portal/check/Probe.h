@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/UrlSession.h"
 #include "platform/base/TransportError.h"
 
 #include <QByteArray>
@@ -24,6 +25,7 @@ struct ProbeRequest {
     // limit. False ends the transfer.
     std::function<bool(const char* bytes, std::size_t size)> sink = {};
     std::chrono::milliseconds limit = std::chrono::hours(24);
+    std::chrono::milliseconds idle = TransferLimits().idle; // without a byte
 };
 
 struct ProbeHop {

@@ -136,6 +136,7 @@ std::optional<QByteArray> TransferCheck::configuration(const QString& address,
                                                        const std::vector<std::pair<QString, QString>>& headers) {
     const Place place{address, 0, 0, {}, {}};
     ProbeRequest request{address};
+    request.idle = patience_.idle;
     request.headers = headers;
     const ProbeAnswer answer = probe(request);
     if (!judgeTransfer(place, address, answer)) {
@@ -153,6 +154,7 @@ std::optional<QByteArray>
 TransferCheck::configurationAgain(const QString& address,
                                   const std::vector<std::pair<QString, QString>>& headers) const {
     ProbeRequest request{address};
+    request.idle = patience_.idle;
     request.headers = headers;
     const ProbeAnswer answer = probe(request);
     return answer.failure ? std::nullopt : std::optional(answer.body);
@@ -204,6 +206,7 @@ bool TransferCheck::image(const ConfigAddress& address, const QString& file) {
         throw std::runtime_error("cannot write " + file.toStdString());
     }
     ProbeRequest request{address.text};
+    request.idle = patience_.idle;
     bool isWritten = true;
     request.sink = [&](const char* bytes, std::size_t size) {
         isWritten = into.write(bytes, static_cast<qint64>(size)) == static_cast<qint64>(size);
@@ -251,6 +254,7 @@ void TransferCheck::analytics(const ConfigAddress& address) {
 
 void TransferCheck::page(const Place& place, const QString& address, std::string_view code) {
     ProbeRequest request{address};
+    request.idle = patience_.idle;
     request.limit = std::chrono::seconds(15);
     const ProbeAnswer answer = probe(request);
     if (answer.failure) {

@@ -1,6 +1,6 @@
 #include "tests/support/LoopbackServer.h"
-#include "tests/support/TestCertificate.h"
 #include "tests/tools/qn-portal/check/CheckCases.h"
+#include "tools/loopback/Certificate.h"
 #include "tools/qn-portal/check/TransferCheck.h"
 
 #include <QFile>
@@ -153,8 +153,8 @@ std::vector<Case> imageTransferCases() {
               [](Reply& reply) {
                   setHeader(reply, "Content-Encoding", "gzip");
                   // gzip of "image\n"
-                  reply.body = std::string("\x1f\x8b\x08\x00\x00\x00\x00\x00\x00\x03\xcb\xcc\x4d\x4c\x4f\xe5\x02\x00"
-                                           "\xb9\x82\xf5\x6c\x06\x00\x00\x00",
+                  reply.body = std::string("\x1f\x8b\x08\x00\x00\x00\x00\x00\x02\xff\xcb\xcc\x4d\x4c\x4f\xe5\x02\x00"
+                                           "\xf2\x77\xc6\xc9\x06\x00\x00\x00",
                                            26);
               }),
         image("transfer-no-length",

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/LoopbackReply.h"
+#include "tools/loopback/Reply.h"
 
 #include <atomic>
 #include <cstddef>
@@ -14,14 +14,18 @@ struct ssl_ctx_st;
 
 namespace loopback {
 
-// A certificate and its private key, as PEM.
 struct TlsIdentity;
+
+enum class TlsVersions {
+    kUsual,
+    kOldOnly, // TLS 1.1 and nothing newer
+};
 
 // What all connections of a server that speaks TLS share.
 class TlsContext {
 public:
     // Throws std::runtime_error when the identity is none.
-    explicit TlsContext(const TlsIdentity& identity);
+    explicit TlsContext(const TlsIdentity& identity, TlsVersions versions = TlsVersions::kUsual);
     ~TlsContext();
     TlsContext(const TlsContext&) = delete;
     TlsContext& operator=(const TlsContext&) = delete;
@@ -53,6 +57,8 @@ public:
 private:
     bool fill();
     bool write(std::string_view bytes);
+    bool writeAtOnce(std::string_view bytes);
+    bool waitFor(std::chrono::milliseconds time);
     bool sendBody(const Reply& reply, std::uint64_t allowed);
     bool sendFile(const std::string& path, std::uint64_t allowed);
     bool sendSlowly(std::string_view bytes, std::chrono::milliseconds pause);
@@ -63,6 +69,7 @@ private:
     int socket_;
     ssl_st* ssl_ = nullptr;
     std::string unread_;
+    std::uint64_t bytesPerSecond_ = 0; // of the present answer
     std::atomic<bool> stopped_ = false;
 };
 

@@ -52,6 +52,10 @@ struct Reply {
     std::optional<std::uint64_t> cutAfter = {};
     // Before each byte that follows the head.
     std::chrono::milliseconds pause = std::chrono::milliseconds(0);
+    // Before anything of the answer.
+    std::chrono::milliseconds delay = std::chrono::milliseconds(0);
+    // No faster than this; 0: as fast as can be.
+    std::uint64_t bytesPerSecond = 0;
     Ending ending = Ending::kKeepConnection;
     // After the head the connection is joined to this port of 127.0.0.1, as a proxy does.
     std::optional<std::uint16_t> tunnelTo = {};

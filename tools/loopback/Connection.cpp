@@ -1,6 +1,6 @@
-#include "tests/support/LoopbackConnection.h"
+#include "tools/loopback/Connection.h"
 
-#include "tests/support/TestCertificate.h"
+#include "tools/loopback/Certificate.h"
 
 #include <openssl/err.h>
 #include <openssl/pem.h>
@@ -24,6 +24,7 @@ namespace {
 
 constexpr std::size_t kBlock = std::size_t{256} * 1024;
 constexpr std::size_t kLargestHead = std::size_t{256} * 1024;
+constexpr std::size_t kLargestBody = std::size_t{256} * 1024 * 1024;
 
 struct BioFree {
     void operator()(BIO* bio) const { BIO_free(bio); }
@@ -53,14 +54,27 @@ bool pass(int from, int to) {
 
 } // namespace
 
-TlsContext::TlsContext(const TlsIdentity& identity) : context_(SSL_CTX_new(TLS_server_method())) {
-    const std::unique_ptr<X509, CertificateFree> certificate(
-        PEM_read_bio_X509(reader(identity.certificate).get(), nullptr, nullptr, nullptr));
+TlsContext::TlsContext(const TlsIdentity& identity, TlsVersions versions) : context_(SSL_CTX_new(TLS_server_method())) {
+    const auto certificates = reader(identity.certificate);
+    const auto next = [&] {
+        return std::unique_ptr<X509, CertificateFree>(PEM_read_bio_X509(certificates.get(), nullptr, nullptr, nullptr));
+    };
+    const auto certificate = next();
     const std::unique_ptr<EVP_PKEY, KeyFree> key(
         PEM_read_bio_PrivateKey(reader(identity.key).get(), nullptr, nullptr, nullptr));
     if (SSL_CTX_use_certificate(context_, certificate.get()) != 1 || SSL_CTX_use_PrivateKey(context_, key.get()) != 1) {
         SSL_CTX_free(context_);
-        throw std::runtime_error("the test's certificate and key do not fit");
+        throw std::runtime_error("the certificate and the key do not fit");
+    }
+    while (const auto issuer = next()) {
+        SSL_CTX_add1_chain_cert(context_, issuer.get());
+    }
+    ERR_clear_error(); // of the end of the text
+    if (versions == TlsVersions::kOldOnly) {
+        // The library would not speak it by itself.
+        SSL_CTX_set_cipher_list(context_, "ALL:@SECLEVEL=0");
+        SSL_CTX_set_min_proto_version(context_, TLS1_1_VERSION);
+        SSL_CTX_set_max_proto_version(context_, TLS1_1_VERSION);
     }
 }
 
@@ -118,7 +132,7 @@ std::optional<Request> Connection::readRequest() {
     std::size_t length = 0;
     std::from_chars(stated.data(), stated.data() + stated.size(), length);
     while (unread_.size() < length) {
-        if (!fill()) {
+        if (length > kLargestBody || !fill()) {
             return std::nullopt;
         }
     }
@@ -127,7 +141,27 @@ std::optional<Request> Connection::readRequest() {
     return request;
 }
 
+// False when the server stops meanwhile, or the peer goes.
+bool Connection::waitFor(std::chrono::milliseconds time) {
+    return time.count() == 0 || (!hasInput(socket_, time) && !stopped_);
+}
+
 bool Connection::write(std::string_view bytes) {
+    constexpr std::uint64_t kPiecesPerSecond = 20;
+    if (bytesPerSecond_ == 0) {
+        return writeAtOnce(bytes);
+    }
+    const auto piece = static_cast<std::size_t>(std::max<std::uint64_t>(bytesPerSecond_ / kPiecesPerSecond, 1));
+    while (!bytes.empty()) {
+        if (!writeAtOnce(bytes.substr(0, piece)) || !waitFor(std::chrono::milliseconds(1000 / kPiecesPerSecond))) {
+            return false;
+        }
+        bytes.remove_prefix(std::min(piece, bytes.size()));
+    }
+    return true;
+}
+
+bool Connection::writeAtOnce(std::string_view bytes) {
     while (!bytes.empty()) {
         const auto count = ssl_ ? SSL_write(ssl_, bytes.data(), static_cast<int>(bytes.size()))
                                 : static_cast<int>(::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL));
@@ -140,6 +174,10 @@ bool Connection::write(std::string_view bytes) {
 }
 
 bool Connection::send(const Reply& reply) {
+    bytesPerSecond_ = reply.bytesPerSecond;
+    if (!waitFor(reply.delay)) {
+        return false;
+    }
     std::uint64_t allowed = reply.cutAfter.value_or(UINT64_MAX);
     const auto head = reply.raw ? std::string() : headOf(reply);
     if (!write(std::string_view(head).substr(0, allowed))) {

@@ -1,4 +1,4 @@
-#include "tests/support/LoopbackReply.h"
+#include "tools/loopback/Reply.h"
 
 #include <strings.h>
 
@@ -15,6 +15,8 @@ const char* reasonFor(int status) {
         return "OK";
     case 204:
         return "No Content";
+    case 206:
+        return "Partial Content";
     case 301:
         return "Moved Permanently";
     case 302:
@@ -31,8 +33,12 @@ const char* reasonFor(int status) {
         return "Unauthorized";
     case 404:
         return "Not Found";
+    case 405:
+        return "Method Not Allowed";
     case 500:
         return "Internal Server Error";
+    case 503:
+        return "Service Unavailable";
     default:
         return "Status";
     }

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace loopback {
+
+struct BoundSocket {
+    int socket;
+    std::uint16_t port;
+};
+// A socket bound to 127.0.0.1, to any free port with 0. The caller closes it. Throws std::system_error.
+BoundSocket bindToPort(std::uint16_t port);
+
+// SCHEME://127.0.0.1:PORT and the path.
+std::string addressOf(const char* scheme, std::uint16_t port, std::string_view path);
+
+// A port of 127.0.0.1 that refuses connections for as long as this object lives.
+class RefusingPort {
+public:
+    RefusingPort();
+    ~RefusingPort();
+    RefusingPort(const RefusingPort&) = delete;
+    RefusingPort& operator=(const RefusingPort&) = delete;
+
+    std::uint16_t port() const { return port_; }
+    std::string address(std::string_view path = "/") const;
+
+private:
+    int socket_ = -1;
+    std::uint16_t port_ = 0;
+};
+
+} // namespace loopback
