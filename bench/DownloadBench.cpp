@@ -2,8 +2,8 @@
 #include "platform/base/MainQueue.h"
 #include "tests/support/LoopbackProcess.h"
 #include "tests/support/PrivateBundle.h"
-#include "tools/loopback/Certificate.h"
 #include "tests/support/TestEnvironment.h"
+#include "tools/loopback/Certificate.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

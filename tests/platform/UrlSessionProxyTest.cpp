@@ -1,7 +1,7 @@
 #include "tests/platform/TransferOutcome.h"
 #include "tests/support/LoopbackServer.h"
-#include "tools/loopback/Certificate.h"
 #include "tests/support/TestEnvironment.h"
+#include "tools/loopback/Certificate.h"
 
 #include <gmock/gmock.h>
 

@@ -3,6 +3,7 @@
 #include "tools/qn-portal/check/CheckVerb.h"
 #include "tools/qn-portal/log/LogVerb.h"
 #include "tools/qn-portal/report/ReportVerb.h"
+#include "tools/qn-portal/serve/ServeVerb.h"
 
 #include <algorithm>
 #include <array>
@@ -18,6 +19,7 @@ constexpr std::array kVerbs{
     Verb{"check", "finds the mistakes of a portal: configuration, image, bundle, servers", runCheck},
     Verb{"log", "shows the runs in an event log: what happened, how long it took, how it ended", runLog},
     Verb{"report", "draws the funnel out of collected analytics", runReport},
+    Verb{"serve", "is a portal in a box, good or with any fault there is", runServe},
 };
 
 const Verb* verbCalled(const std::string& name) {

@@ -13,7 +13,8 @@ struct CheckReport {
     QStringList refusals; // a sentence for each target that cannot be checked
 };
 
-// Checks all targets, and what they lead to. SIGPIPE is ignored from then on. Throws std::exception when this machine fails: a full disk, no memory.
+// Checks all targets, and what they lead to. SIGPIPE is ignored from then on. Throws std::exception when this machine
+// fails: a full disk, no memory.
 CheckReport runChecks(const CheckOptions& options);
 
 // The program's exit status for a report.

@@ -15,7 +15,7 @@ namespace portal::check {
 struct Patience {
     std::chrono::milliseconds configuration = std::chrono::seconds(2);
     std::chrono::milliseconds analytics = std::chrono::seconds(1);
-    std::chrono::milliseconds idle = TransferLimits().idle; // as long as the installer waits for a byte
+    std::chrono::milliseconds idle = TransferLimits().idle;              // as long as the installer waits for a byte
     std::chrono::milliseconds analyticsLimit = std::chrono::seconds(15); // then no answer is waited for any more
 };
 
