@@ -54,7 +54,67 @@ bool isName(std::string_view text) {
     });
 }
 
+// Reads a tail from its front, as far as it goes.
+class CutTail {
+public:
+    explicit CutTail(std::string_view text) : text_(text) {}
+
+    // False when the text is no beginning of a tail.
+    bool read(std::vector<Field>& fields) {
+        while (!text_.empty() && text_ != " }" && text_ != " ") {
+            Field field;
+            if (!takesLiteral(", \"") || !takesUntilQuote(field.name) || !isNameOrCut(field.name) ||
+                !takesLiteral(": \"") || !takesUntilQuote(field.value)) {
+                return false;
+            }
+            if (!field.value.empty() || !text_.empty()) {
+                fields.push_back(field);
+            }
+        }
+        return true;
+    }
+
+private:
+    bool takesLiteral(std::string_view literal) {
+        const std::size_t size = std::min(literal.size(), text_.size());
+        const bool isThere = text_.substr(0, size) == literal.substr(0, size);
+        text_.remove_prefix(isThere ? size : 0);
+        return isThere;
+    }
+
+    bool takesUntilQuote(std::string_view& value) {
+        value = text_.substr(0, text_.find_first_of("\"\r\n"));
+        text_.remove_prefix(value.size());
+        const bool isClosed = text_.starts_with('"');
+        text_.remove_prefix(isClosed ? 1 : 0);
+        return isClosed || text_.empty();
+    }
+
+    bool isNameOrCut(std::string_view name) const { return isName(name) || (name.empty() && text_.empty()); }
+
+    std::string_view text_;
+};
+
 } // namespace
+
+CutBody cutBodyOf(std::string_view body, bool isEvent) {
+    std::string_view line = body;
+    for (const char end : {'\n', '\r'}) {
+        line.remove_suffix(line.ends_with(end) ? 1 : 0);
+    }
+    const std::string_view mark = isEvent ? ", \"lang\": \"" : "\", \"lang\": \"";
+    std::size_t at = line.rfind(mark);
+    for (std::size_t size = mark.size() - 1; at == std::string_view::npos && size >= 2; --size) {
+        at = line.ends_with(mark.substr(0, size)) ? line.size() - size : at;
+    }
+    CutBody result{body, {}};
+    if (at != std::string_view::npos && CutTail(line.substr(isEvent ? at : at + 1)).read(result.fields)) {
+        result.message = body.substr(0, at);
+    } else {
+        result.fields.clear();
+    }
+    return result;
+}
 
 std::optional<Head> headOf(std::string_view text) {
     Head head;

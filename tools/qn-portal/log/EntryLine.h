@@ -56,4 +56,14 @@ private:
     std::array<Tail, 256> met_;
 };
 
+// What an entry without its end holds.
+struct CutBody {
+    std::string_view message;
+    std::vector<Field> fields; // the last value may be a part
+};
+
+// Takes what follows a head apart, when its end is missing: what cannot be the beginning of a tail belongs to the
+// message. A message that ends with a quote keeps it, since a tail may just not have begun.
+CutBody cutBodyOf(std::string_view body, bool isEvent);
+
 } // namespace portal::eventlog

@@ -126,21 +126,6 @@ private:
     std::size_t top_ = 0; // the last bracket that lies in no other
 };
 
-// Where the message of an entry without a whole tail ends: at what can be the beginning of one.
-std::size_t beginOfCutTail(std::string_view body) {
-    constexpr std::string_view kMark = "\", \"lang\": \"";
-    const std::size_t whole = body.rfind(kMark);
-    if (whole != kNone) {
-        return whole;
-    }
-    for (std::size_t size = kMark.size() - 1; size >= 2; --size) {
-        if (body.ends_with(kMark.substr(0, size))) {
-            return body.size() - size;
-        }
-    }
-    return body.size();
-}
-
 } // namespace
 
 std::span<char> EntryReader::room() {
@@ -290,9 +275,8 @@ void EntryReader::hand(const Head& head, std::string_view entry) {
 
 void EntryReader::handCut(const Head& head, std::string_view entry) {
     const auto kind = head.isEvent ? Entry::Kind::kEvent : Entry::Kind::kPlain;
-    const std::string_view body = entry.substr(head.size);
-    const std::string_view message = body.substr(0, beginOfCutTail(body));
-    receiver_({kind, true, head.time, head.identifier, head.level, message, {}});
+    const CutBody body = cutBodyOf(entry.substr(head.size), head.isEvent);
+    receiver_({kind, true, head.time, head.identifier, head.level, body.message, body.fields});
 }
 
 void EntryReader::handForeign(std::string_view text, bool isCut) {

@@ -3,6 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <random>
+
 using portal::eventlog::Entry;
 using portal::eventlog::EntryReader;
 using portal::eventlog::NoEventLog;
@@ -122,6 +125,28 @@ TEST(EntryReader, RefusesWhatIsNoLog) {
 
 TEST(EntryReader, RefusesAnEntryThatNeverEnds) {
     EXPECT_THROW(entriesOf(head("05") + "\" " + std::string(40'000'000, 'x')), NoEventLog);
+}
+
+TEST(EntryReader, HandsOverEveryByteOfALogThatIsDamagedAnywhere) {
+    const std::string log =
+        plain("05", "first") + event("06", "{}") + plain("07", "a" + plain("07", "b") + "c") + plain("08", "last");
+    std::mt19937 random(7);
+    for (int round = 0; round < 3000; ++round) {
+        std::string damaged = log;
+        for (int changes = 0; changes < 3; ++changes) {
+            const std::size_t at = log.find("\n") + random() % (log.size() - log.find("\n"));
+            damaged.replace(std::min(at, damaged.size()), random() % 40, std::string(random() % 3, '#'));
+        }
+        // A "#" is in no other place: none is lost, in whatever it is read as.
+        std::string read;
+        for (const auto& entry : entriesOf(damaged, 1 + random() % 500)) {
+            read += entry.time + entry.identifier + entry.level + entry.message;
+            for (const auto& [name, value] : entry.fields) {
+                read += name + value;
+            }
+        }
+        EXPECT_EQ(std::ranges::count(read, '#'), std::ranges::count(damaged, '#')) << damaged;
+    }
 }
 
 TEST(EntryReader, TakesTimeThatGrowsWithTheFileOnlyHoweverItIsTangled) {
