@@ -1,5 +1,6 @@
 #include "tools/qn-portal/Verbs.h"
 
+#include "tools/qn-portal/brand/BrandVerb.h"
 #include "tools/qn-portal/check/CheckVerb.h"
 #include "tools/qn-portal/log/LogVerb.h"
 #include "tools/qn-portal/report/ReportVerb.h"
@@ -16,6 +17,7 @@ namespace portal {
 namespace {
 
 constexpr std::array kVerbs{
+    Verb{"brand", "begins a brand's folder, with every setting explained", runBrand},
     Verb{"check", "finds the mistakes of a portal: configuration, image, bundle, servers", runCheck},
     Verb{"log", "shows the runs in an event log: what happened, how long it took, how it ended", runLog},
     Verb{"report", "draws the funnel out of collected analytics", runReport},

@@ -33,7 +33,7 @@ TEST(PortalFront, NamesEveryVerbInItsHelp) {
     CaptureStdout();
     EXPECT_EQ(run({"--help"}), 0);
     const std::string help = GetCapturedStdout();
-    for (const char* const name : {"check", "log", "report", "serve"}) {
+    for (const char* const name : {"brand", "check", "log", "report", "serve"}) {
         EXPECT_NE(help.find("\n  " + std::string(name) + " "), std::string::npos) << name;
     }
 }

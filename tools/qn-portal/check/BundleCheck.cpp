@@ -36,8 +36,8 @@ QStringList settingKeys() {
 
 class Check {
 public:
-    Check(Findings& findings, const QString& path, bool mayBeLocal)
-        : findings_(findings), info_(path), mayBeLocal_(mayBeLocal) {}
+    Check(Findings& findings, const QString& path, bool isBrand, bool mayBeLocal)
+        : findings_(findings), info_(path, isBrand), mayBeLocal_(mayBeLocal) {}
 
     BundleOutcome run() {
         if (info_.top().isEmpty()) {
@@ -45,7 +45,9 @@ public:
             return outcome_;
         }
         checkTop();
-        checkProgram();
+        if (!info_.isBrand()) {
+            checkProgram();
+        }
         const QVariant config = info_.top().value(u"QNConfig"_s);
         if (config.typeId() != QMetaType::QVariantMap) {
             findings_.add("bundle-no-settings", info_.place({}));
@@ -55,10 +57,14 @@ public:
             checkSettings();
             checkShared();
             checkColors(findings_, info_, config_);
-            checkScheme();
+            if (!info_.isBrand()) {
+                checkScheme();
+            }
         }
         outcome_.languages = checkTexts(findings_, info_);
-        checkResources();
+        if (!info_.isBrand()) {
+            checkResources();
+        }
         return outcome_;
     }
 
@@ -74,7 +80,7 @@ private:
             findings_.add("config-placeholder", info_.place(u"CFBundleIdentifier"_s), {*placeholder});
         }
         outcome_.installer.identifier = identifier;
-        if (topText(u"CFBundleShortVersionString"_s).isEmpty()) {
+        if (!info_.isBrand() && topText(u"CFBundleShortVersionString"_s).isEmpty()) {
             findings_.add("bundle-version", info_.place({}));
         }
         if (const QString system = topText(u"LSMinimumSystemVersion"_s); !system.isEmpty()) {
@@ -237,7 +243,11 @@ private:
 } // namespace
 
 BundleOutcome checkBundle(Findings& findings, const QString& path, bool mayBeLocal) {
-    return Check(findings, path, mayBeLocal).run();
+    return Check(findings, path, false, mayBeLocal).run();
+}
+
+BundleOutcome checkBrand(Findings& findings, const QString& path, bool mayBeLocal) {
+    return Check(findings, path, true, mayBeLocal).run();
 }
 
 } // namespace portal::check

@@ -25,5 +25,7 @@ struct BundleOutcome {
 
 // Checks the bundle at `path`: settings, program, resources, texts. `mayBeLocal` as for checkAddress().
 BundleOutcome checkBundle(Findings& findings, const QString& path, bool mayBeLocal);
+// The same of a brand's folder, which holds settings and texts only.
+BundleOutcome checkBrand(Findings& findings, const QString& path, bool mayBeLocal);
 
 } // namespace portal::check

@@ -1,6 +1,7 @@
 #include "tools/qn-portal/check/BundleInfo.h"
 
 #include "platform/Bundle.h"
+#include "platform/base/PropertyList.h"
 #include "tools/qn-portal/check/JsonScan.h"
 
 #include <QFile>
@@ -9,18 +10,20 @@ using namespace Qt::StringLiterals;
 
 namespace portal::check {
 
-BundleInfo::BundleInfo(const QString& path) : path_(path) {
-    if (const auto bundle = Bundle::bundleWithPath(path)) {
+BundleInfo::BundleInfo(const QString& path, bool isBrand)
+    : path_(path), isBrand_(isBrand), file_(path + (isBrand ? u"/Info.plist"_s : u"/Contents/Info.plist"_s)) {
+    QFile file(file_);
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    text_ = QString::fromUtf8(bytes);
+    if (isBrand) {
+        top_ = PropertyList::parse(bytes).value_or(QVariant()).toMap();
+    } else if (const auto bundle = Bundle::bundleWithPath(path)) {
         top_ = bundle->infoDictionary();
-    }
-    QFile file(path + u"/Contents/Info.plist"_s);
-    if (file.open(QIODevice::ReadOnly)) {
-        text_ = QString::fromUtf8(file.readAll());
     }
 }
 
 Place BundleInfo::place(const QString& key) const {
-    Place place{path_ + u"/Contents/Info.plist"_s, 0, 0, key, {}};
+    Place place{file_, 0, 0, key, {}};
     const qsizetype at = key.isEmpty() ? -1 : text_.indexOf(u"<key>%1</key>"_s.arg(key.toHtmlEscaped()));
     if (at >= 0) {
         const TextPlace found = placeIn(text_, at + 5);

@@ -23,7 +23,8 @@ QStringList listOf(std::span<const std::string_view> words) {
     return list;
 }
 
-void checkTable(Findings& findings, const Place& place, const StringsTable::Table& table) {
+// A brand's table replaces some of the texts, a bundle's has all of them.
+void checkTable(Findings& findings, const Place& place, const StringsTable::Table& table, bool mayLackTexts) {
     static const QStringList kKeys = listOf(textKeys());
     QStringList misspelt;
     for (auto text = table.cbegin(); text != table.cend(); ++text) {
@@ -40,7 +41,7 @@ void checkTable(Findings& findings, const Place& place, const StringsTable::Tabl
         }
     }
     for (const QString& key : kKeys) {
-        if (!table.contains(key) && !misspelt.contains(key)) {
+        if (!mayLackTexts && !table.contains(key) && !misspelt.contains(key)) {
             findings.add("bundle-text-missing", place, {key});
         }
     }
@@ -49,7 +50,7 @@ void checkTable(Findings& findings, const Place& place, const StringsTable::Tabl
 } // namespace
 
 QStringList checkTexts(Findings& findings, const BundleInfo& info) {
-    const QDir resources(info.path() + u"/Contents/Resources"_s);
+    const QDir resources(info.resources());
     QStringList found;
     for (const QString& folder : resources.entryList({u"*.lproj"_s}, QDir::Dirs, QDir::Name)) {
         QFile file(resources.filePath(folder + u"/Localizable.strings"_s));
@@ -59,10 +60,13 @@ QStringList checkTexts(Findings& findings, const BundleInfo& info) {
         found += folder.chopped(6); // .lproj
         const Place place{file.fileName(), 0, 0, {}, {}};
         if (const auto table = StringsTable::parse(file.readAll())) {
-            checkTable(findings, place, *table);
+            checkTable(findings, place, *table, info.isBrand());
         } else {
             findings.add("bundle-strings-damaged", place);
         }
+    }
+    if (info.isBrand()) {
+        return found;
     }
     const QString development = info.top().value(u"CFBundleDevelopmentRegion"_s).toString();
     if (!development.isEmpty() && !matchLanguage(development, found)) {

@@ -11,8 +11,8 @@ Finds the mistakes of a portal before a user does. It goes the installer's own w
 far as the targets lead: from a bundle to the configurations that it asks for, from there to the image and the analytics
 endpoint, and into the image.
 
-A TARGET is a configuration's address or file, an image (a file, or an address that ends in .dmg), a bundle, or a folder
-with any of them. Images of a folder stand for those of the same name that a configuration leads to.
+A TARGET is a configuration's address or file, an image (a file, or an address that ends in .dmg), a bundle, a brand's
+folder, or a folder with any of them. Images of a folder stand for those of the same name that a configuration leads to.
 
   --offline         ask no server: look only at what is in the files
   --local           the portal is on this machine on purpose: http and loopback addresses are meant

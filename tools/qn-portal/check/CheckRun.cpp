@@ -65,8 +65,8 @@ public:
         }
         // A bundle tells what the others are judged against.
         for (const Target& target : targets.all) {
-            if (target.kind == TargetKind::kBundle) {
-                checkBundleTarget(target.name);
+            if (target.kind == TargetKind::kBundle || target.kind == TargetKind::kBrand) {
+                checkBundleTarget(target);
             }
         }
         for (const Target& target : targets.all) {
@@ -80,6 +80,7 @@ private:
         const Place place{target.name, 0, 0, {}, {}};
         switch (target.kind) {
         case TargetKind::kBundle:
+        case TargetKind::kBrand:
             return; // done before
         case TargetKind::kImage:
             ++report_.checked;
@@ -114,9 +115,10 @@ private:
         return options_.locales.isEmpty() ? others : options_.locales;
     }
 
-    void checkBundleTarget(const QString& path) {
+    void checkBundleTarget(const Target& target) {
         ++report_.checked;
-        const BundleOutcome outcome = checkBundle(report_.findings, path, options_.isLocal);
+        const auto check = target.kind == TargetKind::kBundle ? checkBundle : checkBrand;
+        const BundleOutcome outcome = check(report_.findings, target.name, options_.isLocal);
         installer_ = outcome.installer;
         appName_ = outcome.appName;
         if (options_.isOffline) {

@@ -57,8 +57,9 @@ bool isBundle(const QString& path) {
 }
 
 void addFolder(Targets& targets, const QString& path) {
-    if (isBundle(path)) {
-        targets.all.push_back({TargetKind::kBundle, path});
+    const bool isBrand = QFileInfo::exists(path + u"/Info.plist"_s);
+    if (isBundle(path) || isBrand) {
+        targets.all.push_back({isBundle(path) ? TargetKind::kBundle : TargetKind::kBrand, path});
         return;
     }
     const std::size_t before = targets.all.size() + static_cast<std::size_t>(targets.refusals.size());

@@ -8,7 +8,7 @@
 
 namespace portal::check {
 
-enum class TargetKind { kConfigAddress, kImageAddress, kConfigFile, kImage, kBundle };
+enum class TargetKind { kConfigAddress, kImageAddress, kConfigFile, kImage, kBundle, kBrand };
 
 struct Target {
     TargetKind kind;
