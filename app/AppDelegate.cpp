@@ -2,6 +2,7 @@
 
 #include "app/exceptionHandler.h"
 #include "config/QNConfigProvider.h"
+#include "install/QNMainController.h"
 #include "logging/LogContext.h"
 #include "logging/QNAnalyticSender.h"
 #include "logging/QNLogger.h"
@@ -17,7 +18,7 @@
 #include "platform/base/NotificationNames.h"
 #include "platform/base/UncaughtException.h"
 #include "sysinfo/QNSystemInfo.h"
-#include "ui/QNMainController.h"
+#include "ui/MainMenu.h"
 #include "ui/View.h"
 #include "ui/Window.h"
 

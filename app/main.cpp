@@ -15,6 +15,7 @@
 #include "platform/base/UncaughtException.h"
 #include "sysinfo/QNSystemInfo.h"
 #include "ui/Fonts.h"
+#include "ui/MainMenu.h"
 #include "ui/PrivatePlugins.h"
 #include "ui/Window.h"
 

@@ -3,7 +3,7 @@
 #include "platform/Bundle.h"
 #include "platform/Console.h"
 #include "platform/base/Format.h"
-#include "sysinfo/Slot.h"
+#include "platform/base/Slot.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,4 +1,4 @@
-#include "ui/QNMainController.h"
+#include "install/QNMainController.h"
 
 #include "config/QNConfig.h"
 #include "config/QNConfigProvider.h"
@@ -18,6 +18,7 @@
 #include "platform/base/Termination.h"
 #include "sysinfo/QNSystemInfo.h"
 #include "ui/Button.h"
+#include "ui/MainMenu.h"
 #include "ui/QNButton.h"
 #include "ui/QNErrorController.h"
 #include "ui/View.h"
@@ -49,6 +50,12 @@ void deleteTinyLog() {
 
 } // namespace
 
+QNMainController::QNMainController(const QString& interfaceName, MainMenu* mainMenu) : Screens(interfaceName) {
+    mainMenu_ = mainMenu;
+    connect(closeButton_, &QAbstractButton::clicked, this, &QNMainController::onCloseTap);
+    awakeFromNib();
+}
+
 void QNMainController::awakeFromNib() {
     closeWithoutCheck_ = true;
     forceInstall_ = false;
@@ -63,6 +70,17 @@ void QNMainController::awakeFromNib() {
     setupMainMenu();
     subscribeEvents();
     setupUI();
+}
+
+void QNMainController::setupMainMenu() {
+    if (mainMenu_ != nullptr) {
+        connect(mainMenu_, &MainMenu::quitRequested, this, &QNMainController::tapQuit, Qt::UniqueConnection);
+    }
+}
+
+void QNMainController::setupUI() {
+    setupErrorPanel();
+    startInstallation();
 }
 
 void QNMainController::subscribeEvents() {

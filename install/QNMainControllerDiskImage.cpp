@@ -1,7 +1,7 @@
 #include "config/QNConfig.h"
 #include "install/DownloadingStartDate.h"
 #include "install/MountOutput.h"
-#include "install/QNTask.h"
+#include "install/QNMainController.h"
 #include "logging/LogContext.h"
 #include "logging/QNAnalyticSender.h"
 #include "logging/QNLogger.h"
@@ -15,7 +15,7 @@
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "platform/base/PathText.h"
-#include "ui/QNMainController.h"
+#include "sysinfo/QNTask.h"
 #include "ui/View.h"
 
 using namespace Qt::StringLiterals;

@@ -1,5 +1,6 @@
 #include "config/QNConfig.h"
 #include "install/DownloadingStartDate.h"
+#include "install/QNMainController.h"
 #include "install/QNPreinstallCheck.h"
 #include "logging/LogContext.h"
 #include "logging/QNLogger.h"
@@ -7,7 +8,6 @@
 #include "platform/Console.h"
 #include "platform/UrlSession.h"
 #include "platform/base/Format.h"
-#include "ui/QNMainController.h"
 
 using namespace Qt::StringLiterals;
 

@@ -1,5 +1,6 @@
 #include "config/QNConfigProvider.h"
 #include "install/InstallerOutput.h"
+#include "install/QNMainController.h"
 #include "install/QNUnmount.h"
 #include "logging/LogContext.h"
 #include "logging/QNLogger.h"
@@ -9,7 +10,6 @@
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "platform/base/TextDecoding.h"
-#include "ui/QNMainController.h"
 
 using namespace Qt::StringLiterals;
 

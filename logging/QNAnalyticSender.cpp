@@ -6,12 +6,12 @@
 #include "platform/Console.h"
 #include "platform/UrlSession.h"
 #include "platform/base/Format.h"
+#include "platform/base/JSONText.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
+#include "platform/base/Slot.h"
 #include "sysinfo/QNPortalProvider.h"
 #include "sysinfo/QNSystemInfo.h"
-#include "sysinfo/Slot.h"
-#include "ui/JSONText.h"
 
 #include <memory>
 #include <semaphore>

@@ -3,9 +3,9 @@
 #include "platform/Console.h"
 #include "platform/Folders.h"
 #include "platform/base/Format.h"
+#include "platform/base/Slot.h"
 #include "sysinfo/Identifier.h"
 #include "sysinfo/QNSystemInfo.h"
-#include "sysinfo/Slot.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 #include "sysinfo/QNSystemInfo.h"
 
-#include "install/QNTask.h"
 #include "platform/Machine.h"
 #include "platform/Task.h"
+#include "platform/base/Slot.h"
 #include "sysinfo/ProbeGuard.h"
 #include "sysinfo/ProbeOutput.h"
-#include "sysinfo/Slot.h"
+#include "sysinfo/QNTask.h"
 
 #include <QStringList>
 

@@ -1,7 +1,8 @@
+#include "ui/MainMenu.h"
+
 #include "platform/Bundle.h"
 #include "ui/Image.h"
 #include "ui/InterfaceFile.h"
-#include "ui/QNMainController.h"
 #include "ui/View.h"
 #include "ui/Window.h"
 
@@ -12,25 +13,6 @@
 #include <chrono>
 
 using namespace Qt::StringLiterals;
-
-MainMenu::MainMenu(QAction* quit, QObject* parent) : QObject(parent), quit_(quit) {
-    quit_->setText(localizedString(u"MenuQuit"_s));
-    connect(quit_, &QAction::triggered, this, &MainMenu::tapQuit);
-}
-
-void MainMenu::setDelegate(QNMainController* delegate) {
-    delegate_ = delegate;
-}
-
-QNMainController* MainMenu::delegate() const {
-    return qobject_cast<QNMainController*>(delegate_.data());
-}
-
-void MainMenu::tapQuit() const {
-    if (QNMainController* const controller = delegate()) {
-        controller->tapQuit();
-    }
-}
 
 namespace {
 
@@ -52,6 +34,11 @@ void setIconLater(QWidget* window) {
 }
 
 } // namespace
+
+MainMenu::MainMenu(QAction* quit, QObject* parent) : QObject(parent), quit_(quit) {
+    quit_->setText(localizedString(u"MenuQuit"_s));
+    connect(quit_, &QAction::triggered, this, &MainMenu::quitRequested);
+}
 
 MainInterface loadMainMenu() {
     std::unique_ptr<QWidget> root = loadInterfaceFile(u"MainMenu"_s);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/Color.h"
+#include "platform/base/Color.h"
 #include "ui/Fonts.h"
 #include "ui/StyledText.h"
 

@@ -1,16 +1,13 @@
 #pragma once
 
-#include "ui/Color.h"
+#include "platform/base/Color.h"
 
 #include <QPointer>
 #include <QWidget>
 
-#include <memory>
 #include <optional>
 #include <vector>
 
-class QAction;
-class QNMainController;
 class View;
 
 // A top-level window around a content view, with macOS's vocabulary for its looks. The content view keeps the
@@ -99,31 +96,3 @@ private:
     int margin_ = 0;                   // as the window is arranged now
     std::optional<QPoint> dragOffset_; // of the mouse, while the window is moved by hand
 };
-
-// The application's menu. On screens without a menu bar it is never seen; its shortcuts work in the window all the
-// same.
-class MainMenu : public QObject {
-    Q_OBJECT
-
-public:
-    MainMenu(QAction* quit, QObject* parent);
-
-    // A request goes to the delegate's tapQuit; without one nothing happens.
-    void setDelegate(QNMainController* delegate);
-    QNMainController* delegate() const;
-    QAction* quitAction() const { return quit_; }
-    void tapQuit() const;
-
-private:
-    QAction* quit_;
-    QPointer<QObject> delegate_;
-};
-
-// What the bundle's interface file MainMenu.ui holds: the main window, not yet on the screen, and the menu.
-struct MainInterface {
-    std::unique_ptr<Window> window;
-    MainMenu* mainMenu = nullptr; // owned by the window
-};
-
-// Throws PlatformException when the file is missing, broken or incomplete.
-MainInterface loadMainMenu();

@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 #include "app/exceptionHandler.h"
+#include "install/QNMainController.h"
 #include "platform/Bundle.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
@@ -7,7 +8,7 @@
 #include "platform/base/UncaughtException.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/TestEnvironment.h"
-#include "ui/QNMainController.h"
+#include "ui/MainMenu.h"
 #include "ui/View.h"
 #include "ui/Window.h"
 

@@ -1,10 +1,11 @@
 #include "app/AppDelegate.h"
 #include "app/Application.h"
 #include "app/exceptionHandler.h"
+#include "install/QNMainController.h"
 #include "platform/base/Termination.h"
 #include "platform/base/UncaughtException.h"
 #include "tests/support/TestEnvironment.h"
-#include "ui/QNMainController.h"
+#include "ui/MainMenu.h"
 #include "ui/Window.h"
 
 #include <QEvent>

@@ -2,9 +2,9 @@
 
 #include "config/QNConfig.h"
 #include "install/BlockingWait.h"
+#include "install/QNMainController.h"
 #include "platform/base/Termination.h"
 #include "tests/support/TestEnvironment.h"
-#include "ui/QNMainController.h"
 
 #include <QFile>
 #include <QJsonDocument>

@@ -1,9 +1,9 @@
 #include "config/QNConfig.h"
+#include "install/QNMainController.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "tests/install/DiskImageTest.h"
 #include "tests/support/TestEnvironment.h"
-#include "ui/QNMainController.h"
 #include "ui/View.h"
 
 #include <QDir>

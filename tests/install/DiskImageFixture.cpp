@@ -1,8 +1,8 @@
 #include "config/QNConfig.h"
 #include "install/DownloadingStartDate.h"
+#include "install/QNMainController.h"
 #include "tests/install/DiskImageTest.h"
 #include "tests/support/TestEnvironment.h"
-#include "ui/QNMainController.h"
 
 #include <QCoreApplication>
 #include <QRegularExpression>

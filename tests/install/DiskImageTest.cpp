@@ -1,8 +1,8 @@
 #include "tests/install/DiskImageTest.h"
 
 #include "config/QNConfig.h"
+#include "install/QNMainController.h"
 #include "tests/support/TestEnvironment.h"
-#include "ui/QNMainController.h"
 #include "ui/View.h"
 
 #include <QRegularExpression>

@@ -1,11 +1,11 @@
 #include "config/QNConfig.h"
+#include "install/QNMainController.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "tests/install/ControllerTest.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/TestEnvironment.h"
 #include "ui/QNErrorController.h"
-#include "ui/QNMainController.h"
 #include "ui/View.h"
 
 #include <sys/resource.h>

@@ -42,13 +42,13 @@ class CheckIncludes(Tree):
 
     def test_is_content_with_includes_from_above_to_below(self):
         self.put("app/a.cpp", '#include "install/x.h"\n#include "ui/x.h"\n#include "platform/base/x.h"\n')
-        self.put("sysinfo/a.cpp", '#include "install/QNTask.h"\n#include "logging/x.h"\n#include <QString>\n')
+        self.put("sysinfo/a.cpp", '#include "config/x.h"\n#include "logging/x.h"\n#include <QString>\n')
         self.put("platform/linux/a.cpp", '#include "platform/x.h"\n#include "moc_x.cpp"\n')
         self.expect_good()
 
     def test_names_an_include_from_below_to_above(self):
-        self.put("config/a.cpp", '#include "config/a.h"\n\n  #  include "install/QNTask.h"\n')
-        self.expect_bad("config/a.cpp:3: config/ may not include install/QNTask.h")
+        self.put("config/a.cpp", '#include "config/a.h"\n\n  #  include "install/QNUnmount.h"\n')
+        self.expect_bad("config/a.cpp:3: config/ may not include install/QNUnmount.h")
 
     def test_lets_the_platform_include_nothing_but_itself(self):
         self.put("platform/macos/a.mm", '#import "logging/QNLogger.h"\n')
@@ -57,10 +57,6 @@ class CheckIncludes(Tree):
             "platform/macos/a.mm:1: platform/ may not include logging/QNLogger.h",
             "platform/x.h:1: platform/ may not include ui/Color.h",
         )
-
-    def test_keeps_what_everybody_may_include_free_of_our_headers(self):
-        self.put("ui/Color.h", '#pragma once\n#include "platform/x.h"\n')
-        self.expect_bad("ui/Color.h:2: ui/Color.h may include nothing of ours, since every folder may include it")
 
     def test_lets_a_folder_below_have_rules_of_its_own(self):
         self.put("tools/screens/a.cpp", '#include "ui/x.h"\n')

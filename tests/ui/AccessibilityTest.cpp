@@ -1,10 +1,10 @@
+#include "install/QNMainController.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/ui/UserInterfaceTest.h"
 #include "ui/Button.h"
 #include "ui/HyperlinkTextField.h"
 #include "ui/QNAlertController.h"
 #include "ui/QNErrorController.h"
-#include "ui/QNMainController.h"
 #include "ui/View.h"
 #include "ui/Window.h"
 

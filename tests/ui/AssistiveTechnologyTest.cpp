@@ -1,3 +1,4 @@
+#include "install/QNMainController.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "tests/support/QtPrinters.h"
@@ -5,7 +6,6 @@
 #include "tests/support/TestEnvironment.h"
 #include "tests/ui/UserInterfaceTest.h"
 #include "ui/QNAlertController.h"
-#include "ui/QNMainController.h"
 #include "ui/Window.h"
 
 #include <QCoreApplication>

@@ -1,10 +1,11 @@
+#include "install/QNMainController.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/ui/UserInterfaceTest.h"
 #include "ui/Button.h"
 #include "ui/FocusRing.h"
 #include "ui/HyperlinkTextField.h"
+#include "ui/MainMenu.h"
 #include "ui/QNErrorController.h"
-#include "ui/QNMainController.h"
 #include "ui/View.h"
 #include "ui/Window.h"
 
@@ -115,7 +116,8 @@ TEST_F(KeyboardTest, LeavesNoButtonWithTheKeyboardWhenTheOneThatHadItVanishes) {
 
 TEST_F(KeyboardTest, QuitsByTheMenusShortcut) {
     MainInterface interface = loadMainMenu();
-    interface.mainMenu->setDelegate(&controller());
+    controller().setMainMenu(interface.mainMenu);
+    controller().setupMainMenu();
     interface.window->addSubview(controller().view());
     interface.window->orderFrontRegardless();
     ASSERT_TRUE(QTest::qWaitForWindowActive(interface.window.get()));

@@ -1,3 +1,4 @@
+#include "install/QNMainController.h"
 #include "platform/Bundle.h"
 #include "platform/base/LanguageMatch.h"
 #include "platform/base/StringsTable.h"
@@ -9,7 +10,6 @@
 #include "ui/ImageView.h"
 #include "ui/QNAlertController.h"
 #include "ui/QNErrorController.h"
-#include "ui/QNMainController.h"
 #include "ui/TextView.h"
 #include "ui/View.h"
 #include "ui/Window.h"

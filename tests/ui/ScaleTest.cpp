@@ -1,3 +1,4 @@
+#include "install/QNMainController.h"
 #include "platform/Bundle.h"
 #include "tests/support/QtPrinters.h"
 #include "tests/support/TestEnvironment.h"
@@ -6,7 +7,6 @@
 #include "ui/HyperlinkTextField.h"
 #include "ui/ImageView.h"
 #include "ui/QNErrorController.h"
-#include "ui/QNMainController.h"
 #include "ui/QNSpinner.h"
 #include "ui/TextView.h"
 #include "ui/View.h"

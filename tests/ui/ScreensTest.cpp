@@ -1,4 +1,5 @@
 #include "config/QNConfig.h"
+#include "install/QNMainController.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "tests/support/TestEnvironment.h"
@@ -6,9 +7,9 @@
 #include "ui/Button.h"
 #include "ui/HyperlinkTextField.h"
 #include "ui/ImageView.h"
+#include "ui/MainMenu.h"
 #include "ui/QNButton.h"
 #include "ui/QNErrorController.h"
-#include "ui/QNMainController.h"
 #include "ui/QNSpinner.h"
 #include "ui/View.h"
 #include "ui/Window.h"
@@ -126,12 +127,6 @@ TEST_F(ScreensTest, LeavesLabelsEmptyWhoseTextsAreMissing) {
     test::writeFile(table, test::readFile(table).replace("\"MessageConnecting\"", "\"Other\""));
     EXPECT_EQ(controller().connectingLabel()->string(), QString());
     EXPECT_EQ(panel().errorTitle()->string(), u"No internet connection"_s);
-}
-
-TEST_F(ScreensTest, IsTheDelegateOfItsMenu) {
-    const MainInterface interface = loadMainMenu();
-    const QNMainController other(u"QNMainController"_s, interface.mainMenu);
-    EXPECT_EQ(interface.mainMenu->delegate(), &other);
 }
 
 TEST_F(ScreensTest, HasATurningSpinnerFromTheInterfaceFile) {

@@ -1,12 +1,13 @@
 #include "tests/ui/UserInterfaceTest.h"
 
 #include "install/BlockingWait.h"
+#include "install/QNMainController.h"
+#include "platform/base/JSONText.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "platform/base/Termination.h"
 #include "tests/support/TestEnvironment.h"
-#include "ui/JSONText.h"
-#include "ui/QNMainController.h"
+#include "ui/MainMenu.h"
 #include "ui/View.h"
 #include "ui/Window.h"
 

@@ -1,7 +1,7 @@
+#include "install/QNMainController.h"
 #include "platform/base/FirstFrame.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/ui/UserInterfaceTest.h"
-#include "ui/QNMainController.h"
 #include "ui/View.h"
 #include "ui/Window.h"
 

@@ -1,8 +1,9 @@
 #include "config/QNConfig.h"
+#include "install/QNMainController.h"
 #include "platform/Bundle.h"
 #include "platform/base/MainQueue.h"
+#include "ui/MainMenu.h"
 #include "ui/QNAlertController.h"
-#include "ui/QNMainController.h"
 #include "ui/View.h"
 #include "ui/Window.h"
 

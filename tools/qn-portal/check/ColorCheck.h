@@ -1,8 +1,8 @@
 #pragma once
 
+#include "platform/base/Color.h"
 #include "tools/qn-portal/check/BundleInfo.h"
 #include "tools/qn-portal/check/Finding.h"
-#include "ui/Color.h"
 
 namespace portal::check {
 

@@ -1,5 +1,5 @@
+#include "platform/base/Color.h"
 #include "tests/support/QtPrinters.h"
-#include "ui/Color.h"
 
 #include <gtest/gtest.h>
 

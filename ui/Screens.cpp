@@ -1,3 +1,5 @@
+#include "ui/Screens.h"
+
 #include "config/QNConfig.h"
 #include "logging/QNLogger.h"
 #include "platform/Bundle.h"
@@ -7,7 +9,6 @@
 #include "ui/QNAlertController.h"
 #include "ui/QNErrorController.h"
 #include "ui/QNErrorObject.h"
-#include "ui/QNMainController.h"
 #include "ui/QNSpinner.h"
 #include "ui/Styling.h"
 #include "ui/View.h"
@@ -17,24 +18,18 @@
 
 using namespace Qt::StringLiterals;
 
-void QNMainController::setupSpinner() {
+void Screens::setupSpinner() {
     spinner_ = std::make_unique<QNSpinner>();
 }
 
-void QNMainController::setupLayer() {
+void Screens::setupLayer() {
     Layer layer = view_->layer();
     layer.backgroundColor = settingColor(u"BG_COLOR"_s);
     layer.borderWidth = 0.0;
     view_->setLayer(layer);
 }
 
-void QNMainController::setupMainMenu() {
-    if (mainMenu_ != nullptr) {
-        mainMenu_->setDelegate(this);
-    }
-}
-
-void QNMainController::setupConnectingLabel() {
+void Screens::setupConnectingLabel() {
     connectingLabel_->setText(localizedString(u"MessageConnecting"_s));
     styleLabel(*connectingLabel_, hexColor("#1A1A1A"), {u"Common Sans"_s, 32.0});
     for (QNSpinner* const spinner : spinnerView_->findChildren<QNSpinner*>()) {
@@ -42,7 +37,7 @@ void QNMainController::setupConnectingLabel() {
     }
 }
 
-void QNMainController::setupUI() {
+void Screens::setupErrorPanel() {
     closeButton_->setHidden(false);
     errorView_->setHidden(true);
     spinnerView_->setHidden(false);
@@ -56,14 +51,13 @@ void QNMainController::setupUI() {
     errorController_->infoText()->setFocusPolicy(Qt::TabFocus);
     QWidget::setTabOrder(errorController_->infoText(), closeButton_);
     errorController_->infoText()->setFocusPolicy(Qt::NoFocus);
-    startInstallation();
 }
 
-void QNMainController::hidePageView() {
+void Screens::hidePageView() {
     pageView_->setHidden(true);
 }
 
-void QNMainController::hideAlert(const Notification&) {
+void Screens::hideAlert(const Notification&) {
     if (!alert_) {
         return;
     }
@@ -72,7 +66,7 @@ void QNMainController::hideAlert(const Notification&) {
     closedAlert_ = std::move(alert_);
 }
 
-void QNMainController::showErrorPanel() {
+void Screens::showErrorPanel() {
     closeButton_->setHidden(false);
     installView_->setHidden(true);
     spinnerView_->setHidden(true);
@@ -80,7 +74,7 @@ void QNMainController::showErrorPanel() {
     errorView_->setHidden(false);
 }
 
-void QNMainController::showGenericDownloadScreen() {
+void Screens::showGenericDownloadScreen() {
     QNLogger::debug(u"Show generic download screen."_s, logContext("-[QNMainController showGenericDownloadScreen]"));
     showErrorPanel();
     showInfoAlertWithMessage(setupGenericDownloadUI(), localizedString(u"MessageGetLatestVersion"_s),
@@ -89,7 +83,7 @@ void QNMainController::showGenericDownloadScreen() {
                              config_ ? config_->actionUrl() : std::nullopt);
 }
 
-void QNMainController::showGenericError() {
+void Screens::showGenericError() {
     QNLogger::debug(u"Show generic error screen."_s, logContext("-[QNMainController showGenericError]"));
     showErrorPanel();
     showInfoAlertWithMessage(setupContactSupportLabelsUI(), localizedString(u"MessageInstallationFailed"_s),
@@ -97,50 +91,43 @@ void QNMainController::showGenericError() {
                              setupVisitOnlineSiteLabelUI());
 }
 
-void QNMainController::showInfoAlertWithMessage(const StyledText& message, const QString& title,
-                                                const std::optional<Image>& icon,
-                                                const std::optional<StyledText>& subTitle) {
+void Screens::showInfoAlertWithMessage(const StyledText& message, const QString& title,
+                                       const std::optional<Image>& icon, const std::optional<StyledText>& subTitle) {
     showInfoAlertWithMessage(message, title, icon, Retry{false}, Close{false}, ContactSupport{false}, subTitle);
 }
 
-void QNMainController::showInfoAlertWithMessage(const StyledText& message, const QString& title,
-                                                const std::optional<Image>& icon, Close close,
-                                                ContactSupport contactSupport,
-                                                const std::optional<StyledText>& subTitle) {
+void Screens::showInfoAlertWithMessage(const StyledText& message, const QString& title,
+                                       const std::optional<Image>& icon, Close close, ContactSupport contactSupport,
+                                       const std::optional<StyledText>& subTitle) {
     closeWithoutCheck_ = true;
     showInfoAlertWithMessage(message, title, icon, Retry{false}, close, contactSupport, subTitle);
 }
 
-void QNMainController::showInfoAlertWithMessage(const StyledText& message, const QString& title,
-                                                const std::optional<Image>& icon, Retry retry,
-                                                ContactSupport contactSupport,
-                                                const std::optional<StyledText>& subTitle) {
+void Screens::showInfoAlertWithMessage(const StyledText& message, const QString& title,
+                                       const std::optional<Image>& icon, Retry retry, ContactSupport contactSupport,
+                                       const std::optional<StyledText>& subTitle) {
     showInfoAlertWithMessage(message, title, icon, retry, Close{false}, contactSupport, subTitle);
 }
 
-void QNMainController::showInfoAlertWithMessage(const StyledText& message, const QString& title,
-                                                const std::optional<Image>& icon, Retry retry, Close close,
-                                                ContactSupport contactSupport,
-                                                const std::optional<StyledText>& subTitle) {
+void Screens::showInfoAlertWithMessage(const StyledText& message, const QString& title,
+                                       const std::optional<Image>& icon, Retry retry, Close close,
+                                       ContactSupport contactSupport, const std::optional<StyledText>& subTitle) {
     showErrorPanel();
     showRecord(message, title, icon, retry, close, contactSupport, subTitle);
 }
 
-void QNMainController::showInfoAlertWithMessage(const StyledText& message, const QString& title,
-                                                const std::optional<Image>& icon, Retry retry, Close close,
-                                                ContactSupport contactSupport,
-                                                const std::optional<StyledText>& subTitle,
-                                                const QString& closeButtonLabel,
-                                                const std::optional<QString>& closeButtonLink) {
+void Screens::showInfoAlertWithMessage(const StyledText& message, const QString& title,
+                                       const std::optional<Image>& icon, Retry retry, Close close,
+                                       ContactSupport contactSupport, const std::optional<StyledText>& subTitle,
+                                       const QString& closeButtonLabel, const std::optional<QString>& closeButtonLink) {
     showErrorPanel();
     errorController_->setCloseButtonLabel(closeButtonLabel);
     errorController_->setCloseButtonLink(closeButtonLink);
     showRecord(message, title, icon, retry, close, contactSupport, subTitle);
 }
 
-void QNMainController::showRecord(const StyledText& message, const QString& title, const std::optional<Image>& icon,
-                                  Retry retry, Close close, ContactSupport contactSupport,
-                                  const std::optional<StyledText>& subTitle) {
+void Screens::showRecord(const StyledText& message, const QString& title, const std::optional<Image>& icon, Retry retry,
+                         Close close, ContactSupport contactSupport, const std::optional<StyledText>& subTitle) {
     QNErrorObject record;
     record.title = title;
     record.message = message;

@@ -6,37 +6,29 @@
 #include "ui/QNButton.h"
 #include "ui/QNClickableTextField.h"
 #include "ui/QNErrorController.h"
-#include "ui/QNMainController.h"
 #include "ui/QNSpinner.h"
+#include "ui/Screens.h"
 #include "ui/View.h"
 #include "ui/Window.h"
 
 using namespace Qt::StringLiterals;
 
-QNMainController::QNMainController(const QString& interfaceName, MainMenu* mainMenu) : mainMenu_(mainMenu) {
+Screens::Screens(const QString& interfaceName) {
     std::unique_ptr<QWidget> root = loadInterfaceFile(interfaceName);
     loadOutlets(*root);
     if (view_ != root.get()) {
         throwWrongClass(*root, View::staticMetaObject.className());
     }
     static_cast<void>(root.release());
-    connectActions();
-    try {
-        awakeFromNib();
-    } catch (...) {
-        delete view_.data();
-        throw;
-    }
+    // It shows a cross and no words.
+    closeButton_->setAccessibleName(localizedString(u"MenuQuit"_s));
 }
 
-QNMainController::~QNMainController() {
-    if (mainMenu_ != nullptr && mainMenu_->delegate() == this) {
-        mainMenu_->setDelegate(nullptr);
-    }
+Screens::~Screens() {
     delete view_.data();
 }
 
-void QNMainController::loadOutlets(QWidget& root) {
+void Screens::loadOutlets(QWidget& root) {
     view_ = outlet<View>(root, "view");
     closeButton_ = outlet<Button>(root, "closeButton");
     installView_ = outlet<View>(root, "installView");
@@ -63,17 +55,11 @@ void QNMainController::loadOutlets(QWidget& root) {
     noNetworkInfo_ = outlet<TextField>(root, "noNetworkInfo");
 }
 
-void QNMainController::connectActions() {
-    connect(closeButton_, &QAbstractButton::clicked, this, &QNMainController::onCloseTap);
-    // It shows a cross and no words.
-    closeButton_->setAccessibleName(localizedString(u"MenuQuit"_s));
-}
-
-View* QNMainController::view() const {
+View* Screens::view() const {
     return view_;
 }
 
-void QNMainController::setViewHidden(bool hidden) {
+void Screens::setViewHidden(bool hidden) {
     if (view_->isWindow()) {
         // Not in the window yet: shown now, it would be a window of its own, for an instant. Only the wish is kept.
         view_->setAttribute(Qt::WA_WState_ExplicitShowHide, hidden);
@@ -92,18 +78,6 @@ void QNMainController::setViewHidden(bool hidden) {
     }
 }
 
-bool QNMainController::isViewHidden() const {
+bool Screens::isViewHidden() const {
     return view_->isWindow() ? view_->testAttribute(Qt::WA_WState_ExplicitShowHide) : view_->isHidden();
-}
-
-void QNMainController::setErrorController(std::unique_ptr<QNErrorController> controller) {
-    errorController_ = std::move(controller);
-}
-
-void QNMainController::setSpinner(std::unique_ptr<QNSpinner> spinner) {
-    spinner_ = std::move(spinner);
-}
-
-void QNMainController::setAlert(std::shared_ptr<QNAlertController> alert) {
-    alert_ = std::move(alert);
 }

@@ -1,4 +1,4 @@
-#include "ui/Color.h"
+#include "platform/base/Color.h"
 
 #include <array>
 

@@ -1,6 +1,6 @@
+#include "platform/base/JSONText.h"
 #include "tests/support/QtPrinters.h"
 #include "tests/support/TestEnvironment.h"
-#include "ui/JSONText.h"
 
 #include <QDateTime>
 #include <QJsonDocument>

@@ -1,4 +1,4 @@
-#include "install/QNTask.h"
+#include "sysinfo/QNTask.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <gtest/gtest.h>

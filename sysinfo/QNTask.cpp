@@ -1,4 +1,4 @@
-#include "install/QNTask.h"
+#include "sysinfo/QNTask.h"
 
 #include "logging/LogContext.h"
 #include "logging/QNLogger.h"

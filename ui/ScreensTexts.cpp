@@ -3,7 +3,7 @@
 #include "platform/Bundle.h"
 #include "platform/base/Address.h"
 #include "platform/base/Format.h"
-#include "ui/QNMainController.h"
+#include "ui/Screens.h"
 #include "ui/Styling.h"
 
 #include <QGuiApplication>
@@ -92,19 +92,19 @@ TextAttributes attributesOf(const QTextCharFormat& format) {
 
 } // namespace
 
-StyledText QNMainController::setupGenericDownloadUI() const {
+StyledText Screens::setupGenericDownloadUI() const {
     const std::optional<QString> link = config_ ? config_->actionUrl() : std::nullopt;
     return joined({plainRun(formatText("%@", text("MessageDownloadText1")), kSmall),
                    linkRun(text("MessageDownloadText2Link"), link, kSmall),
                    plainRun(text("MessageDownloadText3"), kSmall)});
 }
 
-StyledText QNMainController::setupVisitOnlineSiteLabelUI() const {
+StyledText Screens::setupVisitOnlineSiteLabelUI() const {
     return joined({plainRun(formatText("%@", text("ContactSupportText")), kSmall), separator(),
                    linkRun(text("ContactSupportText1"), setting("visitOnlineHelpSiteUrl"), kSmall)});
 }
 
-StyledText QNMainController::setupContactSupportLabelsUI() const {
+StyledText Screens::setupContactSupportLabelsUI() const {
     return joined(
         {plainRun(formatText("%@", text("MessageInstallationFailedDescription")), kLarge), separator(),
          linkRun(text("MessageInstallationFailedDescription1"), setting("downloadAndInstallLatestVersionUrl"), kLarge),
@@ -113,7 +113,7 @@ StyledText QNMainController::setupContactSupportLabelsUI() const {
          plainRun(text("MessageInstallationFailedDescription3"), kLarge)});
 }
 
-StyledText QNMainController::stringFromHTML(const QString& html, const std::optional<FontChoice>& font) const {
+StyledText Screens::stringFromHTML(const QString& html, const std::optional<FontChoice>& font) const {
     // Size 0 stands for the system font's own size.
     const FontChoice used = font.value_or(FontChoice{QGuiApplication::font().family(), defaultFont().size});
     QTextDocument document;

@@ -1,4 +1,4 @@
-#include "ui/JSONText.h"
+#include "platform/base/JSONText.h"
 
 #include "platform/Console.h"
 
