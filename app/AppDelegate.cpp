@@ -9,10 +9,10 @@
 #include "platform/AddressEvents.h"
 #include "platform/Bundle.h"
 #include "platform/DisplayLoss.h"
+#include "platform/FileManager.h"
 #include "platform/Folders.h"
 #include "platform/RunningApplications.h"
 #include "platform/UrlSession.h"
-#include "platform/base/FileManager.h"
 #include "platform/base/Format.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
@@ -27,6 +27,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -34,7 +35,6 @@ namespace {
 
 constexpr double kWindowCornerRadius = 8.0;
 constexpr int kInvalidFileName = 514; // as published in <Foundation/FoundationErrors.h>
-constexpr auto kClear = Color{0.0, 0.0, 0.0, 0.0};
 
 struct Analytics {
     std::mutex mutex;
@@ -67,6 +67,13 @@ std::optional<FileManager::Error> removeCache(const QString& cache, const std::o
     return FileManager::removeItem(cache);
 }
 
+// As they were when this was first asked, which put this process on the list.
+const std::vector<RunningApplication>& copiesAtLaunch() {
+    static const auto running =
+        RunningApplication::withBundleIdentifier(Bundle::mainBundle().bundleIdentifier().value_or(QString()));
+    return running;
+}
+
 void postCrashInfoDialog(bool withOverlay) {
     NotificationCenter::defaultCenter().post(kShowCrashInfoDialog, QVariantMap{{u"withOverlay"_s, withOverlay}});
 }
@@ -96,10 +103,13 @@ void AppDelegate::setMainController(std::unique_ptr<QNMainController> controller
     mainController_ = std::move(controller);
 }
 
+bool AppDelegate::isFirstCopy() {
+    return copiesAtLaunch().size() < 2;
+}
+
 void AppDelegate::applicationWillFinishLaunching() {
-    const QString identifier = Bundle::mainBundle().bundleIdentifier().value_or(QString());
-    const auto running = RunningApplication::withBundleIdentifier(identifier);
-    if (running.size() < 2) {
+    const auto& running = copiesAtLaunch();
+    if (isFirstCopy()) {
         return;
     }
     // Index 1 is a fixed choice: the list is not searched for an entry other than our own.

@@ -23,6 +23,10 @@ public:
     AppDelegate(const AppDelegate&) = delete;
     AppDelegate& operator=(const AppDelegate&) = delete;
 
+    // Whether no earlier copy runs. Asked once, and the answer kept: a copy that comes later does not make this one the
+    // second.
+    static bool isFirstCopy();
+
     // Ends the process with status 0, after activating the earlier copy, when this is a second one.
     void applicationWillFinishLaunching();
     // Throws what the main controller's interface file throws.

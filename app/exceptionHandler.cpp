@@ -3,8 +3,8 @@
 #include "logging/LogContext.h"
 #include "logging/QNLogger.h"
 #include "platform/Console.h"
+#include "platform/Termination.h"
 #include "platform/base/Format.h"
-#include "platform/base/Termination.h"
 
 namespace {
 

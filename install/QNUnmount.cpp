@@ -4,10 +4,10 @@
 #include "logging/LogContext.h"
 #include "logging/QNLogger.h"
 #include "platform/Bundle.h"
+#include "platform/FileManager.h"
 #include "platform/Folders.h"
 #include "platform/Task.h"
 #include "platform/Volumes.h"
-#include "platform/base/FileManager.h"
 #include "platform/base/Format.h"
 
 #include <memory>

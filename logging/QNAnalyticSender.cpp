@@ -1,12 +1,12 @@
 #include "logging/QNAnalyticSender.h"
 
 #include "config/QNConfigProvider.h"
+#include "logging/JSONText.h"
 #include "logging/QNLogger.h"
 #include "logging/Timestamp.h"
 #include "platform/Console.h"
 #include "platform/UrlSession.h"
 #include "platform/base/Format.h"
-#include "platform/base/JSONText.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
 #include "platform/base/Slot.h"

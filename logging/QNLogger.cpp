@@ -4,8 +4,8 @@
 #include "logging/LogLine.h"
 #include "logging/Timestamp.h"
 #include "platform/Console.h"
+#include "platform/FileManager.h"
 #include "platform/Folders.h"
-#include "platform/base/FileManager.h"
 #include "platform/base/Format.h"
 #include "sysinfo/QNPortalProvider.h"
 

@@ -13,8 +13,6 @@
 #include <utility>
 #include <vector>
 
-using namespace Qt::StringLiterals;
-
 // Transfers over http, https and file. Each request has a worker thread of its own.
 //
 // Only a transfer without an answer is an error: an answer with any status is delivered with that status. Redirects are
@@ -24,7 +22,7 @@ using namespace Qt::StringLiterals;
 
 struct UrlRequest {
     std::optional<Address> address; // absent: the transfer fails with kUnsupportedAddress
-    QString method = u"GET"_s;
+    QString method = QString::fromLatin1("GET");
     std::vector<std::pair<QString, QString>> headers; // sent in this order
     QByteArray body;
 };

@@ -30,6 +30,27 @@ ProbeSlots& probeSlots() {
     return all;
 }
 
+QString printed(const QString& tool, const QString& argument) {
+    return QNTask::runTaskWithPath(tool, {argument}).value_or(QString());
+}
+
+// What the slot keeps; when it is empty, what the probe finds, which is kept from then on.
+template <typename Probe>
+std::optional<QString> keptOrFound(Slot<QString>& slot, const char* failureText, const char* function,
+                                   const Probe& probe, const char* file = __builtin_FILE(),
+                                   int line = __builtin_LINE()) {
+    if (auto kept = slot.value()) {
+        return kept;
+    }
+    const auto fill = [&] {
+        if (const std::optional<QString> found = probe()) {
+            slot.store(*found);
+        }
+    };
+    guardingProbe(failureText, function, fill, file, line);
+    return slot.value();
+}
+
 } // namespace
 
 void QNSystemInfo::askToolsAhead() {
@@ -50,27 +71,13 @@ QString QNSystemInfo::getOSVersion() {
 }
 
 std::optional<QString> QNSystemInfo::getScreenResolution() {
-    auto& slot = probeSlots().screenResolution;
-    if (auto kept = slot.value()) {
-        return kept;
-    }
-    guardingProbe("NSScreen Error: %@", "+[QNSystemInfo getScreenResolution]",
-                  [&] { slot.store(ProbeOutput::sizeText(platform::mainScreenSize())); });
-    return slot.value();
+    return keptOrFound(probeSlots().screenResolution, "NSScreen Error: %@", "+[QNSystemInfo getScreenResolution]",
+                       [] { return ProbeOutput::sizeText(platform::mainScreenSize()); });
 }
 
 std::optional<QString> QNSystemInfo::getCPUName() {
-    auto& slot = probeSlots().cpuName;
-    if (auto kept = slot.value()) {
-        return kept;
-    }
-    guardingProbe("CPU error: %@", "+[QNSystemInfo getCPUName]", [&] {
-        const auto profile = QNTask::runTaskWithPath(kProfiler, {kHardware});
-        if (const auto name = ProbeOutput::processorName(profile.value_or(QString()))) {
-            slot.store(*name);
-        }
-    });
-    return slot.value();
+    return keptOrFound(probeSlots().cpuName, "CPU error: %@", "+[QNSystemInfo getCPUName]",
+                       [] { return ProbeOutput::processorName(printed(kProfiler, kHardware)); });
 }
 
 QString QNSystemInfo::getCPUType() {
@@ -78,17 +85,8 @@ QString QNSystemInfo::getCPUType() {
 }
 
 std::optional<QString> QNSystemInfo::getMacAddress() {
-    auto& slot = probeSlots().macAddress;
-    if (auto kept = slot.value()) {
-        return kept;
-    }
-    guardingProbe("MAC Address error: %@", "+[QNSystemInfo getMacAddress]", [&] {
-        const auto interfaces = QNTask::runTaskWithPath(kInterfaceLister, {kAllInterfaces});
-        if (const auto address = ProbeOutput::firstHardwareAddress(interfaces.value_or(QString()))) {
-            slot.store(*address);
-        }
-    });
-    return slot.value();
+    return keptOrFound(probeSlots().macAddress, "MAC Address error: %@", "+[QNSystemInfo getMacAddress]",
+                       [] { return ProbeOutput::firstHardwareAddress(printed(kInterfaceLister, kAllInterfaces)); });
 }
 
 QString QNSystemInfo::getFirstPathOf(const QString& text) {

@@ -15,8 +15,6 @@ public:
 
     explicit FocusRing(QWidget* window);
 
-    QWidget* surrounded() const { return target_; }
-
     // For a control that marks a part of itself: a ring along the inner side of `rect`.
     static void paintInside(QPainter& painter, const QRectF& rect, double radius);
 

@@ -34,7 +34,7 @@ void paintLetter() {
     constexpr int kSize = 16;
     QImage picture(kSize, kSize, QImage::Format_ARGB32_Premultiplied);
     QPainter painter(&picture);
-    painter.setFont(fontFor({u"Common Sans"_s, kSize}));
+    painter.setFont(fontFor({kCommonSans, kSize}));
     painter.drawText(QPoint(0, kSize), u"a"_s);
 }
 

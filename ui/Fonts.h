@@ -11,6 +11,12 @@ struct FontChoice {
     bool operator==(const FontChoice&) const = default;
 };
 
+// The product's own font, by its published names.
+inline const QString kCommonSans = QString::fromLatin1("Common Sans");
+inline const QString kCommonSansLight = QString::fromLatin1("CommonSans-Light");
+inline const QString kCommonSansMedium = QString::fromLatin1("CommonSans-Medium");
+inline const QString kCommonSansBold = QString::fromLatin1("CommonSans-Bold");
+
 // The font to paint with. "Common Sans" and "CommonSans-Light", "-Medium" and "-Bold" are one family in its weights,
 // for which the open font Inter stands in; scripts it lacks come from the Noto fonts. Any other name is the name of a
 // family. Where a family is missing, the system's sans-serif font takes its place. Any thread.

@@ -1,7 +1,7 @@
 #include "ui/InterfaceFile.h"
 
 #include "platform/Bundle.h"
-#include "platform/base/FileManager.h"
+#include "platform/FileManager.h"
 #include "platform/base/PlatformException.h"
 #include "ui/Accessible.h"
 #include "ui/HyperlinkTextField.h"

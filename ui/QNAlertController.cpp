@@ -15,8 +15,6 @@ namespace {
 
 constexpr double kWindowRadius = 4.0;
 constexpr double kYesRadius = 25.0;
-const Color kClear{0.0, 0.0, 0.0, 0.0};
-const QString kMedium = u"CommonSans-Medium"_s;
 
 void setLayerColor(View& view, const Color& color) {
     Layer layer = view.layer();
@@ -60,20 +58,21 @@ void QNAlertController::windowDidLoad() {
 
 void QNAlertController::setupHeader() {
     setLayerColor(*header_, hexColor("#F4F0FA"));
-    styleLabel(*title_, settingColor(u"PRIMARY_COLOR"_s), {u"Common Sans"_s, 24.0});
+    styleLabel(*title_, settingColor(u"PRIMARY_COLOR"_s), {kCommonSans, 24.0});
 }
 
 void QNAlertController::setupBody() {
     setLayerColor(*view_, hexColor("#FFFFFF"));
-    styleLabel(*message_, settingColor(u"SECONDARY_COLOR"_s), {kMedium, 16.0});
+    styleLabel(*message_, settingColor(u"SECONDARY_COLOR"_s), {kCommonSansMedium, 16.0});
 }
 
 void QNAlertController::setupYesButton() {
-    styleButton(*yesButton_, {u"QNYes"_s, hexColor("#FFFFFF"), {kMedium, 18.0}, hexColor("#000000"), kYesRadius});
+    styleButton(*yesButton_,
+                {u"QNYes"_s, hexColor("#FFFFFF"), {kCommonSansMedium, 18.0}, hexColor("#000000"), kYesRadius});
 }
 
 void QNAlertController::setupNoButton() {
-    styleButton(*noButton_, {u"QNNo"_s, hexColor("#000000"), {kMedium, 16.0}, hexColor("#FFFFFF"), 0.0});
+    styleButton(*noButton_, {u"QNNo"_s, hexColor("#000000"), {kCommonSansMedium, 16.0}, hexColor("#FFFFFF"), 0.0});
 }
 
 void QNAlertController::showWindow(QObject*, const QString& title, const QString& message,

@@ -17,7 +17,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr double kButtonRadius = 25.0;
-const QString kCommonSans = u"Common Sans"_s;
 
 ButtonLook darkButton(const QString& titleKey) {
     return {titleKey, hexColor("#FFFFFF"), {kCommonSans, 14.0}, hexColor("#000000"), kButtonRadius};
@@ -76,7 +75,7 @@ void QNErrorController::awakeFromNib() {
 }
 
 void QNErrorController::setupTitle() {
-    styleLabel(*errorTitle_, hexColor("#1A1A1A"), {u"CommonSans-Bold"_s, 32.0});
+    styleLabel(*errorTitle_, hexColor("#1A1A1A"), {kCommonSansBold, 32.0});
 }
 
 void QNErrorController::setupMessage() {

@@ -31,7 +31,7 @@ void Screens::setupLayer() {
 
 void Screens::setupConnectingLabel() {
     connectingLabel_->setText(localizedString(u"MessageConnecting"_s));
-    styleLabel(*connectingLabel_, hexColor("#1A1A1A"), {u"Common Sans"_s, 32.0});
+    styleLabel(*connectingLabel_, hexColor("#1A1A1A"), {kCommonSans, 32.0});
     for (QNSpinner* const spinner : spinnerView_->findChildren<QNSpinner*>()) {
         spinner->setAccessibleName(connectingLabel_->string());
     }

@@ -17,8 +17,6 @@ namespace {
 
 constexpr double kSmall = 14.0;
 constexpr double kLarge = 16.0;
-const QString kCommonSans = u"Common Sans"_s;
-const Color kClear{0.0, 0.0, 0.0, 0.0};
 
 QString text(const char* key) {
     return localizedString(QLatin1String(key));
@@ -29,7 +27,7 @@ StyledText plainRun(const QString& string, double size) {
     TextAttributes base;
     base.alignment = Qt::AlignHCenter;
     base.color = hexColor("#1A1A1A");
-    base.font = FontChoice{u"CommonSans-Light"_s, size};
+    base.font = FontChoice{kCommonSansLight, size};
     StyledText run(string, base);
     TextAttributes shown;
     shown.color = hexColor("#767676");

@@ -24,3 +24,6 @@ struct Color {
 
     friend bool operator==(const Color&, const Color&) = default;
 };
+
+// Nothing to be seen.
+inline constexpr Color kClear{0.0, 0.0, 0.0, 0.0};

@@ -1,24 +1,16 @@
 #include "platform/Display.h"
 
 #include "base/Descriptor.h"
-#include "platform/linux/BusGreeting.h"
-#include "platform/linux/OwnEnvironment.h"
-#include "platform/linux/SessionBus.h"
 
 #include <QDir>
 #include <QFile>
 
-#include <fontconfig/fontconfig.h>
 #include <xcb/xcb.h>
 
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include <chrono>
-#include <cstdlib>
 #include <cstring>
-#include <system_error>
-#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -58,26 +50,6 @@ bool xServerAnswers() {
 }
 
 } // namespace
-
-void prepareFonts() {
-    try {
-        std::thread([] { FcInit(); }).detach();
-    } catch (const std::system_error&) {
-        // Then Qt reads it, when it comes to that.
-    }
-}
-
-void keepToolkitFromStartingABus() {
-    constexpr const char* kAccessibilityVariable = "AT_SPI_BUS_ADDRESS";
-    constexpr std::chrono::milliseconds kLimit(250); // a bus that is alive answers within one
-    const BusAnswers answers = askBuses(sessionBusAddress(), qEnvironmentVariable(kAccessibilityVariable), kLimit);
-    if (!answers.session) {
-        setForThisProcessOnly(kBusAddressVariable, kNoBusAddress);
-    }
-    if (!answers.accessibility) {
-        setForThisProcessOnly(kAccessibilityVariable, kNoBusAddress);
-    }
-}
 
 std::optional<QByteArray> windowSystemPlugin(const QString& pluginsFolder) {
     if (hasPlugin(pluginsFolder, "libqwayland-*.so") && waylandAnswers()) {

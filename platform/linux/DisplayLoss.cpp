@@ -1,7 +1,7 @@
 #include "platform/DisplayLoss.h"
 
+#include "platform/Termination.h"
 #include "platform/base/MainQueue.h"
-#include "platform/base/Termination.h"
 
 #include <QGuiApplication>
 #include <QScreen>

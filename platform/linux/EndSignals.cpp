@@ -1,9 +1,9 @@
 #include "platform/EndSignals.h"
 
 #include "platform/Console.h"
+#include "platform/Termination.h"
 #include "platform/UrlSession.h"
 #include "platform/base/MainQueue.h"
-#include "platform/base/Termination.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -18,38 +18,37 @@ bool leadsOut(const QByteArray& flags, const QByteArray& interface) {
     return valid && (value & kUp) != 0 && (value & kReject) == 0 && interface != "lo";
 }
 
-} // namespace
+// Which column holds what; the destination and its width are zero in a default route.
+struct Columns {
+    qsizetype interface;
+    qsizetype destination;
+    qsizetype width;
+    qsizetype flags;
+    qsizetype needed;
+};
+constexpr Columns kIpv4{.interface = 0, .destination = 1, .width = 7, .flags = 3, .needed = 8};
+constexpr Columns kIpv6{.interface = 9, .destination = 0, .width = 1, .flags = 8, .needed = 10};
 
-QStringList defaultInterfacesOfIpv4(const QByteArray& table) {
-    constexpr qsizetype kInterface = 0;
-    constexpr qsizetype kDestination = 1;
-    constexpr qsizetype kFlags = 3;
-    constexpr qsizetype kMask = 7;
+QStringList defaultInterfaces(const QByteArray& table, const Columns& at) {
     QStringList interfaces;
     for (const QByteArray& line : table.split('\n')) {
         const QByteArrayList columns = line.simplified().split(' ');
-        if (columns.size() > kMask && isZero(columns[kDestination]) && isZero(columns[kMask]) &&
-            leadsOut(columns[kFlags], columns[kInterface])) {
-            interfaces += QString::fromLocal8Bit(columns[kInterface]);
+        if (columns.size() >= at.needed && isZero(columns[at.destination]) && isZero(columns[at.width]) &&
+            leadsOut(columns[at.flags], columns[at.interface])) {
+            interfaces += QString::fromLocal8Bit(columns[at.interface]);
         }
     }
     return interfaces;
 }
 
+} // namespace
+
+QStringList defaultInterfacesOfIpv4(const QByteArray& table) {
+    return defaultInterfaces(table, kIpv4);
+}
+
 QStringList defaultInterfacesOfIpv6(const QByteArray& table) {
-    constexpr qsizetype kDestination = 0;
-    constexpr qsizetype kPrefixLength = 1;
-    constexpr qsizetype kFlags = 8;
-    constexpr qsizetype kInterface = 9;
-    QStringList interfaces;
-    for (const QByteArray& line : table.split('\n')) {
-        const QByteArrayList columns = line.simplified().split(' ');
-        if (columns.size() > kInterface && isZero(columns[kDestination]) && isZero(columns[kPrefixLength]) &&
-            leadsOut(columns[kFlags], columns[kInterface])) {
-            interfaces += QString::fromLocal8Bit(columns[kInterface]);
-        }
-    }
-    return interfaces;
+    return defaultInterfaces(table, kIpv6);
 }
 
 } // namespace platform

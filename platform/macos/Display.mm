@@ -8,8 +8,4 @@ std::optional<QByteArray> windowSystemPlugin(const QString&) {
     return NSScreen.mainScreen ? std::optional<QByteArray>("cocoa") : std::nullopt;
 }
 
-void prepareFonts() {} // the system's own service has read them
-
-void keepToolkitFromStartingABus() {} // there is none
-
 } // namespace platform

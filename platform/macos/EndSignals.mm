@@ -1,7 +1,7 @@
 #include "platform/EndSignals.h"
 
+#include "platform/Termination.h"
 #include "platform/UrlSession.h"
-#include "platform/base/Termination.h"
 
 #import <Foundation/Foundation.h>
 

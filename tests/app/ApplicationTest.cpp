@@ -2,7 +2,7 @@
 #include "app/Application.h"
 #include "app/exceptionHandler.h"
 #include "install/QNMainController.h"
-#include "platform/base/Termination.h"
+#include "platform/Termination.h"
 #include "platform/base/UncaughtException.h"
 #include "tests/support/TestEnvironment.h"
 #include "ui/MainMenu.h"

@@ -45,6 +45,11 @@ QString text(const std::string& bytes) {
     return QString::fromStdString(bytes);
 }
 
+void putScript(const QString& path, const QByteArray& commands) {
+    test::writeFile(path, "#!/bin/sh\n" + commands);
+    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+}
+
 } // namespace
 
 InstallerRun::InstallerRun() : folder_(test::folder() + u"/run"_s) {
@@ -106,10 +111,12 @@ void InstallerRun::putSystemFile(const QString& plainPath, const QByteArray& con
     test::writeFile(folder_ + u"/system"_s + plainPath, contents);
 }
 
+void InstallerRun::putSystemTool(const QString& plainPath, const QByteArray& commands) const {
+    putScript(folder_ + u"/system"_s + plainPath, commands);
+}
+
 void InstallerRun::putProgram(const QString& name, const QByteArray& commands) const {
-    const QString path = folder_ + u"/bin/"_s + name;
-    test::writeFile(path, "#!/bin/sh\n" + commands);
-    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    putScript(folder_ + u"/bin/"_s + name, commands);
 }
 
 QString InstallerRun::address(const QString& path) const {

@@ -39,6 +39,8 @@ public:
     void setInfo(const QString& key, const QVariant& value);
     // A file below the machine's root, at a plain absolute path.
     void putSystemFile(const QString& plainPath, const QByteArray& contents) const;
+    // A shell script that takes the place of one of the system's tools.
+    void putSystemTool(const QString& plainPath, const QByteArray& commands) const;
     // A shell script that stands on the program's PATH before all others; xdg-open is one from the start.
     void putProgram(const QString& name, const QByteArray& commands) const;
 

@@ -41,6 +41,24 @@ TEST(Launch, OfASecondCopyEndsWithStatusZeroAndWritesNothing) {
     EXPECT_EQ(lineCount(run), lines + 1); // the "End" event
 }
 
+// Each start of a probe tool leaves a line.
+TEST(Launch, OfASecondCopyStartsNoProbeTool) {
+    InstallerRun run;
+    run.putSystemFile(u"/proc/net/route"_s, "");
+    run.putSystemTool(u"/usr/sbin/system_profiler"_s,
+                      "echo started >>\"$HOME/probes\"; echo 'Processor Name: Sample CPU'\n");
+    run.putSystemTool(u"/sbin/ifconfig"_s, "echo started >>\"$HOME/probes\"; echo 'ether a4:83:e7:12:34:56'\n");
+    const QString probes = run.folder() + u"/home/probes"_s;
+    run.start();
+    ASSERT_TRUE(run.waitForMessage(u"Show NoInternet screen"_s));
+    const QByteArray ofTheFirst = test::readFile(probes);
+    EXPECT_TRUE(ofTheFirst.startsWith("started\n"));
+    EXPECT_EQ(run.startAnother({}), 0);
+    EXPECT_EQ(test::readFile(probes), ofTheFirst);
+    run.askToEnd();
+    ASSERT_TRUE(run.waitForEnd());
+}
+
 TEST(Launch, TellsOfARemovedCache) {
     InstallerRun run;
     run.putSystemFile(u"/proc/net/route"_s, "");

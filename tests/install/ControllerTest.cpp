@@ -3,7 +3,7 @@
 #include "config/QNConfig.h"
 #include "install/BlockingWait.h"
 #include "install/QNMainController.h"
-#include "platform/base/Termination.h"
+#include "platform/Termination.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <QFile>

@@ -1,5 +1,5 @@
 #include "platform/AddressEvents.h"
-#include "platform/Display.h"
+#include "platform/BusAutostart.h"
 #include "platform/base/MainQueue.h"
 #include "platform/linux/SessionBus.h"
 #include "tests/platform/ChildProcess.h"
@@ -161,7 +161,7 @@ TEST_F(AddressEvents, AreFoundAtTheSocketOfTheRuntimeFolderWhenNoAddressIsSet) {
 
 TEST(ToolkitsBus, IsNoneWithoutABusOfTheSession) {
     test::unsetEnvironment("DBUS_SESSION_BUS_ADDRESS");
-    platform::keepToolkitFromStartingABus();
+    platform::keepQtFromStartingABus();
     EXPECT_EQ(qgetenv("DBUS_SESSION_BUS_ADDRESS"), "none:");
     EXPECT_EQ(platform::sessionBusAddress(), std::nullopt);
     EXPECT_FALSE(QDBusConnection::sessionBus().isConnected());
@@ -170,7 +170,7 @@ TEST(ToolkitsBus, IsNoneWithoutABusOfTheSession) {
 TEST_F(AddressEvents, LeaveQtTheBusOfTheSession) {
     startBus();
     const QByteArray address = qgetenv("DBUS_SESSION_BUS_ADDRESS");
-    platform::keepToolkitFromStartingABus();
+    platform::keepQtFromStartingABus();
     EXPECT_EQ(qgetenv("DBUS_SESSION_BUS_ADDRESS"), address);
     EXPECT_FALSE(qEnvironmentVariableIsSet("AT_SPI_BUS_ADDRESS"));
     EXPECT_TRUE(QDBusConnection::sessionBus().isConnected());
@@ -181,7 +181,7 @@ TEST(ToolkitsBus, IsNoneWhereNobodyListensOrAnswers) {
     const QString silent = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
     for (const QString& address : {u"unix:path=/no/such/socket"_s, silent, silent + u",guid=0123"_s}) {
         test::setEnvironment("DBUS_SESSION_BUS_ADDRESS", address.toUtf8());
-        platform::keepToolkitFromStartingABus();
+        platform::keepQtFromStartingABus();
         EXPECT_EQ(qgetenv("DBUS_SESSION_BUS_ADDRESS"), "none:") << address.toStdString();
         EXPECT_EQ(qgetenv("AT_SPI_BUS_ADDRESS"), "none:") << address.toStdString();
     }

@@ -1,6 +1,6 @@
 #include "platform/EndSignals.h"
+#include "platform/Termination.h"
 #include "platform/base/MainQueue.h"
-#include "platform/base/Termination.h"
 #include "platform/base/UncaughtException.h"
 #include "tests/support/TestEnvironment.h"
 

@@ -46,6 +46,11 @@ class CheckIncludes(Tree):
         self.put("platform/linux/a.cpp", '#include "platform/x.h"\n#include "moc_x.cpp"\n')
         self.expect_good()
 
+    def test_lets_the_base_of_the_platform_include_no_service(self):
+        self.put("platform/base/a.cpp", '#include "platform/base/b.h"\n#include "platform/Console.h"\n')
+        self.put("platform/a.cpp", '#include "platform/base/b.h"\n#include "platform/Console.h"\n')
+        self.expect_bad("platform/base/a.cpp:2: platform/base/ may not include platform/Console.h")
+
     def test_names_an_include_from_below_to_above(self):
         self.put("config/a.cpp", '#include "config/a.h"\n\n  #  include "install/QNUnmount.h"\n')
         self.expect_bad("config/a.cpp:3: config/ may not include install/QNUnmount.h")
@@ -153,6 +158,11 @@ class CheckPlatformPairs(Tree):
     def test_reads_past_the_classes_of_objective_c(self):
         macos = "@implementation Receiver {\n    int _x;\n}\n- (void)go {\n}\n@end\n" + SOURCE
         self.put_service(macos=macos)
+        self.expect_good()
+
+    def test_leaves_alone_what_is_portable_on_top_of_services(self):
+        self.put("platform/Portable.h", "void portable();\n")
+        self.put("platform/Portable.cpp", "void portable() {}\n")
         self.expect_good()
 
     def test_leaves_headers_below_alone(self):

@@ -2,10 +2,10 @@
 
 #include "install/BlockingWait.h"
 #include "install/QNMainController.h"
-#include "platform/base/JSONText.h"
+#include "logging/JSONText.h"
+#include "platform/Termination.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
-#include "platform/base/Termination.h"
 #include "tests/support/TestEnvironment.h"
 #include "ui/MainMenu.h"
 #include "ui/View.h"

@@ -1,4 +1,4 @@
-#include "platform/base/FileManager.h"
+#include "platform/FileManager.h"
 
 #include "base/Files.h"
 #include "platform/RealPath.h"

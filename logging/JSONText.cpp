@@ -1,4 +1,4 @@
-#include "platform/base/JSONText.h"
+#include "logging/JSONText.h"
 
 #include "platform/Console.h"
 

@@ -1,4 +1,4 @@
-#include "platform/base/FileManager.h"
+#include "platform/FileManager.h"
 #include "platform/base/PlatformException.h"
 #include "tests/support/TestEnvironment.h"
 

@@ -1,4 +1,4 @@
-#include "platform/base/Termination.h"
+#include "platform/Termination.h"
 
 #include "platform/Console.h"
 #include "platform/UrlSession.h"

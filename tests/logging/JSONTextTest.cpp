@@ -1,4 +1,4 @@
-#include "platform/base/JSONText.h"
+#include "logging/JSONText.h"
 #include "tests/support/QtPrinters.h"
 #include "tests/support/TestEnvironment.h"
 

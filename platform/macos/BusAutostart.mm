@@ -1,0 +1,7 @@
+#include "platform/BusAutostart.h"
+
+namespace platform {
+
+void keepQtFromStartingABus() {} // there is none
+
+} // namespace platform
