@@ -4,7 +4,7 @@
 // them.
 //
 // Where what is defined:
-//   screens                ui/Screens.cpp
+//   screens                ui/QNMainControllerScreens.cpp (the name stands in the event log, and stays)
 //   their texts            ui/ScreensTexts.cpp
 //   view and outlets       ui/ScreensView.cpp
 //   fields and accessors   ui/ScreenFields.h

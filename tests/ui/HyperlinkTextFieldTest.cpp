@@ -161,11 +161,15 @@ TEST_F(HyperlinkTextFieldTest, TakesClicksBelowTheLimitAsClicksAtItsHeight) {
     EXPECT_EQ(openedAddresses(2), (QStringList{u"https://h/a"_s, u"https://h/a"_s}));
 }
 
-TEST_F(HyperlinkTextFieldTest, HandsALinkThatIsNoAddressOverAsItIs) {
-    field.setText(link(u"odd link"_s, u"not an address ü"_s));
+TEST_F(HyperlinkTextFieldTest, HandsAnOddLinkOverAsItIsAndOpensNoneWithoutAScheme) {
+    StyledText text = link(u"a local file"_s, u"/etc/passwd"_s);
+    text.append(link(u"odd link"_s, u"odd:not an address ü"_s));
+    field.setText(text);
     show();
-    test::click(field, middleOf(field.hyperlinkInfos().value()[0].rect));
-    EXPECT_EQ(openedAddresses(1), QStringList{u"not an address ü"_s});
+    for (const HyperlinkInfo& info : field.hyperlinkInfos().value()) {
+        test::click(field, middleOf(info.rect));
+    }
+    EXPECT_EQ(openedAddresses(1), QStringList{u"odd:not an address ü"_s});
 }
 
 TEST_F(HyperlinkTextFieldTest, FollowsAChangedTextAtOnce) {
