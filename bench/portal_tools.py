@@ -123,7 +123,8 @@ def main():
         show("simdjson, the same lines as valid JSON", simdjson)
         show("qn-portal log", texts, simdjson)
         show("qn-portal log --json", jsons, simdjson)
-        print(f"simdjson without reading the file: {statistics.median(parsing):.2f} s")
+        print(f"simdjson without reading the file: {statistics.median(parsing):.2f} s; at half its speed: "
+              f"{2 * statistics.median(parsing):.2f} s")
 
 
 if __name__ == "__main__":

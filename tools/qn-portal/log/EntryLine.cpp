@@ -44,6 +44,18 @@ private:
     std::size_t at_ = 0;
 };
 
+// A comma, a key and its value. A version may leave the key out, or put a blank elsewhere.
+bool takesValue(HeadCursor& cursor, std::string_view key, std::string_view& value, std::size_t longest) {
+    const HeadCursor before = cursor;
+    const bool hasComma = cursor.takes(",");
+    cursor.takes(" ");
+    if (hasComma && cursor.takes(key)) {
+        return cursor.takes(value, longest);
+    }
+    cursor = before;
+    return true;
+}
+
 std::size_t lastQuote(std::string_view text) {
     return text.rfind('"');
 }
@@ -119,18 +131,18 @@ CutBody cutBodyOf(std::string_view body, bool isEvent) {
 std::optional<Head> headOf(std::string_view text) {
     Head head;
     HeadCursor cursor(text);
-    const bool isHead = cursor.takes(kHeadMark) && cursor.takes(head.time, kLongestTime) &&
-                        cursor.takes(",\"ci\": \"") && cursor.takes(head.identifier, kLongestIdentifier) &&
-                        cursor.takes(", \"trace\": \"") && cursor.takes(head.level, kLongestLevel) &&
-                        cursor.takes(", \"message\":");
-    if (!isHead) {
+    if (!cursor.takes(kHeadMark) || !cursor.takes(head.time, kLongestTime) ||
+        !takesValue(cursor, "\"ci\": \"", head.identifier, kLongestIdentifier) ||
+        !takesValue(cursor, "\"trace\": \"", head.level, kLongestLevel) || !cursor.takes(",")) {
         return std::nullopt;
     }
-    if (!cursor.takes("\" ")) {
-        head.isEvent = cursor.takes(" ");
-        if (!head.isEvent) {
-            return std::nullopt;
-        }
+    cursor.takes(" ");
+    if (!cursor.takes("\"message\":")) {
+        return std::nullopt;
+    }
+    head.isEvent = !cursor.takes("\" ") && !cursor.takes("\"");
+    if (head.isEvent && !cursor.takes(" ")) {
+        return std::nullopt;
     }
     head.size = cursor.at();
     return head;

@@ -82,7 +82,7 @@ TEST(EntryReader, TellsOfALastLineThatIsCutAtAnyByte) {
         ASSERT_EQ(entries.size(), 2U) << size;
         EXPECT_EQ(entries[0].message, "first");
         EXPECT_TRUE(entries[1].isCut) << last.substr(0, size);
-        const bool hasHead = size >= last.find("last");
+        const bool hasHead = size > last.find("\" last");
         EXPECT_EQ(entries[1].time, hasHead ? "2026-01-02T03:04:06Z" : "") << size;
         if (size > last.find(", \"lang")) {
             EXPECT_EQ(entries[1].message, "last \"one\"") << size;
@@ -113,6 +113,20 @@ TEST(EntryReader, ReadsLinesWithOtherFieldsBehindTheirLanguage) {
     ASSERT_EQ(entries.size(), 2U);
     ASSERT_EQ(entries[0].fields.size(), 2U);
     EXPECT_EQ(entries[0].fields[1].first, "pid");
+}
+
+TEST(EntryReader, ReadsLinesOfOtherVersionsBetweenItsOwn) {
+    const auto entries =
+        entriesOf("{ \"time\": \"2026-01-02T03:04:05Z\", \"trace\": \"DEBUG\", \"message\":\"a\"" + kTail + "\r\n" +
+                  plain("06", "b") + "{ \"time\": \"T\", \"ci\": \"x\",\"message\": {}" + kTail + "\r\n");
+    ASSERT_EQ(entries.size(), 3U);
+    EXPECT_EQ(entries[0].level, "DEBUG");
+    EXPECT_EQ(entries[0].identifier, "");
+    EXPECT_EQ(entries[0].message, "a");
+    EXPECT_EQ(entries[1].message, "b");
+    EXPECT_EQ(entries[2].identifier, "x");
+    EXPECT_EQ(entries[2].level, "");
+    EXPECT_EQ(entries[2].kind, Entry::Kind::kEvent);
 }
 
 TEST(EntryReader, RefusesWhatIsNoLog) {
