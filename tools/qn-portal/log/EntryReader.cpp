@@ -9,7 +9,7 @@ namespace portal::eventlog {
 
 namespace {
 
-constexpr std::size_t kBlock = 1U << 20U;
+constexpr std::size_t kBlock = 1U << 18U;
 constexpr std::size_t kLongestEntry = 16U << 20U;
 constexpr std::size_t kMostNoise = 1U << 20U; // so much of anything else before the first entry is no log
 constexpr std::size_t kNone = std::string_view::npos;
