@@ -4,7 +4,6 @@
 import json
 import os
 import pathlib
-import re
 import resource
 import signal
 import sqlite3
@@ -242,15 +241,6 @@ class Verbs(unittest.TestCase):
         self.assertEqual(result.returncode, 2)
         self.assertIn(b"File too large", result.stderr)
         self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ["big", "log", "noise"])
-
-    def test_help_and_manual_tell_of_the_same_options(self):
-        manuals = pathlib.Path(__file__).resolve().parents[3] / "docs/man"
-        for verb in "log", "report":
-            help_text = self.run_program(verb, "--help").stdout.decode()
-            manual = (manuals / f"qn-portal-{verb}.1").read_text().replace("\\-", "-")
-            options = set(re.findall(r"^  (--[a-z]+)", help_text, re.MULTILINE))
-            self.assertGreaterEqual(len(options), 4)
-            self.assertEqual(options | {"--help"}, set(re.findall(r"^\.B\w* \"?(--[a-z]+)", manual, re.MULTILINE)))
 
 
 if __name__ == "__main__":

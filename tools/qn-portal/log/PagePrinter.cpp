@@ -52,7 +52,7 @@ public:
         const std::string level = isForeign ? "foreign" : escaped(entry.level);
         const std::string message =
             entry.kind == Entry::Kind::kEvent ? eventWords(entry.message) : std::string(entry.message);
-        output_ << "<tr class=\"" << level << "\"><td class=\"seconds\">" << std::to_string(story.secondsOfLast())
+        output_ << "<tr class=\"" << level << "\"><td class=\"seconds\">" << std::to_string(story.seconds())
                 << " s</td><td>" << level << "</td><td class=\"message\">" << escaped(message)
                 << (entry.isCut ? " [cut]" : "") << "</td></tr>\n";
         output_.flushWhenFull();

@@ -37,7 +37,6 @@ public:
 
     void add(const Entry& entry);
     void finish();
-    std::int64_t runs() const { return number_; }
 
 private:
     Printer& printer_;

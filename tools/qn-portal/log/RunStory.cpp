@@ -82,15 +82,11 @@ void RunStory::add(const Entry& entry) {
     if (const Stage stage = stageOf(entry); stage != Stage::kNone) {
         stage_ = stage;
     }
-    if (!entry.time.empty() && entry.time != endTime_) {
-        const auto seconds = secondsOf(entry.time);
-        lastSeconds_ = seconds.value_or(lastSeconds_);
-        if (beginTime_.empty()) {
-            beginTime_ = entry.time;
-            beginSeconds_ = lastSeconds_;
-        }
-        endTime_ = entry.time;
-        endSeconds_ = lastSeconds_;
+    if (!entry.time.empty() && entry.time != time_) {
+        lastSeconds_ = secondsOf(entry.time).value_or(lastSeconds_);
+        beginSeconds_ = hasTime_ ? beginSeconds_ : lastSeconds_;
+        hasTime_ = true;
+        time_ = entry.time;
     }
     if (entry.kind == Entry::Kind::kEvent) {
         addEvent(entry.message);
@@ -129,8 +125,6 @@ void RunStory::addMessage(const Entry& entry) {
         problem_ = "The application in the image is not there: " + std::string(message);
     } else if (begins(message, "Installer from path : ") && message.ends_with("Return value: 0")) {
         problem_ = "The installer told a failure when it ended.";
-    } else if (message.ends_with(" start.") && entry.level == "DEBUG") {
-        product_ = message.substr(0, message.size() - 7);
     }
 }
 

@@ -16,14 +16,8 @@ public:
 
     void add(const Entry& entry);
 
-    std::string_view beginTime() const { return beginTime_; } // as logged, empty when no entry told
-    std::string_view endTime() const { return endTime_; }
-    std::int64_t seconds() const { return endSeconds_ - beginSeconds_; }
-
-    // From the first entry to this one, of which the last add() was told.
-    std::int64_t secondsOfLast() const { return lastSeconds_ - beginSeconds_; }
-
-    const std::string& product() const { return product_; }
+    // From the first entry to the one that came last.
+    std::int64_t seconds() const { return lastSeconds_ - beginSeconds_; }
 
     // Nobody wrote "End": the program was killed, or the run still goes on.
     bool isOpen() const { return !hasEnd_; }
@@ -42,12 +36,13 @@ private:
     void addEvent(std::string_view json);
 
     Stage stage_ = Stage::kNone;
-    std::string beginTime_, endTime_;
-    std::int64_t beginSeconds_ = 0, endSeconds_ = 0, lastSeconds_ = 0;
+    bool hasTime_ = false;
+    std::string time_; // the last one, as logged
+    std::int64_t beginSeconds_ = 0;
+    std::int64_t lastSeconds_ = 0;
     bool hasEnd_ = false;
     bool isDownloading_ = false;
     std::string screen_ = "none";
-    std::string product_;
     std::string problem_;
 };
 

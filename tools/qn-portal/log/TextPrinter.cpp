@@ -54,7 +54,7 @@ public:
     void entry(std::int64_t, const Entry& entry, const RunStory& story) override {
         std::string& text = output_.text();
         const bool isForeign = entry.kind == Entry::Kind::kForeign;
-        appendColumns(text, story.secondsOfLast(), isForeign ? "?" : entry.level);
+        appendColumns(text, story.seconds(), isForeign ? "?" : entry.level);
         if (entry.kind == Entry::Kind::kEvent) {
             appendShown(text, eventWords(entry.message));
         } else {
