@@ -1,5 +1,3 @@
-#include "ui/Screens.h"
-
 #include "config/QNConfig.h"
 #include "logging/QNLogger.h"
 #include "platform/Bundle.h"
@@ -10,6 +8,7 @@
 #include "ui/QNErrorController.h"
 #include "ui/QNErrorObject.h"
 #include "ui/QNSpinner.h"
+#include "ui/Screens.h"
 #include "ui/Styling.h"
 #include "ui/View.h"
 #include "ui/Window.h"
