@@ -104,9 +104,7 @@ std::vector<HyperlinkInfo> HyperlinkTextField::links() const {
 }
 
 void HyperlinkTextField::openLink(const QString& url) const {
-    // Handed over as it is; whether it can be opened is the handler's business.
-    const std::optional<Address> address = Address::parse(url);
-    platform::openAddress(address ? *address : Address{url, std::nullopt, std::nullopt});
+    platform::openAddress(Address::parse(url));
 }
 
 std::optional<QString> HyperlinkTextField::urlAt(const QPointF& location) const {
