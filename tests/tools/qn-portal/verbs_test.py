@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import resource
+import shutil
 import signal
 import sqlite3
 import subprocess
@@ -148,6 +149,22 @@ class Verbs(unittest.TestCase):
             self.assertEqual(json.loads(result.stdout)["funnel"]["started"], 1)
             with sqlite3.connect(database) as connection:
                 self.assertEqual(connection.execute("PRAGMA integrity_check").fetchall(), [("ok",)])
+
+    def test_a_report_reads_a_database_that_a_killed_import_left_half_written(self):
+        database, left = self.folder / "runs.db", self.folder / "left.db"
+        self.run_program("report", "--into", database, self.write("lines", good_run("a")))
+        connection = sqlite3.connect(database, isolation_level=None)
+        connection.execute("PRAGMA cache_size = 10")  # so that pages are written before the end of the transaction
+        connection.execute("BEGIN")
+        connection.executemany("INSERT INTO text (value) VALUES (?)", ((f"text {i}" * 9,) for i in range(5000)))
+        connection.execute("DELETE FROM run")
+        connection.executemany("INSERT INTO text (value) VALUES (?)", ((f"more {i}" * 9,) for i in range(5000)))
+        shutil.copy(database, left)
+        shutil.copy(f"{database}-journal", f"{left}-journal")
+        connection.close()
+        result = self.run_program("report", "--json", left)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(json.loads(result.stdout)["funnel"]["finished"], 1)
 
     def test_a_database_that_cannot_grow_during_an_import_stays_whole(self):
         database = self.folder / "runs.db"

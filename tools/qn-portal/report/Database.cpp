@@ -90,7 +90,9 @@ void Database::Close::operator()(sqlite3* connection) const {
 }
 
 Database::Database(const std::string& path, Access access) {
-    const int flags = access == Access::kRead ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+    // For reading, too: a transaction that was killed is rolled back by whoever comes next. Where the file or its
+    // folder is read-only, SQLite reads without.
+    const int flags = SQLITE_OPEN_READWRITE | (access == Access::kRead ? 0 : SQLITE_OPEN_CREATE);
     sqlite3* connection = nullptr;
     const int status = sqlite3_open_v2(path.c_str(), &connection, flags, nullptr);
     connection_.reset(connection);
