@@ -20,4 +20,7 @@ std::vector<std::unique_ptr<Volume>> openApfsVolumes(const ByteSourcePtr& partit
 constexpr const char* kApfsEntryPoint = "hdiutilOpenApfsVolumes";
 using ApfsEntryPoint = void (*)(const ByteSourcePtr& partition, std::vector<std::unique_ptr<Volume>>& into);
 
+// Loads the module, once. A program with static libraries has its contents linked. Throws ImageError as above.
+ApfsEntryPoint findApfsEntryPoint();
+
 } // namespace hdi
