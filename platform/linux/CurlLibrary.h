@@ -3,7 +3,8 @@
 #include <curl/curl.h>
 
 // What is used of libcurl. It is loaded with the first request, once the window shows, and not with the program: it
-// brings thirty libraries along, whose symbols would take a tenth of the time until then. It stays loaded.
+// brings thirty libraries along, whose symbols would take a tenth of the time until then. It stays loaded. A program
+// with static libraries has it linked.
 struct CurlLibrary {
     decltype(&curl_global_init) globalInit = nullptr;
     decltype(&curl_easy_init) init = nullptr;

@@ -4,12 +4,16 @@
 
 #include <QDir>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QPluginLoader>
 
 #include <xcb/xcb.h>
 
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <algorithm>
 #include <cstring>
 
 using namespace Qt::StringLiterals;
@@ -18,9 +22,15 @@ namespace platform {
 
 namespace {
 
-bool hasPlugin(const QString& folder, const char* pattern) {
+// In the folder, or linked into this program.
+bool hasPlugin(const QString& folder, const QString& name) {
+    const auto answersTo = [&name](const QStaticPlugin& plugin) {
+        return plugin.metaData().value("MetaData"_L1).toObject().value("Keys"_L1).toArray().contains(name);
+    };
+    const QVector<QStaticPlugin> linked = QPluginLoader::staticPlugins();
     const QDir platforms(folder + u"/platforms"_s);
-    return !platforms.entryList({QString::fromLatin1(pattern)}, QDir::Files).isEmpty();
+    return std::any_of(linked.begin(), linked.end(), answersTo) ||
+           !platforms.entryList({u"libq"_s + name + u"*.so"_s}, QDir::Files).isEmpty();
 }
 
 // The socket of the compositor: $WAYLAND_DISPLAY, below the runtime folder unless it is absolute.
@@ -52,10 +62,10 @@ bool xServerAnswers() {
 } // namespace
 
 std::optional<QByteArray> windowSystemPlugin(const QString& pluginsFolder) {
-    if (hasPlugin(pluginsFolder, "libqwayland-*.so") && waylandAnswers()) {
+    if (hasPlugin(pluginsFolder, u"wayland"_s) && waylandAnswers()) {
         return "wayland";
     }
-    if (hasPlugin(pluginsFolder, "libqxcb.so") && xServerAnswers()) {
+    if (hasPlugin(pluginsFolder, u"xcb"_s) && xServerAnswers()) {
         return "xcb";
     }
     return std::nullopt;

@@ -1,0 +1,75 @@
+#!/usr/bin/env python3
+"""Builds what is released, see ./release --help."""
+
+import argparse
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+
+import pack
+import toolkit
+from steps import Failed, run, step
+
+TOP = pathlib.Path(__file__).resolve().parents[2]
+BUILD = TOP / "build-static"
+CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache") / "qninstaller-release"
+
+
+def arguments():
+    parser = argparse.ArgumentParser(
+        prog="./release",
+        description="Builds one file that starts on any Linux desktop with glibc 2.36, and the same bundle as .tar.xz. "
+        "The static libraries come from Debian's packages and source packages; those that have to be built are built "
+        f"once and kept in {CACHE}.")
+    parser.add_argument("--output", type=pathlib.Path, default=TOP / "dist", metavar="FOLDER",
+                        help="where the files go (default: dist)")
+    parser.add_argument("--libraries", type=pathlib.Path, metavar="FOLDER",
+                        help="libraries that an earlier run built, in the place of those of now")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count(), metavar="N", help="processes that compile at a time")
+    return parser.parse_args()
+
+
+def commit_time():
+    """Of the commit that is released: the one time that goes into the files."""
+    given = os.environ.get("SOURCE_DATE_EPOCH")
+    return int(given or subprocess.run(["git", "-C", TOP, "log", "-1", "--format=%ct"], capture_output=True, text=True,
+                                       check=True).stdout)
+
+
+def build(libraries, jobs, time):
+    log = BUILD / "build.log"
+    BUILD.mkdir(exist_ok=True)
+    shutil.rmtree(BUILD / "QNInstaller.app", ignore_errors=True)
+    environment = {"SOURCE_DATE_EPOCH": str(time)}
+    run(["cmake", "-S", TOP, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release", f"-DQN_TOOLKIT={libraries}"], log,
+        environment=environment)
+    run(["cmake", "--build", BUILD, "-j", str(jobs)], log, environment=environment)
+
+
+def tell_sizes(folder):
+    for path in sorted(folder.iterdir()):
+        print(f"{path.stat().st_size:>12,}  {path}")
+    parts = [path for path in (BUILD / "QNInstaller.app").rglob("*") if path.is_file() and not path.is_symlink()]
+    print(f"{sum(path.stat().st_size for path in parts):>12,}  unpacked")
+
+
+def main():
+    options = arguments()
+    libraries = options.libraries or toolkit.make_toolkit(CACHE, options.jobs)
+    time = commit_time()
+    with step("Building the bundle"):
+        build(libraries, options.jobs, time)
+    with step("Packing"):
+        shutil.rmtree(options.output, ignore_errors=True)
+        options.output.mkdir(parents=True)
+        pack.pack(BUILD / "QNInstaller.app", BUILD / "tools/launcher/launcher", options.output, "QNInstaller", time)
+    tell_sizes(options.output)
+
+
+if __name__ == "__main__":
+    try:
+        main()
+    except Failed as failed:
+        sys.exit(f"release: {failed}")
