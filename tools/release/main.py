@@ -4,10 +4,12 @@
 import argparse
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
 
+import check
 import pack
 import toolkit
 from steps import Failed, run, step
@@ -27,6 +29,9 @@ def arguments():
                         help="where the files go (default: dist)")
     parser.add_argument("--libraries", type=pathlib.Path, metavar="FOLDER",
                         help="libraries that an earlier run built, in the place of those of now")
+    parser.add_argument("--check", action="store_true",
+                        help="start what was built last in fresh systems (Debian 12, 13, testing), with every ending of "
+                        "./run, and print a table; needs root, and what ./run builds")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), metavar="N", help="processes that compile at a time")
     return parser.parse_args()
 
@@ -48,6 +53,23 @@ def build(libraries, jobs, time):
     run(["cmake", "--build", BUILD, "-j", str(jobs)], log, environment=environment)
 
 
+def programs(folder):
+    return [path for path in sorted(folder.rglob("*"))
+            if path.is_file() and not path.is_symlink() and path.read_bytes()[:4] == b"\x7fELF"]
+
+
+def require_glibc_alone(paths):
+    """Of shared libraries a program may need those of glibc only, and of these no version that Debian 12 lacks."""
+    for path in paths:
+        told = subprocess.run(["readelf", "--wide", "-d", "-V", path], capture_output=True, text=True, check=True).stdout
+        needed = set(re.findall(r"\(NEEDED\).*\[(.*)\]", told)) - {"libc.so.6", "libm.so.6", "ld-linux-x86-64.so.2"}
+        versions = [tuple(map(int, version.split("."))) for version in re.findall(r"Name: GLIBC_([0-9.]+)", told)]
+        if needed:
+            raise Failed(f"{path.name} needs {', '.join(sorted(needed))}")
+        if max(versions, default=(0,)) > (2, 36):
+            raise Failed(f"{path.name} needs a newer glibc than 2.36")
+
+
 def tell_sizes(folder):
     for path in sorted(folder.iterdir()):
         print(f"{path.stat().st_size:>12,}  {path}")
@@ -57,10 +79,13 @@ def tell_sizes(folder):
 
 def main():
     options = arguments()
+    if options.check:
+        sys.exit(0 if check.check(BUILD, CACHE / "roots", BUILD / "check") else 1)
     libraries = options.libraries or toolkit.make_toolkit(CACHE, options.jobs)
     time = commit_time()
     with step("Building the bundle"):
         build(libraries, options.jobs, time)
+    require_glibc_alone([*programs(BUILD / "QNInstaller.app"), BUILD / "tools/launcher/launcher"])
     with step("Packing"):
         shutil.rmtree(options.output, ignore_errors=True)
         options.output.mkdir(parents=True)

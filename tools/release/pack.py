@@ -42,12 +42,11 @@ def tar_of(bundle, time):
     return buffer.getvalue()
 
 
-def compress(data):
-    return lzma.compress(data, lzma.FORMAT_XZ, lzma.CHECK_CRC64, filters=FILTERS)
-
-
-def launcher_file(launcher, archive, identifier):
+def launcher_file(launcher, archive, identifier, filters=FILTERS):
     """The launcher's bytes with the archive behind it."""
+    def compress(part):
+        return lzma.compress(part, lzma.FORMAT_XZ, lzma.CHECK_CRC64, filters=filters)
+
     parts = [archive[place:place + PART] for place in range(0, len(archive), PART)]
     with concurrent.futures.ThreadPoolExecutor() as pool:
         packed = list(pool.map(compress, parts))

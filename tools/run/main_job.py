@@ -8,6 +8,7 @@ sample installer wrote down.
 import argparse
 import os
 import pathlib
+import shlex
 import shutil
 import signal
 import subprocess
@@ -41,6 +42,10 @@ def arguments():
                         help="such as de_DE.UTF-8 (default: that of your session)")
     parser.add_argument("--build", type=pathlib.Path, default=BUILD, metavar="FOLDER",
                         help="whose installer to start (default: build)")
+    parser.add_argument("--bundle", type=pathlib.Path, default=None, metavar="FOLDER",
+                        help="the installer itself, when it is not that of --build")
+    parser.add_argument("--through", type=shlex.split, default=[], metavar="COMMAND",
+                        help="what starts the installer, whose path it gets as its last argument")
     parser.add_argument("--keep", action="store_true", help="keep the run's folder and print where it is")
     options = parser.parse_args()
     if options.auto_open and options.ending != "open-link":
@@ -69,7 +74,7 @@ def run_once(options, folder):
     run_stage = stage.Stage(options.build.resolve(), folder, options)
     with run_stage.portal(ending) as portal:
         run_stage.make_bundle(portal.addresses["config"], ending)
-        process = subprocess.Popen([run_stage.executable], env=run_stage.environment(), stderr=run_stage.console)
+        process = subprocess.Popen([*options.through, run_stage.executable], env=run_stage.environment(), stderr=run_stage.console)
         try:
             status = wait_for_end(process, run_stage, ending, options.show)
         finally:

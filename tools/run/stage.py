@@ -84,7 +84,7 @@ class Stage:
 
     def make_bundle(self, configuration, ending):
         """A copy of the built bundle that asks our portal, on a machine with or without a route to the internet."""
-        shutil.copytree(self.build / "QNInstaller.app", self.bundle, symlinks=True)
+        shutil.copytree(self.options.bundle or self.build / "QNInstaller.app", self.bundle, symlinks=True)
         path = self.bundle / "Contents/Info.plist"
         info = plistlib.loads(path.read_bytes())
         info.update({"CFBundleIdentifier": IDENTIFIER, "QNEnv": "dev1"})
