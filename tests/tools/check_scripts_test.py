@@ -179,6 +179,33 @@ class CheckPlatformPairs(Tree):
         )
 
 
+class CheckHomes(Tree):
+    script = "check-homes"
+
+    def test_is_content_with_this_tree(self):
+        self.assertEqual(self.run_script(ROOT), (0, []))
+
+    def test_is_content_with_bodies_beside_their_header_and_services_below_theirs(self):
+        self.put("ui/A.h", "class A {\n    void draw();\n};\nint count();\n")
+        self.put("ui/A.cpp", "void A::draw() {\n}\nint count() {\n    return 1;\n}\n")
+        self.put("platform/B.h", "namespace platform {\nvoid serve();\n}\n")
+        self.put("platform/linux/B.cpp", "namespace platform {\nvoid serve() {\n}\n}\n")
+        self.put("platform/macos/B.mm", "namespace platform {\nvoid serve() {\n}\n}\n")
+        self.expect_good()
+
+    def test_names_a_body_in_another_folder(self):
+        self.put("ui/A.h", "class A {\n    void draw();\n    void flow(int kind);\n};\n")
+        self.put("ui/A.cpp", "void A::draw() {\n}\n")
+        self.put("install/A.cpp", "\nvoid A::flow(int) {\n}\n")
+        self.expect_bad("install/A.cpp:2: A::flow is declared in ui/A.h")
+
+    def test_takes_a_helper_of_the_same_name_for_another_function(self):
+        self.put("ui/A.h", "int count();\n")
+        self.put("ui/A.cpp", "int count() {\n    return 1;\n}\n")
+        self.put("app/B.cpp", "namespace {\nint count() {\n    return 2;\n}\n}\n")
+        self.expect_good()
+
+
 class CheckDialect(Tree):
     script = "check-dialect"
 
