@@ -127,10 +127,7 @@ void QNMainController::startInstallation() {
     }
     const LogContext context = logContext(kFunction);
     QNLogger::showScreen(u"Connecting"_s, context);
-    installView_->setHidden(true);
-    errorView_->setHidden(true);
-    hidePageView();
-    spinnerView_->setHidden(false);
+    showConnectingScreen();
     const auto started = std::chrono::system_clock::now();
     QNConfigProvider::loadConfigWithCompletion(
         [this, started, context](const std::shared_ptr<QNConfig>& config, const std::optional<TransportError>& error) {

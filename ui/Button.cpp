@@ -2,6 +2,7 @@
 
 #include "ui/TextView.h"
 
+#include <QKeyEvent>
 #include <QPainter>
 
 #include <cmath>
@@ -61,6 +62,13 @@ QSize Button::minimumSizeHint() const {
 
 void Button::sizeToFit() {
     resize(sizeHint());
+}
+
+void Button::keyPressEvent(QKeyEvent* event) {
+    // Held, a key is one press.
+    if (!event->isAutoRepeat()) {
+        QPushButton::keyPressEvent(event);
+    }
 }
 
 bool Button::focusNextPrevChild(bool next) {

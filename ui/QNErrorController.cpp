@@ -10,6 +10,7 @@
 #include "ui/Styling.h"
 #include "ui/View.h"
 
+#include <QApplication>
 #include <QShortcut>
 
 using namespace Qt::StringLiterals;
@@ -54,12 +55,39 @@ void QNErrorController::connectActions() {
     connect(retryButton_, &QAbstractButton::clicked, this, &QNErrorController::onRetryClick);
     connect(contactSupportButton_, &QAbstractButton::clicked, this, &QNErrorController::onContactSupportClick);
     connect(closeButton_, &QAbstractButton::clicked, this, &QNErrorController::onCLoseClick);
+    connectKeys();
+}
+
+void QNErrorController::connectKeys() {
     auto* const escape = new QShortcut(QKeySequence(Qt::Key_Escape), view_.data());
+    escape->setAutoRepeat(false);
     connect(escape, &QShortcut::activated, this, [this] {
         if (closeButton_->isVisible()) {
             closeButton_->click();
         }
     });
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+        auto* const first = new QShortcut(QKeySequence(key), view_.data());
+        first->setAutoRepeat(false);
+        connect(first, &QShortcut::activated, this, &QNErrorController::pressFirstButton);
+        // A control that has the keyboard gets the key itself.
+        connect(qApp, &QApplication::focusChanged, first, [this, first] {
+            const QWidget* const focus = view_->window()->focusWidget();
+            first->setEnabled(focus == nullptr || focus == view_->window());
+        });
+    }
+}
+
+void QNErrorController::pressFirstButton() {
+    if (std::chrono::steady_clock::now() - shownAt_ < settlingTime_) {
+        return;
+    }
+    for (Button* const button : {retryButton_, closeButton_}) {
+        if (button->isVisible()) {
+            button->click();
+            return;
+        }
+    }
 }
 
 void QNErrorController::awakeFromNib() {
@@ -127,6 +155,7 @@ void QNErrorController::setErrorObject(const QNErrorObject& object) {
     closeButton_->setHidden(object.withClose == 0);
     contactSupportButton_->setHidden(object.withContactSupport == 0);
     infoText_->setHidden(!object.info.has_value());
+    shownAt_ = std::chrono::steady_clock::now();
 }
 
 void QNErrorController::onRetryClick() {

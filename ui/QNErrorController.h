@@ -4,6 +4,7 @@
 #include <QPointer>
 #include <QString>
 
+#include <chrono>
 #include <optional>
 
 class Button;
@@ -14,7 +15,9 @@ class TextField;
 class View;
 
 // The panel for whatever needs the user: a picture, a headline, a text, a subtitle and up to three buttons, which post
-// notifications and do nothing themselves. Escape presses the close button where it shows.
+// notifications and do nothing themselves. Escape presses the close button where it shows. Return presses the first
+// button while no control has the keyboard, unless the record has only just been put up: that Return was meant for what
+// was there before.
 //
 // Main thread. One panel lives as long as the main window. Once the close button has been turned into the one that
 // opens a link, it stays so.
@@ -35,6 +38,10 @@ public:
     // The text is not looked at: the label is always the localized "MessageDownloadButtonText".
     void setCloseButtonLabel(const QString& label);
     void setCloseButtonLink(const std::optional<QString>& link);
+
+    // For how long after a record Return is still taken for the last screen's.
+    static constexpr std::chrono::milliseconds kSettlingTime{700};
+    void setSettlingTime(std::chrono::milliseconds time) { settlingTime_ = time; }
 
     void onRetryClick();
     void onContactSupportClick();
@@ -68,6 +75,8 @@ private:
     void setupCloseButton();
     void setupContactSupport();
     void connectActions();
+    void connectKeys();
+    void pressFirstButton();
 
     signed char customActionOnClose_ = 0;
     std::optional<QString> customActionLink_;
@@ -78,5 +87,7 @@ private:
     Button* retryButton_ = nullptr;
     Button* closeButton_ = nullptr;
     Button* contactSupportButton_ = nullptr;
+    std::chrono::milliseconds settlingTime_ = kSettlingTime;
+    std::chrono::steady_clock::time_point shownAt_;
     QPointer<View> view_;
 };

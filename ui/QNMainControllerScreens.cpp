@@ -56,6 +56,20 @@ void Screens::hidePageView() {
     pageView_->setHidden(true);
 }
 
+void Screens::releaseKeyboard() {
+    if (QWidget* const control = view_->window()->focusWidget()) {
+        control->clearFocus();
+    }
+}
+
+void Screens::showConnectingScreen() {
+    installView_->setHidden(true);
+    errorView_->setHidden(true);
+    hidePageView();
+    spinnerView_->setHidden(false);
+    releaseKeyboard();
+}
+
 void Screens::hideAlert(const Notification&) {
     if (!alert_) {
         return;
@@ -71,6 +85,7 @@ void Screens::showErrorPanel() {
     spinnerView_->setHidden(true);
     hidePageView();
     errorView_->setHidden(false);
+    releaseKeyboard();
 }
 
 void Screens::showGenericDownloadScreen() {

@@ -60,6 +60,7 @@ public:
     void setupSpinner();
     void setupLayer();
     void hidePageView();
+    void showConnectingScreen();
     // Closes the confirmation alert's window, if there is one.
     void hideAlert(const Notification& notification);
 
@@ -99,6 +100,8 @@ protected:
 private:
     void loadOutlets(QWidget& root);
     void showErrorPanel();
+    // After a change of screens no control has the keyboard, so that a key meant for the last screen presses nothing.
+    void releaseKeyboard();
     void showRecord(const StyledText& message, const QString& title, const std::optional<Image>& icon, Retry retry,
                     Close close, ContactSupport contactSupport, const std::optional<StyledText>& subTitle);
 

@@ -1,5 +1,6 @@
 #include "ui/View.h"
 
+#include <QApplication>
 #include <QPainter>
 
 View::View(QWidget* parent) : QWidget(parent) {}
@@ -7,6 +8,16 @@ View::View(QWidget* parent) : QWidget(parent) {}
 void View::setLayer(const Layer& layer) {
     layer_ = layer;
     update();
+}
+
+bool View::focusNextPrevChild(bool next) {
+    if (isVisible()) {
+        return QWidget::focusNextPrevChild(next);
+    }
+    if (QWidget* const inside = QApplication::focusWidget()) {
+        inside->clearFocus();
+    }
+    return true;
 }
 
 void View::paintEvent(QPaintEvent*) {

@@ -15,6 +15,8 @@ public:
     void setLayer(const Layer& layer);
 
 protected:
+    // Hidden with the keyboard inside, a view hands it to no neighbour.
+    bool focusNextPrevChild(bool next) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:

@@ -43,6 +43,19 @@ protected:
     }
 };
 
+// A press that the display repeats, and the release in the end.
+void hold(QWidget& window, Qt::Key key) {
+    QWindow* const to = window.windowHandle();
+    const QString text = key == Qt::Key_Space ? u" "_s : u"\r"_s;
+    QTest::keyPress(to, key);
+    for (int count = 0; count < 5; ++count) {
+        qt_handleKeyEvent(to, QEvent::KeyRelease, key, Qt::NoModifier, text, true);
+        qt_handleKeyEvent(to, QEvent::KeyPress, key, Qt::NoModifier, text, true);
+        QCoreApplication::processEvents();
+    }
+    QTest::keyRelease(to, key);
+}
+
 } // namespace
 
 TEST_F(KeyboardTest, MarksNoControlBeforeTabIsPressed) {
@@ -111,6 +124,74 @@ TEST_F(KeyboardTest, LeavesNoButtonWithTheKeyboardWhenTheOneThatHadItVanishes) {
     panel().retryButton()->setFocus(Qt::TabFocusReason);
     panel().retryButton()->hide();
     EXPECT_EQ(qobject_cast<Button*>(QApplication::focusWidget()), nullptr);
+}
+
+TEST_F(KeyboardTest, GivesTheKeyboardToNoControlAfterAChangeOfScreens) {
+    Window& shown = shownWindow();
+    test::pressKey(shown, Qt::Key_Tab);
+    ASSERT_EQ(QApplication::focusWidget(), panel().retryButton());
+    test::pressKey(shown, Qt::Key_Return);
+    EXPECT_EQ(qobject_cast<Button*>(QApplication::focusWidget()), nullptr);
+    EXPECT_FALSE(shown.findChild<FocusRing*>()->isVisible());
+    controller().closeButton()->setFocus(Qt::TabFocusReason);
+    controller().showConnectingScreen();
+    EXPECT_EQ(qobject_cast<Button*>(QApplication::focusWidget()), nullptr);
+    controller().closeButton()->setFocus(Qt::TabFocusReason);
+    controller().showGenericError();
+    EXPECT_EQ(qobject_cast<Button*>(QApplication::focusWidget()), nullptr);
+    EXPECT_EQ(tabStops().value(0), u"errorMessage 0"_s);
+}
+
+TEST_F(KeyboardTest, HandsTheKeyboardToNoNeighbourOfAViewThatVanishes) {
+    shownWindow();
+    panel().retryButton()->setFocus(Qt::TabFocusReason);
+    controller().errorView()->setHidden(true);
+    EXPECT_EQ(qobject_cast<Button*>(QApplication::focusWidget()), nullptr);
+}
+
+TEST_F(KeyboardTest, TakesAKeyThatIsHeldForOnePress) {
+    Window& shown = shownWindow();
+    panel().setSettlingTime(std::chrono::milliseconds(0));
+    panel().retryButton()->setFocus(Qt::TabFocusReason);
+    hold(shown, Qt::Key_Return);
+    EXPECT_EQ(posted(), QStringList{u"START_INSTALLATION"_s});
+    panel().retryButton()->setFocus(Qt::TabFocusReason);
+    hold(shown, Qt::Key_Space);
+    EXPECT_EQ(posted(), (QStringList{u"START_INSTALLATION"_s, u"START_INSTALLATION"_s}));
+    controller().showGenericError();
+    panel().contactSupportButton()->setFocus(Qt::TabFocusReason);
+    hold(shown, Qt::Key_Return);
+    EXPECT_EQ(posted().size(), 3);
+}
+
+TEST_F(KeyboardTest, PressesThePanelsFirstButtonByReturnWithoutATab) {
+    Window& shown = shownWindow();
+    panel().setSettlingTime(std::chrono::milliseconds(0));
+    test::pressKey(shown, Qt::Key_Return);
+    EXPECT_EQ(posted(), QStringList{u"START_INSTALLATION"_s});
+    test::pressKey(shown, Qt::Key_Space);
+    EXPECT_EQ(posted(), QStringList{u"START_INSTALLATION"_s});
+    controller().showGenericDownloadScreen();
+    whenTerminated([this] { EXPECT_EQ(posted(), (QStringList{u"START_INSTALLATION"_s, u"QUIT_INSTALLATION {}"_s})); });
+    test::pressKey(shown, Qt::Key_Enter);
+    FAIL() << "it did not quit";
+}
+
+TEST_F(KeyboardTest, TakesAReturnSoonAfterAChangeOfScreensForTheLastOnes) {
+    Window& shown = shownWindow();
+    panel().setSettlingTime(std::chrono::hours(1));
+    test::pressKey(shown, Qt::Key_Return);
+    controller().showGenericError();
+    test::pressKey(shown, Qt::Key_Return);
+    EXPECT_EQ(posted(), QStringList());
+}
+
+TEST_F(KeyboardTest, PressesNothingByReturnOnTheConnectingScreen) {
+    Window& shown = shownWindow();
+    panel().setSettlingTime(std::chrono::milliseconds(0));
+    controller().showConnectingScreen();
+    test::pressKey(shown, Qt::Key_Return);
+    EXPECT_EQ(posted(), QStringList());
 }
 
 TEST_F(KeyboardTest, QuitsByTheMenusShortcut) {
