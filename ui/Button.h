@@ -16,6 +16,9 @@ class Button : public QPushButton {
     Q_OBJECT
     Q_PROPERTY(QString title READ title WRITE setTitle)
     Q_PROPERTY(QString imageName READ imageName WRITE setImageName)
+    // Of its layer, for interface files.
+    Q_PROPERTY(QString layerColor READ layerColor WRITE setLayerColor)
+    Q_PROPERTY(double layerRadius READ layerRadius WRITE setLayerRadius)
 
 public:
     explicit Button(QWidget* parent = nullptr);
@@ -28,6 +31,11 @@ public:
 
     const Layer& layer() const { return layer_; }
     void setLayer(const Layer& layer);
+    // Six hexadecimal digits; a text that is no colour is none.
+    QString layerColor() const { return layer_.colorText(); }
+    void setLayerColor(const QString& color) { setLayer(layer_.withColor(color)); }
+    double layerRadius() const { return layer_.cornerRadius; }
+    void setLayerRadius(double radius) { setLayer(layer_.withRadius(radius)); }
 
     // The name of a picture of the bundle, shown in place of a title.
     QString imageName() const { return image_ ? image_->name() : QString(); }

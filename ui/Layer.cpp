@@ -16,6 +16,22 @@ Color withAlpha(const Color& color, double alpha) {
     return {color.red, color.green, color.blue, alpha};
 }
 
+QString Layer::colorText() const {
+    return backgroundColor ? paintColor(*backgroundColor).name().toUpper() : QString();
+}
+
+Layer Layer::withColor(const QString& color) const {
+    Layer changed = *this;
+    changed.backgroundColor = Color::colorWithHex(color);
+    return changed;
+}
+
+Layer Layer::withRadius(double radius) const {
+    Layer changed = *this;
+    changed.cornerRadius = radius;
+    return changed;
+}
+
 QPainterPath Layer::outline(const QRectF& bounds) const {
     const double radius = std::min({cornerRadius, bounds.width() / 2.0, bounds.height() / 2.0});
     QPainterPath path;

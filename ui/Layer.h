@@ -4,6 +4,7 @@
 
 #include <QColor>
 #include <QRectF>
+#include <QString>
 
 #include <optional>
 
@@ -23,6 +24,11 @@ struct Layer {
     std::optional<Color> borderColor;
     double borderWidth = 0.0;
     double cornerRadius = 0.0;
+
+    // For properties of interface files: "#FFFFFF".
+    QString colorText() const;
+    Layer withColor(const QString& color) const;
+    Layer withRadius(double radius) const;
 
     // Paints background and border for a view with these bounds. The radius never exceeds half the shorter side. A
     // background that reaches into the rounded corner of a view around `widget` is cut to it.

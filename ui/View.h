@@ -7,12 +7,20 @@
 // A rectangle of the window that has a layer and holds other views. Main thread.
 class View : public QWidget {
     Q_OBJECT
+    // Of its layer, for interface files.
+    Q_PROPERTY(QString layerColor READ layerColor WRITE setLayerColor)
+    Q_PROPERTY(double layerRadius READ layerRadius WRITE setLayerRadius)
 
 public:
     explicit View(QWidget* parent = nullptr);
 
     const Layer& layer() const { return layer_; }
     void setLayer(const Layer& layer);
+    // Six hexadecimal digits; a text that is no colour is none.
+    QString layerColor() const { return layer_.colorText(); }
+    void setLayerColor(const QString& color) { setLayer(layer_.withColor(color)); }
+    double layerRadius() const { return layer_.cornerRadius; }
+    void setLayerRadius(double radius) { setLayer(layer_.withRadius(radius)); }
 
 protected:
     // Hidden with the keyboard inside, a view hands it to no neighbour.

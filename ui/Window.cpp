@@ -12,6 +12,7 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QPainterPath>
 #include <QScreen>
 #include <QTimer>
 #include <QWindow>
@@ -226,6 +227,18 @@ void Window::showEvent(QShowEvent*) {
     applyShape();
 }
 
+void Window::cutShadow(QPainter& painter) const {
+    const Layer& body = contentView_->layer();
+    if (body.backgroundColor && body.backgroundColor->alpha >= 1.0) {
+        return;
+    }
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
+    painter.fillPath(body.outline(QRectF(contentView_->geometry())), Qt::black);
+    painter.restore();
+}
+
 void Window::paintEvent(QPaintEvent* event) {
     waitForFonts();
     tellOfFirstFrame();
@@ -239,6 +252,7 @@ void Window::paintEvent(QPaintEvent* event) {
     const bool besideContent = contentView_ != nullptr && !contentView_->geometry().contains(event->rect());
     if (margin_ > 0 && besideContent) {
         Shadow::paint(painter, QRectF(contentView_->geometry()), contentView_->layer().cornerRadius);
+        cutShadow(painter);
     }
     if (background_.alpha > 0.0) {
         painter.fillRect(rect(), paintColor(background_));

@@ -84,6 +84,8 @@ private:
     void arrange();
     void applyShape();
     int shadowMargin() const;
+    // Takes the shadow away where it would show through a body that is see-through.
+    void cutShadow(QPainter& painter) const;
     std::vector<QRect> shapeInPixels() const;
 
     View* contentView_ = nullptr;

@@ -37,7 +37,7 @@ void movePointer(const QPoint& point) {
 constexpr QPoint kBackground{30, 20};
 constexpr QPoint kBesideTheIcon{100, 130};
 constexpr QPoint kCross{612, 28};
-constexpr QPoint kHeadline{320, 255};
+constexpr QPoint kHeadline{320, 235};
 constexpr QPoint kLink{370, 462};
 constexpr QPoint kCloseButton{200, 410};
 

@@ -64,13 +64,6 @@ std::shared_ptr<QNConfig> linkConfig() {
                                                    {u"actionUrl"_s, u"https://www.example.com/download"_s}}}}});
 }
 
-void showConnecting(QNMainController& controller) {
-    controller.installView()->setHidden(true);
-    controller.errorView()->setHidden(true);
-    controller.hidePageView();
-    controller.spinnerView()->setHidden(false);
-}
-
 bool saveAll(Window& window, QNMainController& controller, const QString& prefix) {
     bool saved = savePicture(window, prefix + u"no-internet.png"_s);
     controller.showGenericError();
@@ -78,7 +71,7 @@ bool saveAll(Window& window, QNMainController& controller, const QString& prefix
     controller.setConfig(linkConfig());
     controller.showGenericDownloadScreen();
     saved = savePicture(window, prefix + u"download.png"_s) && saved;
-    showConnecting(controller);
+    controller.showConnectingScreen();
     saved = savePicture(window, prefix + u"connecting.png"_s) && saved;
     QNAlertController alert;
     alert.showWindow(nullptr, localizedString(u"MenuQuit"_s), localizedString(u"MessagePleaseTryLater"_s), u"Y"_s,
