@@ -1,8 +1,10 @@
 #include "ui/Accessible.h"
 
+#include "ui/Button.h"
 #include "ui/HyperlinkTextField.h"
 #include "ui/ImageView.h"
 #include "ui/QNSpinner.h"
+#include "ui/View.h"
 #include "ui/Window.h"
 
 #include <QAccessible>
@@ -153,6 +155,26 @@ private:
     mutable std::vector<QAccessible::Id> links_;
 };
 
+// With a name it is the panel, which comes up by itself and says what is the matter; others only hold other views.
+class AccessibleView : public QAccessibleWidget {
+public:
+    explicit AccessibleView(View* view) : QAccessibleWidget(view, QAccessible::Client) {}
+    QAccessible::Role role() const override {
+        return widget()->accessibleName().isEmpty() ? QAccessible::Client : QAccessible::AlertMessage;
+    }
+};
+
+// A picture without a name says nothing that does not stand beside it.
+class AccessiblePicture : public QAccessibleWidget {
+public:
+    explicit AccessiblePicture(ImageView* view) : QAccessibleWidget(view, QAccessible::Graphic) {}
+    QAccessible::State state() const override {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.invisible = state.invisible || widget()->accessibleName().isEmpty();
+        return state;
+    }
+};
+
 class AccessibleSpinner : public QAccessibleWidget {
 public:
     explicit AccessibleSpinner(QNSpinner* spinner) : QAccessibleWidget(spinner, QAccessible::Animation) {}
@@ -180,14 +202,38 @@ QAccessibleInterface* makeAccessible(const QString&, QObject* object) {
         return new AccessibleSpinner(spinner);
     }
     if (auto* view = qobject_cast<ImageView*>(object)) {
-        return new QAccessibleWidget(view, QAccessible::Graphic);
+        return new AccessiblePicture(view);
+    }
+    if (auto* view = qobject_cast<View*>(object)) {
+        return new AccessibleView(view);
     }
     return nullptr;
+}
+
+// Of a control that loses the keyboard Qt tells that it got it. And it tells that a field has it after the field has
+// told which link it is: the text around it would be all that is heard.
+void tellOf(QAccessibleEvent* event) {
+    if (event->type() == QAccessible::Focus && event->child() < 0) {
+        const auto* const field = qobject_cast<const HyperlinkTextField*>(event->object());
+        const auto* const button = qobject_cast<const Button*>(event->object());
+        if ((field != nullptr && !field->hasFocus()) || (button != nullptr && !button->hasFocus())) {
+            return;
+        }
+        if (field != nullptr) {
+            event->setChild(static_cast<int>(field->focusedLink().value_or(0)));
+        }
+    }
+    QAccessible::installUpdateHandler(nullptr);
+    QAccessible::updateAccessibility(event);
+    QAccessible::installUpdateHandler(tellOf);
 }
 
 } // namespace
 
 void installAccessibleFactory() {
     static std::once_flag installed;
-    std::call_once(installed, [] { QAccessible::installFactory(makeAccessible); });
+    std::call_once(installed, [] {
+        QAccessible::installFactory(makeAccessible);
+        QAccessible::installUpdateHandler(tellOf);
+    });
 }

@@ -157,11 +157,12 @@ std::optional<std::size_t> HyperlinkTextField::focusedLink() const {
 }
 
 void HyperlinkTextField::focusLink(std::size_t index, Qt::FocusReason reason) {
-    if (!hasFocus()) {
-        setFocus(reason);
-    }
     focusedLink_ = index;
     update();
+    if (!hasFocus()) {
+        setFocus(reason); // which tells of the link by itself
+        return;
+    }
     QAccessibleEvent event(this, QAccessible::Focus);
     event.setChild(static_cast<int>(index));
     QAccessible::updateAccessibility(&event);
@@ -170,9 +171,9 @@ void HyperlinkTextField::focusLink(std::size_t index, Qt::FocusReason reason) {
 void HyperlinkTextField::focusInEvent(QFocusEvent* event) {
     const std::size_t count = linkRuns(text()).size();
     if (event->reason() == Qt::BacktabFocusReason && count > 0) {
-        focusLink(count - 1, event->reason());
+        focusedLink_ = count - 1;
     } else if (event->reason() == Qt::TabFocusReason) {
-        focusLink(0, event->reason());
+        focusedLink_ = 0;
     }
     update();
 }

@@ -147,7 +147,8 @@ void QNErrorController::setCloseButtonLink(const std::optional<QString>& link) {
 
 void QNErrorController::setErrorObject(const QNErrorObject& object) {
     errorIcon_->setImage(object.icon);
-    errorIcon_->setAccessibleName(object.title.value_or(QString()));
+    view_->setAccessibleName(object.title.value_or(QString()));
+    view_->setAccessibleDescription(object.message.value_or(StyledText()).string());
     errorTitle_->setText(object.title.value_or(QString()));
     errorMessage_->setText(object.message.value_or(StyledText()));
     infoText_->setText(object.info.value_or(StyledText()));

@@ -2,6 +2,7 @@
 #include "logging/QNLogger.h"
 #include "platform/Bundle.h"
 #include "platform/base/NotificationCenter.h"
+#include "ui/Announcement.h"
 #include "ui/Button.h"
 #include "ui/HyperlinkTextField.h"
 #include "ui/QNAlertController.h"
@@ -68,6 +69,7 @@ void Screens::showConnectingScreen() {
     hidePageView();
     spinnerView_->setHidden(false);
     releaseKeyboard();
+    announceScreen(*spinnerView_, connectingLabel_->string());
 }
 
 void Screens::hideAlert(const Notification&) {
@@ -151,4 +153,5 @@ void Screens::showRecord(const StyledText& message, const QString& title, const 
     record.withContactSupport = contactSupport.value ? 1 : 0;
     record.info = subTitle;
     errorController_->setErrorObject(record);
+    announceScreen(*errorController_->view(), title + u". "_s + message.string());
 }

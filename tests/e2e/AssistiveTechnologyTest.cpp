@@ -18,7 +18,7 @@ const QStringList kConnecting{u"frame: Kit"_s, u"animation: Connecting…"_s, u"
                               u"push button: Quit"_s};
 
 const QStringList kNoInternet{u"frame: Kit"_s,
-                              u"graphic: No internet connection"_s,
+                              u"alert message: No internet connection"_s,
                               u"label: No internet connection"_s,
                               u"label: Please check your connection and try again."_s,
                               u"push button: Try again"_s,
@@ -26,7 +26,7 @@ const QStringList kNoInternet{u"frame: Kit"_s,
 
 const QStringList kError{
     u"frame: Kit"_s,
-    u"graphic: Installation failed"_s,
+    u"alert message: Installation failed"_s,
     u"label: Installation failed"_s,
     u"label: Something went wrong. You can download and install the latest version yourself, or click here for more help."_s,
     u"link: download and install the latest version"_s,
@@ -38,7 +38,7 @@ const QStringList kError{
     u"push button: Quit"_s};
 
 const QStringList kDownload{u"frame: Kit"_s,
-                            u"graphic: Get the latest version"_s,
+                            u"alert message: Get the latest version"_s,
                             u"label: Get the latest version"_s,
                             u"label: Press Download to get the latest version, or open the download page."_s,
                             u"link: open the download page"_s,

@@ -127,6 +127,45 @@ void collect(Node node, std::vector<Node>& found) {
 
 } // namespace
 
+// Gets the signals of the bus.
+class ScreenReader::Ear : public QObject {
+    Q_OBJECT
+
+public:
+    Ear() {
+        QDBusConnection bus(kConnection);
+        const QString events = u"org.a11y.atspi.Event.Object"_s;
+        for (const QString& event : {u"object:announcement"_s, u"object:state-changed"_s}) {
+            QDBusMessage wish =
+                QDBusMessage::createMethodCall(u"org.a11y.atspi.Registry"_s, u"/org/a11y/atspi/registry"_s,
+                                               u"org.a11y.atspi.Registry"_s, u"RegisterEvent"_s);
+            wish.setArguments({event, QStringList(), QString()});
+            EXPECT_EQ(bus.call(wish).type(), QDBusMessage::ReplyMessage);
+        }
+        EXPECT_TRUE(bus.connect({}, {}, events, u"Announcement"_s, this, SLOT(announced(QDBusMessage))));
+        EXPECT_TRUE(bus.connect({}, {}, events, u"StateChanged"_s, this, SLOT(stateChanged(QDBusMessage))));
+    }
+    const QStringList& heard() const { return heard_; }
+
+private Q_SLOTS:
+    void announced(const QDBusMessage& signal) {
+        heard_ += u"announcement: "_s + signal.arguments().value(3).value<QDBusVariant>().variant().toString();
+    }
+    void stateChanged(const QDBusMessage& signal) {
+        if (signal.arguments().value(0).toString() != u"focused"_s || signal.arguments().value(1).toInt() != 1) {
+            return;
+        }
+        const Node node{signal.service(), signal.path(), QString()};
+        const QString role = roleOf(node);
+        if (role != u"frame"_s) {
+            heard_ += u"focus: "_s + role + u": "_s + nameOf(node);
+        }
+    }
+
+private:
+    QStringList heard_;
+};
+
 ScreenReader::ScreenReader() {
     // On one display there is one accessibility bus: what starts it is not to see the display, which other cases use.
     QProcessEnvironment surroundings = QProcessEnvironment::systemEnvironment();
@@ -146,9 +185,11 @@ ScreenReader::ScreenReader() {
         QDBusMessage::createMethodCall(u"org.a11y.Bus"_s, u"/org/a11y/bus"_s, u"org.a11y.Bus"_s, u"GetAddress"_s));
     QDBusConnection::connectToBus(reply.arguments().value(0).toString(), kConnection);
     EXPECT_TRUE(QDBusConnection(kConnection).isConnected()) << reply.errorMessage().toStdString();
+    ear_ = std::make_unique<Ear>();
 }
 
 ScreenReader::~ScreenReader() {
+    ear_.reset();
     QDBusConnection::disconnectFromBus(kConnection);
     QDBusConnection::disconnectFromBus(u"session"_s);
     daemon_.terminate();
@@ -183,6 +224,11 @@ QStringList ScreenReader::announcedOnce(const QStringList& expected) const {
     return last;
 }
 
+QStringList ScreenReader::heard(qsizetype count) const {
+    test::waitFor([&] { return ear_->heard().size() >= count; });
+    return ear_->heard();
+}
+
 QStringList ScreenReader::pressable() const {
     QStringList pressable;
     for (const Node& node : showingNodes()) {
@@ -214,3 +260,5 @@ bool ScreenReader::press(const QString& description) const {
     // A button shows for a moment that it is pressed before it does anything.
     return test::waitFor([&] { return !hasState(nodes.front(), kPressed); });
 }
+
+#include "ScreenReader.moc"

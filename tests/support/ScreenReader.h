@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
 #include <vector>
 
 // A session bus with an accessibility bus (AT-SPI2) of its own, and a client of it as a screen reader is one: it says
@@ -26,6 +27,10 @@ public:
     QStringList announced() const;
     // Once that is `expected`; else what it is in the end.
     QStringList announcedOnce(const QStringList& expected) const;
+    // What the programs have told since, in order: "announcement: TEXT", and "focus: ROLE: NAME" for each control that
+    // got the keyboard. Once there are `count`.
+    QStringList heard(qsizetype count) const;
+
     // The part of announced() that can be pressed.
     QStringList pressable() const;
     // Does the press action of the one showing node of this description, and returns when it is done. False when there
@@ -34,9 +39,11 @@ public:
 
 private:
     struct Node;
+    class Ear;
 
     std::vector<Node> showingNodes() const;
 
     QProcess daemon_;
     QString address_;
+    std::unique_ptr<Ear> ear_;
 };

@@ -27,6 +27,8 @@ QString roleName(QAccessible::Role role) {
         return u"link"_s;
     case QAccessible::Graphic:
         return u"picture"_s;
+    case QAccessible::AlertMessage:
+        return u"alert"_s;
     case QAccessible::Animation:
         return u"animation"_s;
     default:
@@ -101,17 +103,16 @@ protected:
 } // namespace
 
 TEST_F(AccessibilityTest, TellsTheNoInternetScreen) {
-    EXPECT_EQ(seenIn(shownWindow()),
-              (QStringList{u"picture: No internet connection"_s, u"text: No internet connection"_s,
-                           u"text: Please check your connection and try again."_s, u"button: Try again"_s,
-                           u"button: Quit"_s}));
+    EXPECT_EQ(seenIn(shownWindow()), (QStringList{u"alert: No internet connection"_s, u"text: No internet connection"_s,
+                                                  u"text: Please check your connection and try again."_s,
+                                                  u"button: Try again"_s, u"button: Quit"_s}));
 }
 
 TEST_F(AccessibilityTest, TellsTheErrorScreenWithItsLinks) {
     Window& shown = shownWindow();
     controller().showGenericError();
     EXPECT_EQ(seenIn(shown),
-              (QStringList{u"picture: Installation failed"_s, u"text: Installation failed"_s,
+              (QStringList{u"alert: Installation failed"_s, u"text: Installation failed"_s,
                            u"text: Something went wrong. You can download and install the latest version yourself, or "
                            "click here for more help."_s,
                            u"link: download and install the latest version"_s, u"link: click here"_s,
