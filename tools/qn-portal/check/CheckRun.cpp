@@ -10,8 +10,10 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QUrl>
+
+#include <unistd.h>
 
 #include <csignal>
 #include <future>
@@ -143,7 +145,8 @@ private:
             report_.refusals += u"%1 cannot be read: %2"_s.arg(path, file.errorString());
             return;
         }
-        follow(file.readAll(), path, options_.isLocal);
+        // One byte more than the installer takes tells that it is too much.
+        follow(file.read(TransferLimits().data + 1), path, options_.isLocal);
     }
 
     void checkConfigAddress(const QString& address, QStringList locales) {
@@ -197,11 +200,12 @@ private:
             return;
         }
         ++report_.checked;
-        QTemporaryDir folder;
-        if (!folder.isValid()) {
-            throw std::runtime_error("cannot make a temporary folder: " + folder.errorString().toStdString());
+        // Without a name from the beginning, so that nothing stays when the program is ended in the middle.
+        QTemporaryFile kept;
+        if (!kept.open() || ::unlink(kept.fileName().toLocal8Bit().constData()) != 0) {
+            throw std::runtime_error("cannot make a temporary file: " + kept.errorString().toStdString());
         }
-        const QString file = folder.filePath(u"image.dmg"_s);
+        const QString file = u"/proc/self/fd/%1"_s.arg(kept.handle());
         const bool isWhole = transfers_.image(address, file);
         // An image that is a target itself is judged there, once.
         if (isWhole && !localImages_.contains(QUrl(address.text).fileName())) {

@@ -3,6 +3,7 @@
 #include "config/ConfigRequest.h"
 #include "config/JSONReader.h"
 #include "config/QNConfig.h"
+#include "platform/UrlSession.h"
 #include "tools/qn-portal/check/AddressCheck.h"
 #include "tools/qn-portal/check/ConfigKeys.h"
 #include "tools/qn-portal/check/ConfigPlaces.h"
@@ -184,6 +185,11 @@ void addTextFindings(Findings& findings, const QByteArray& document, const JsonS
 
 ConfigOutcome checkConfiguration(Findings& findings, const QByteArray& document, const QString& source,
                                  bool mayBeLocal) {
+    constexpr std::int64_t kMost = TransferLimits().data;
+    if (document.size() > kMost) {
+        findings.add("config-too-large", {source, 0, 0, {}, {}}, {QString::number(kMost / (1024 * 1024))});
+        return {};
+    }
     const JsonScan scan = scanJson(document);
     const ConfigPlaces places(source, scan.text);
     addTextFindings(findings, document, scan, places);

@@ -109,6 +109,8 @@ constexpr std::array kConfiguration{
          "Whatever stands there, literally.", "Fill it in."},
     Rule{"config-large", kWarning, "The document has %1 KiB; every start of the program loads all of it.",
          "\"Connecting…\" for longer.", "Keep what no client reads out of it."},
+    Rule{"config-too-large", kError, "The document has more than the %1 MiB that are taken of it.",
+         "The screen \"Installation failed\"; the log says Code=-1103.", "Keep what no client reads out of it."},
     Rule{"config-differs", kNote, "The document for %1 differs from the one for %2.",
          "Other languages get another installation.", "Look whether that is meant; both were checked."},
 };

@@ -44,6 +44,10 @@ QByteArray deep() {
     return QByteArray(520, '[') + QByteArray(520, ']');
 }
 
+QByteArray tooLarge() {
+    return goodDocument().replace("\"--quiet\"", '"' + QByteArray(5 * 1024 * 1024, 'x') + '"');
+}
+
 QByteArray large() {
     return goodDocument().replace("\"--quiet\"", '"' + QByteArray(70 * 1024, 'x') + '"');
 }
@@ -88,6 +92,7 @@ std::vector<Case> keyCases() {
         replaced("config-blanks-around", "\"Kit\"", "\"Kit \""),
         replaced("config-placeholder", "\"Kit\"", "\"@PRODUCT@\""),
         with("config-large", large()),
+        with("config-too-large", tooLarge()),
     };
 }
 
