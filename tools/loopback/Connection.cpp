@@ -258,8 +258,9 @@ bool Connection::end(Ending ending) {
 }
 
 void Connection::waitForStop() {
-    while (!stopped_ && !hasInput(socket_, std::chrono::milliseconds(1000))) {
-        continue;
+    bool hasEnded = false;
+    while (!hasEnded) {
+        hasEnded = stopped_ || hasInput(socket_, std::chrono::milliseconds(1000));
     }
 }
 

@@ -18,7 +18,7 @@ namespace portal::check {
 
 namespace {
 
-constexpr qsizetype kLarge = 64 * 1024; // bytes
+constexpr qsizetype kLarge = 65536; // bytes
 
 // Follows the run that the document leads to.
 class Flow {
@@ -185,9 +185,10 @@ void addTextFindings(Findings& findings, const QByteArray& document, const JsonS
 
 ConfigOutcome checkConfiguration(Findings& findings, const QByteArray& document, const QString& source,
                                  bool mayBeLocal) {
+    constexpr std::int64_t kMebibyte = 1048576;
     constexpr std::int64_t kMost = TransferLimits().data;
     if (document.size() > kMost) {
-        findings.add("config-too-large", {source, 0, 0, {}, {}}, {QString::number(kMost / (1024 * 1024))});
+        findings.add("config-too-large", {source, 0, 0, {}, {}}, {QString::number(kMost / kMebibyte)});
         return {};
     }
     const JsonScan scan = scanJson(document);

@@ -32,7 +32,7 @@ bool judgeDates(Findings& findings, const Place& place, const TlsFacts& facts, c
         findings.add("tls-expired", place, {facts.host, facts.validUntil.date().toString(Qt::ISODate)});
         return false;
     }
-    const qint64 days = now.secsTo(facts.validUntil) / (24 * 60 * 60);
+    const qint64 days = now.daysTo(facts.validUntil);
     if (days < kSoonDays) {
         findings.add("tls-expires-soon", place, {facts.host, QString::number(days)});
     }

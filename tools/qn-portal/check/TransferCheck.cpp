@@ -91,8 +91,9 @@ bool TransferCheck::judgeTransfer(const Place& place, const QString& address, co
     } else if (!answer.refusedRedirect.isEmpty()) {
         findings_.add("transfer-redirect-to-http", place, {answer.refusedRedirect});
     } else if (answer.failure->code == TransportError::kDataLengthExceedsMaximum && !answer.hops.empty()) {
+        constexpr std::int64_t kMebibyte = 1048576;
         constexpr std::int64_t kMost = TransferLimits().data;
-        findings_.add("config-too-large", place, {QString::number(kMost / (1024 * 1024))});
+        findings_.add("config-too-large", place, {QString::number(kMost / kMebibyte)});
     } else if (answer.failure->code == TransportError::kTooManyRedirects) {
         findings_.add("transfer-redirect-loop", place, {reached});
     } else if (answer.failure->code == TransportError::kConnectionLost && promised > answer.received) {

@@ -84,7 +84,7 @@ std::optional<std::string> setValue(ServeOptions& options, const std::string& na
         return std::nullopt;
     }
     std::uint64_t number = 0;
-    const auto wrong = setNumber(number, name, value);
+    auto wrong = setNumber(number, name, value);
     if (name == "--latency") {
         options.latency = std::chrono::milliseconds(number);
     } else {
