@@ -17,7 +17,7 @@ namespace portal {
 namespace {
 
 constexpr std::array kVerbs{
-    Verb{"brand", "begins a brand's folder, with every setting explained", runBrand},
+    Verb{"brand", "begins a brand's folder, and shows every screen with it", runBrand},
     Verb{"check", "finds the mistakes of a portal: configuration, image, bundle, servers", runCheck},
     Verb{"log", "shows the runs in an event log: what happened, how long it took, how it ended", runLog},
     Verb{"report", "draws the funnel out of collected analytics", runReport},
