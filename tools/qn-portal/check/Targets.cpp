@@ -41,7 +41,9 @@ bool looksLikeDocument(QFile& file) {
 
 void addFile(Targets& targets, const QString& path) {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (QFileInfo::exists(path) && !QFileInfo(path).isFile()) { // a pipe would have the check wait for ever
+        targets.refusals += u"%1 is no file"_s.arg(path);
+    } else if (!file.open(QIODevice::ReadOnly)) {
         targets.refusals += u"%1 cannot be read: %2"_s.arg(path, file.errorString());
     } else if (isImageName(path) || isImageFile(file)) {
         targets.all.push_back({TargetKind::kImage, path});

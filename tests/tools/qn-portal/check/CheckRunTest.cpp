@@ -10,6 +10,8 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -55,6 +57,23 @@ TEST_F(CheckRun, CannotCheckNoise) {
 
 TEST_F(CheckRun, CannotCheckWhatIsNotThere) {
     EXPECT_EQ(statusOf(check({folder_.filePath(u"nothing.json"_s)}), false), 2);
+}
+
+TEST_F(CheckRun, DoesNotWaitForAPipe) {
+    const QString pipe = folder_.filePath(u"pipe.json"_s);
+    ASSERT_EQ(mkfifo(pipe.toLocal8Bit().constData(), 0600), 0);
+    EXPECT_EQ(statusOf(check({pipe}), false), 2);
+}
+
+TEST_F(CheckRun, EndsOnEveryBeginningOfAnImage) {
+    const QString whole = QString::fromUtf8(STORED_IMAGES) + u"/hfsplus-gpt-zlib-stub-app.dmg"_s;
+    QFile file(whole);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray bytes = file.readAll();
+    for (qsizetype length = 0; length < bytes.size(); length += bytes.size() / 40) {
+        const CheckReport report = check({write(u"cut.dmg"_s, bytes.left(length))});
+        EXPECT_THAT(codesOf(report.findings), ElementsAre("image-not-recognized")) << length;
+    }
 }
 
 TEST_F(CheckRun, CannotCheckAFolderWithNothingInIt) {
