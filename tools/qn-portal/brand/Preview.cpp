@@ -1,6 +1,7 @@
 #include "tools/qn-portal/brand/Preview.h"
 
 #include "tools/qn-portal/brand/BrandedBundle.h"
+#include "tools/qn-portal/check/Settings.h"
 
 #include <QDir>
 #include <QFile>
@@ -38,14 +39,6 @@ const std::array<Screen, 5>& screens() {
     return kScreens;
 }
 
-// The language whose users get the table: "zh-Hant" and "pt" are no names of a locale.
-QString localeOf(const QString& language) {
-    static const QMap<QString, QString> kOthers{{u"zh-Hans"_s, u"zh_CN"_s}, {u"zh-Hant"_s, u"zh_TW"_s},
-                                                {u"en"_s, u"en_US"_s},      {u"he"_s, u"he_IL"_s},
-                                                {u"nb"_s, u"nb_NO"_s},      {u"pt"_s, u"pt_BR"_s}};
-    return kOthers.value(language, language + u'_' + language.toUpper()) + u".UTF-8"_s;
-}
-
 // A copy of the bundle with the brand, a home and a machine without a network: a stage for the screens.
 class Stage {
 public:
@@ -80,7 +73,7 @@ public:
         environment.insert(u"XDG_RUNTIME_DIR"_s, path(u"runtime"_s));
         environment.insert(u"QN_SYSTEM_ROOT"_s, path(u"root"_s));
         environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
-        environment.insert(u"LANG"_s, localeOf(language));
+        environment.insert(u"LANG"_s, check::localeFor(language).replace(u'-', u'_') + u".UTF-8"_s);
         return environment;
     }
 

@@ -6,6 +6,7 @@
 #include "tools/qn-portal/check/BundleCheck.h"
 #include "tools/qn-portal/check/ConfigCheck.h"
 #include "tools/qn-portal/check/ImageCheck.h"
+#include "tools/qn-portal/check/Settings.h"
 #include "tools/qn-portal/check/Targets.h"
 
 #include <QFile>
@@ -40,17 +41,6 @@ Headers headersFor(const QString& locale, const std::optional<QString>& appName)
     headers.emplace_back(u"country"_s, locale.section(u'-', -1));
     headers.emplace_back(u"locale"_s, locale);
     return headers;
-}
-
-// A language's table, and a locale whose users get it.
-QString localeOf(const QString& language) {
-    static const std::map<QString, QString> kCountries{
-        {u"cs"_s, u"CZ"_s}, {u"da"_s, u"DK"_s}, {u"el"_s, u"GR"_s}, {u"en"_s, u"US"_s},      {u"he"_s, u"IL"_s},
-        {u"ja"_s, u"JP"_s}, {u"ko"_s, u"KR"_s}, {u"nb"_s, u"NO"_s}, {u"pt"_s, u"BR"_s},      {u"sv"_s, u"SE"_s},
-        {u"zh"_s, u"CN"_s}, {u"ar"_s, u"EG"_s}, {u"uk"_s, u"UA"_s}, {u"zh-Hans"_s, u"CN"_s}, {u"zh-Hant"_s, u"TW"_s}};
-    const auto found = kCountries.find(language);
-    const QString country = found == kCountries.end() ? language.section(u'-', -1).toUpper() : found->second;
-    return language.section(u'-', 0, 0) + u'-' + country;
 }
 
 class Run {
@@ -132,7 +122,7 @@ private:
         }
         QStringList locales;
         for (const QString& language : outcome.languages) {
-            locales += localeOf(language);
+            locales += localeFor(language);
         }
         for (const auto& source : outcome.configurations) {
             checkConfigAddress(source.address.text, localesOr(locales));

@@ -1,5 +1,8 @@
 #include "tools/qn-portal/check/Settings.h"
 
+#include "platform/base/LanguageMatch.h"
+#include "sysinfo/LocaleChoice.h"
+
 #include <array>
 
 namespace portal::check {
@@ -82,6 +85,17 @@ std::span<const std::string_view> textKeys() {
 
 std::span<const std::string_view> languages() {
     return kLanguages;
+}
+
+QString localeFor(const QString& language) {
+    for (const char* const known : LocaleChoice::kSupportedLocales) {
+        QString locale = QString::fromLatin1(known);
+        if (matchLanguage(locale, {language})) {
+            return locale;
+        }
+    }
+    return language.section(QLatin1Char('-'), 0, 0) + QLatin1Char('-') +
+           language.section(QLatin1Char('-'), -1).toUpper();
 }
 
 } // namespace portal::check

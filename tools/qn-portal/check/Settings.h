@@ -23,7 +23,9 @@ struct Setting {
 std::span<const Setting> settings();
 // The keys of the text tables, in alphabetical order.
 std::span<const std::string_view> textKeys();
-// The languages of the original bundle.
+// The languages of the original bundle, as its tables are called.
 std::span<const std::string_view> languages();
+// A locale whose users get the table of this language: "pt-BR" for "pt", "zh-TW" for "zh-Hant".
+QString localeFor(const QString& language);
 
 } // namespace portal::check

@@ -1,7 +1,10 @@
+#include "platform/base/PropertyList.h"
+#include "platform/base/StringsTable.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/tools/qn-portal/check/CheckCases.h"
 #include "tools/qn-portal/check/CheckOutput.h"
 #include "tools/qn-portal/check/CheckRun.h"
+#include "tools/qn-portal/check/Settings.h"
 
 #include <QDir>
 #include <QFile>
@@ -40,6 +43,43 @@ protected:
 
     QTemporaryDir folder_;
 };
+
+TEST(Settings, KnowTheLanguagesAndTextsOfTheBundle) {
+    const QDir resources(QString::fromUtf8(SOURCE_FOLDER "/resources"));
+    QStringList folders = resources.entryList({u"*.lproj"_s}, QDir::Dirs, QDir::Name);
+    folders.removeAll(u"Base.lproj"_s);
+    ASSERT_EQ(static_cast<std::size_t>(folders.size()), languages().size());
+    for (const std::string_view language : languages()) {
+        const QString name = QString::fromUtf8(language.data(), static_cast<qsizetype>(language.size()));
+        EXPECT_TRUE(folders.contains(name + u".lproj"_s)) << language;
+    }
+    QFile file(resources.filePath(u"en.lproj/Localizable.strings"_s));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    QStringList keys;
+    for (const std::string_view key : textKeys()) {
+        keys += QString::fromUtf8(key.data(), static_cast<qsizetype>(key.size()));
+    }
+    EXPECT_EQ(StringsTable::parse(file.readAll())->keys(), keys);
+}
+
+TEST(Settings, AreThoseOfTheBundle) {
+    QFile file(QString::fromUtf8(SOURCE_FOLDER "/resources/Info.plist"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QVariantMap list = PropertyList::parse(file.readAll())->toMap().value(u"QNConfig"_s).toMap();
+    ASSERT_EQ(static_cast<std::size_t>(list.size()), settings().size());
+    for (const Setting& setting : settings()) {
+        const QString key = QString::fromUtf8(setting.key.data(), static_cast<qsizetype>(setting.key.size()));
+        EXPECT_TRUE(list.contains(key)) << setting.key;
+    }
+}
+
+TEST(Settings, NameALocaleForEachTable) {
+    EXPECT_EQ(localeFor(u"de"_s), u"de-DE"_s);
+    EXPECT_EQ(localeFor(u"pt"_s), u"pt-BR"_s);
+    EXPECT_EQ(localeFor(u"zh-Hant"_s), u"zh-TW"_s);
+    EXPECT_EQ(localeFor(u"zh-Hans"_s), u"zh-CN"_s);
+    EXPECT_EQ(localeFor(u"uk"_s), u"uk-UK"_s); // a guess
+}
 
 TEST_F(CheckRun, TakesADocumentForOneAndIsGood) {
     const CheckReport report = check({write(u"config.json"_s, goodDocument())});
