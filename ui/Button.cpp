@@ -4,6 +4,7 @@
 
 #include <QKeyEvent>
 #include <QPainter>
+#include <QPainterPath>
 
 #include <cmath>
 
@@ -12,6 +13,10 @@ namespace {
 constexpr int kSideInset = 24;
 constexpr int kTopInset = 6;
 constexpr double kUnbounded = 1.0e6;
+
+// A grey over whatever the layer is: lighter on black, darker on white.
+const QColor kHoverTint(0x80, 0x80, 0x80, 0x26);
+const QColor kPressedTint(0x80, 0x80, 0x80, 0x4d);
 
 TextView titleView(const StyledText& title, double width) {
     return TextView(title, QRectF(0.0, 0.0, width, 0.0), Qt::AlignHCenter);
@@ -23,6 +28,7 @@ Button::Button(QWidget* parent) : QPushButton(parent) {
     setFocusPolicy(Qt::TabFocus);
     // Return presses it, as in a dialog.
     setAutoDefault(true);
+    setAttribute(Qt::WA_Hover); // painted anew when the mouse comes and goes
 }
 
 void Button::setTitle(const QString& title) {
@@ -84,6 +90,9 @@ bool Button::focusNextPrevChild(bool next) {
 void Button::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     layer_.paint(painter, *this);
+    if (isDown() || underMouse()) {
+        painter.fillPath(layer_.outline(QRectF(rect())), isDown() ? kPressedTint : kHoverTint);
+    }
     if (image_) {
         const QPixmap picture = image_->pixmap(devicePixelRatioF());
         QRectF target({}, image_->size());

@@ -1,5 +1,7 @@
 #include "ui/Fonts.h"
 
+#include "platform/Bundle.h"
+
 #include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
@@ -15,6 +17,19 @@ namespace {
 
 constexpr double kDefaultSize = 12.0;
 
+// One character has several forms, and left to itself the system takes those of its own language, not of ours.
+QString hanFamily() {
+    static const QString family = [] {
+        const QString language = chosenLocalization();
+        return language == u"ja"_s        ? u"Noto Sans CJK JP"_s
+               : language == u"ko"_s      ? u"Noto Sans CJK KR"_s
+               : language == u"zh-Hant"_s ? u"Noto Sans CJK TC"_s
+               : language == u"zh-Hans"_s ? u"Noto Sans CJK SC"_s
+                                          : QString();
+    }();
+    return family;
+}
+
 std::pair<QStringList, QFont::Weight> familiesAndWeight(const QString& name) {
     static const QString product = u"CommonSans"_s;
     QString compact = name;
@@ -27,7 +42,11 @@ std::pair<QStringList, QFont::Weight> familiesAndWeight(const QString& name) {
                                  : style == QLatin1String("Medium") ? QFont::Medium
                                  : style == QLatin1String("Bold")   ? QFont::Bold
                                                                     : QFont::Normal;
-    return {{u"Inter"_s, u"Noto Sans Hebrew"_s, u"Noto Sans"_s, u"sans-serif"_s}, weight};
+    QStringList families{u"Inter"_s, u"Noto Sans Hebrew"_s, u"Noto Sans"_s, u"sans-serif"_s};
+    if (const QString han = hanFamily(); !han.isEmpty()) {
+        families.insert(1, han);
+    }
+    return {families, weight};
 }
 
 void paintLetter() {

@@ -131,6 +131,11 @@ void HyperlinkTextField::mouseUp(const QPointF& location) const {
     }
 }
 
+void HyperlinkTextField::mousePressEvent(QMouseEvent* event) {
+    // Beside its links it is a text like others.
+    event->setAccepted(event->button() == Qt::LeftButton && urlAt(event->position()));
+}
+
 void HyperlinkTextField::mouseReleaseEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton) {
         mouseUp(event->position());

@@ -56,6 +56,7 @@ public:
 
 protected:
     void mouseUp(const QPointF& location) const;
+    void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void leaveEvent(QEvent* event) override;

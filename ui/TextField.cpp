@@ -99,7 +99,7 @@ int TextField::heightForWidth(int width) const {
 }
 
 void TextField::mousePressEvent(QMouseEvent* event) {
-    event->setAccepted(event->button() == Qt::LeftButton);
+    event->ignore(); // for the window, which is dragged by it
 }
 
 void TextField::paintEvent(QPaintEvent*) {

@@ -9,7 +9,8 @@
 class TextView;
 
 // Shows text, plain in the field's own font and colour or styled in that of its runs, over as many lines as its width
-// asks for, from the top. Cannot be edited. A press on it does nothing, and does not drag the window either.
+// asks for, from the top. Cannot be edited. A press on it drags the
+// window.
 //
 // Main thread.
 class TextField : public QWidget {

@@ -64,18 +64,34 @@ TextView::TextView(const StyledText& text, const QRectF& frame, Qt::Alignment al
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     option.setTextDirection(Qt::LayoutDirectionAuto);
     layout_.setTextOption(option);
-    layOut(frame.width());
+    layOut(frame.width(), frame.width());
+    if (layout_.lineCount() > 1 && option.alignment() == Qt::AlignHCenter) {
+        balance();
+    }
 }
 
-void TextView::layOut(double width) {
+void TextView::balance() {
+    const int lines = layout_.lineCount();
+    double tooNarrow = 0.0;
+    double enough = frame_.width();
+    while (enough - tooNarrow > 1.0) {
+        const double width = (tooNarrow + enough) / 2.0;
+        layOut(width, frame_.width());
+        (layout_.lineCount() > lines ? tooNarrow : enough) = width;
+    }
+    layOut(enough, frame_.width());
+}
+
+void TextView::layOut(double width, double within) {
     if (layout_.text().isEmpty()) {
         return;
     }
+    height_ = 0.0;
     layout_.beginLayout();
     double y = 0.0;
     for (QTextLine line = layout_.createLine(); line.isValid(); line = layout_.createLine()) {
         line.setLineWidth(width);
-        line.setPosition(QPointF(0.0, y));
+        line.setPosition(QPointF((within - width) / 2.0, y));
         height_ = y + line.height();
         y = height_ + line.height() * kLeading;
     }
@@ -116,9 +132,7 @@ std::optional<qsizetype> TextView::characterIndexAt(const QPointF& point) const 
     const QPointF inside = point - frame_.topLeft();
     for (int index = 0; index < layout_.lineCount(); ++index) {
         const QTextLine line = layout_.lineAt(index);
-        const bool last = index + 1 == layout_.lineCount();
-        const double bottom = last ? line.y() + line.height() : layout_.lineAt(index + 1).y();
-        if (inside.y() < line.y() || inside.y() >= bottom) {
+        if (inside.y() < line.y() || inside.y() >= line.y() + line.height()) {
             continue;
         }
         const QRectF shown = line.naturalTextRect();

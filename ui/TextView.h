@@ -19,7 +19,8 @@ struct TextRange {
     bool operator==(const TextRange&) const = default;
 };
 
-// Styled text laid out in a rectangle: lines broken at words, the writing direction taken from the text itself. It is
+// Styled text laid out in a rectangle: lines broken at words, centred ones where they become about
+// equally long, the writing direction taken from the text itself. It is
 // never on the screen; text fields measure, paint and find characters with it. Coordinates are those of the field, y
 // down.
 //
@@ -38,12 +39,15 @@ public:
 
     // One rectangle for each stretch of a line that the range occupies, top to bottom.
     std::vector<QRectF> rectsForRange(const TextRange& range) const;
-    // The character whose glyph covers the point; absent beside the text.
+    // The character whose glyph covers the point; absent beside the text and between two lines.
     std::optional<qsizetype> characterIndexAt(const QPointF& point) const;
     void draw(QPainter& painter) const;
 
 private:
-    void layOut(double width);
+    // Lines of this width, in the middle of a wider one.
+    void layOut(double width, double within);
+    // Makes the lines as even as their number allows.
+    void balance();
 
     QRectF frame_;
     QTextLayout layout_;

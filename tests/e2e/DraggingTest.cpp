@@ -112,18 +112,19 @@ protected:
 
 } // namespace
 
-TEST_P(Dragging, MovesTheWindowByItsBackgroundUntilTheButtonIsReleased) {
+TEST_P(Dragging, MovesTheWindowByItsBackgroundAndByPlainTextUntilTheButtonIsReleased) {
     const QPoint first = dragFrom(corner().value(), kBackground, {40, -25});
     // Let go of, the window stays; taken again, it goes on from there.
     movePointer(first + QPoint(300, 300));
     const QPoint second = dragFrom(first, kBesideTheIcon, {-70, 35});
     movePointer(second + QPoint(300, 300));
     EXPECT_EQ(corner(), second);
+    dragFrom(second, kHeadline, {25, 15});
 }
 
-TEST_P(Dragging, LeavesTheWindowWhereItIsFromAButtonATextOrALink) {
+TEST_P(Dragging, LeavesTheWindowWhereItIsFromAButtonOrALink) {
     const QPoint start = corner().value();
-    for (const QPoint& grip : {kCloseButton, kCross, kHeadline, kLink}) {
+    for (const QPoint& grip : {kCloseButton, kCross, kLink}) {
         pullFrom(start, grip);
     }
     // All of that has been seen once this has, and it begins where the window was.

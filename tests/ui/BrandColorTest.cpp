@@ -161,6 +161,8 @@ TEST_F(BrandColorTest, KeepsPictureHeadlineAndButtonsAtOneHeight) {
     const std::array<int, 3> first = heights(*panel.retryButton());
     controller().showGenericError();
     EXPECT_EQ(heights(*panel.closeButton()), first);
+    EXPECT_EQ(inContent(*panel.errorMessage()).width(), 470);
+    EXPECT_EQ(inContent(*panel.errorMessage()).left(), 85) << "in the middle of 640";
     controller().showGenericDownloadScreen();
     EXPECT_EQ(heights(*panel.closeButton()), first);
     controller().showConnectingScreen();

@@ -203,4 +203,21 @@ TEST(QNTextFieldWithLinks, PaintsAsItsBaseClassDoes) {
     EXPECT_EQ(field.grab().toImage(), base.grab().toImage());
 }
 
+TEST_F(PressedButtonTest, ShowsThatTheMouseIsOverAButtonAndThatItIsHeld) {
+    for (const char* const color : {"#000000", "#FFFFFF", "#FFF0F0"}) {
+        button.setLayerColor(QLatin1String(color));
+        button.setLayerRadius(0.0);
+        button.setAttribute(Qt::WA_UnderMouse, false);
+        button.setDown(false);
+        const auto look = [this] { return button.grab().toImage().pixel(10, 25); };
+        const QRgb quiet = look();
+        button.setAttribute(Qt::WA_UnderMouse, true);
+        const QRgb hovered = look();
+        button.setDown(true);
+        const QRgb held = look();
+        EXPECT_GE(std::abs(qGray(hovered) - qGray(quiet)), 15) << color;
+        EXPECT_GE(std::abs(qGray(held) - qGray(hovered)), 15) << color;
+    }
+}
+
 #include "ControlsTest.moc"

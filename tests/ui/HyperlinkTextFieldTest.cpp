@@ -231,3 +231,44 @@ TEST_F(HyperlinkTextFieldTest, GoesThroughItsLinksByTabAndOpensThemByReturnAndSp
     QTest::keyClick(&field, Qt::Key_Backtab);
     EXPECT_EQ(field.focusedLink(), std::optional<std::size_t>(0));
 }
+
+TEST_F(HyperlinkTextFieldTest, OpensNothingInTheGapBetweenTwoLines) {
+    field.resize(120, 200);
+    field.setText(link(u"one two three four five six seven"_s, u"https://h/a"_s));
+    const auto infos = field.hyperlinkInfos().value();
+    ASSERT_GE(infos.size(), 2U);
+    const QPoint gap(60, static_cast<int>((infos.at(0).rect.bottom() + infos.at(1).rect.top()) / 2.0));
+    ASSERT_GE(gap.y(), infos.at(0).rect.bottom());
+    EXPECT_FALSE(field.textView().characterIndexAt(gap).has_value());
+    EXPECT_TRUE(field.textView().characterIndexAt(infos.at(1).rect.center()).has_value());
+}
+
+TEST_F(HyperlinkTextFieldTest, BreaksCentredTextIntoLinesOfAboutOneLength) {
+    const StyledText text(u"The installation could not be finished on this computer at all today"_s);
+    field.setText(text);
+    const double whole = field.textView().width();
+    for (const Qt::Alignment alignment : {Qt::AlignHCenter, Qt::AlignLeft}) {
+        const QRectF frame(0.0, 0.0, whole * 0.9, 200.0);
+        const TextView view(field.shownText(), frame, alignment);
+        ASSERT_EQ(view.lineCount(), 2);
+        const auto rects = view.rectsForRange({0, text.length()});
+        ASSERT_EQ(rects.size(), 2U);
+        const double last = rects.at(1).width() / rects.at(0).width();
+        EXPECT_TRUE(alignment == Qt::AlignLeft ? last < 0.3 : last > 0.7) << last;
+        if (alignment == Qt::AlignHCenter) {
+            EXPECT_NEAR(rects.at(0).center().x(), frame.center().x(), 3.0);
+        }
+    }
+}
+
+TEST_F(HyperlinkTextFieldTest, LeavesAPressBesideItsLinksToTheWindow) {
+    field.setText(joined({StyledText(u"See "_s), link(u"this page"_s, u"https://h/a"_s)}));
+    show();
+    const auto accepted = [this](const QPointF& at) {
+        QMouseEvent press(QEvent::MouseButtonPress, at, field.mapToGlobal(at), Qt::LeftButton, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(&field, &press);
+        return press.isAccepted();
+    };
+    EXPECT_FALSE(accepted({3.0, 10.0}));
+    EXPECT_TRUE(accepted(field.hyperlinkInfos()->at(0).rect.center()));
+}

@@ -25,6 +25,7 @@
 #include <QTextLayout>
 
 #include <algorithm>
+#include <array>
 
 using namespace Qt::StringLiterals;
 
@@ -211,6 +212,26 @@ TEST(Languages, AreWrittenInTheChosenFontsWhereTheseAreInstalled) {
     EXPECT_EQ(familyOf(u"Установка"_s), u"Inter"_s);
     EXPECT_EQ(familyOf(u"Εγκατάσταση"_s), u"Inter"_s);
     EXPECT_EQ(familyOf(u"התקנה"_s), u"Noto Sans Hebrew"_s);
+}
+
+TEST(Languages, DISABLED_WriteHanInTheirOwnForms) {
+    EXPECT_EQ(rawFontOf(u"骨直"_s).familyName().toUtf8(), qgetenv("HAN_FAMILY"));
+}
+
+TEST(Languages, WriteHanInTheFormsOfTheChosenLanguage) {
+    const std::vector<std::array<const char*, 3>> choices{{"LC_MESSAGES", "zh_CN.UTF-8", "Noto Sans CJK SC"},
+                                                          {"LC_MESSAGES", "zh_TW.UTF-8", "Noto Sans CJK TC"},
+                                                          {"LC_MESSAGES", "ja_JP.UTF-8", "Noto Sans CJK JP"},
+                                                          {"LC_MESSAGES", "ko_KR.UTF-8", "Noto Sans CJK KR"},
+                                                          {"LC_ALL", "zh_TW.UTF-8", "Noto Sans CJK TC"}};
+    for (const auto& [variable, value, family] : choices) {
+        std::map<QString, QString> environment{{u"LC_ALL"_s, u""_s},
+                                               {u"LANGUAGE"_s, u""_s},
+                                               {u"LANG"_s, u"en_US.UTF-8"_s},
+                                               {u"HAN_FAMILY"_s, QString::fromLatin1(family)}};
+        environment[QString::fromLatin1(variable)] = QString::fromLatin1(value);
+        EXPECT_EQ(test::failuresOf(u"Languages.DISABLED_WriteHanInTheirOwnForms"_s, environment), "") << value;
+    }
 }
 
 TEST(Fonts, BecomeFamilyAndWeightInPixels) {
