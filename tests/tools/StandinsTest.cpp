@@ -1,8 +1,11 @@
 #include "tools/standins/Interfaces.h"
+#include "tools/standins/PermanentAddresses.h"
 #include "tools/standins/Processor.h"
 
 #include <gtest/gtest.h>
 
+#include <linux/if_link.h>
+#include <linux/rtnetlink.h>
 #include <sys/utsname.h>
 #include <sys/wait.h>
 
@@ -12,7 +15,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
 
 namespace {
 
@@ -120,6 +127,84 @@ TEST_F(InterfaceLister, ListsTheInterfacesOfThisMachineWithoutASystemRoot) {
     const Answer answer = run(kIfconfig + " -a");
     EXPECT_EQ(answer.status, 0);
     EXPECT_NE(answer.output.find("lo: flags="), std::string::npos) << answer.output;
+}
+
+TEST(Interfaces, ComeByTheirPlaceInTheMachineBuiltInOnesFirst) {
+    using standins::Place;
+    const auto made = [](const char* name, const char* address, Place place, const char* device) {
+        standins::Interface interface;
+        interface.name = name;
+        interface.mtu = "1500";
+        interface.address = "02:00:00:00:00:01";
+        interface.permanentAddress = address;
+        interface.place = place;
+        interface.device = device;
+        return interface;
+    };
+    std::vector<standins::Interface> interfaces{
+        made("docker0", "", Place::kNowhere, ""),
+        made("dock", "a4:83:e7:00:00:03", Place::kRemovable, "/sys/devices/pci0000:00/0000:00:14.0/usb1/1-2"),
+        made("wlan0", "a4:83:e7:00:00:02", Place::kBuiltIn, "/sys/devices/pci0000:00/0000:00:1f.6"),
+        made("eth0", "a4:83:e7:00:00:01", Place::kBuiltIn, "/sys/devices/pci0000:00/0000:00:03.0")};
+    standins::sortByPlace(interfaces);
+    EXPECT_EQ(standins::listing(interfaces), "eth0: flags=0<> mtu 1500\n\tether a4:83:e7:00:00:01\n"
+                                             "wlan0: flags=0<> mtu 1500\n\tether a4:83:e7:00:00:02\n"
+                                             "dock: flags=0<> mtu 1500\n\tether a4:83:e7:00:00:03\n"
+                                             "docker0: flags=0<> mtu 1500\n");
+}
+
+TEST_F(InterfaceLister, TakesWhatTheFirmwareCallsRemovableOrIsOnUsbForThat) {
+    const std::vector<std::tuple<std::string, std::string, standins::Place>> devices{
+        {"pci0000:00/0000:00:03.0", "", standins::Place::kBuiltIn},
+        {"pci0000:00/0000:00:14.0/usb1/1-2", "", standins::Place::kRemovable},
+        {"pci0000:00/0000:00:14.0/usb1/1-3", "fixed\n", standins::Place::kBuiltIn},
+        {"pci0000:00/0000:00:1d.0", "removable\n", standins::Place::kRemovable}};
+    int index = 1;
+    for (const auto& [device, removable, place] : devices) {
+        const std::string name = "net" + std::to_string(index);
+        put("/sys/devices/" + device + "/removable", removable);
+        putInterface(name, index++, "a4:83:e7:12:34:56", "0");
+        fs::create_directory_symlink(root_ / "sys/devices" / device, root_ / "sys/class/net" / name / "device");
+    }
+    const auto interfaces = standins::readInterfaces(root_ / "sys/class/net");
+    ASSERT_EQ(interfaces.size(), devices.size());
+    for (std::size_t at = 0; at < devices.size(); ++at) {
+        EXPECT_EQ(interfaces.at(at).place, std::get<2>(devices.at(at))) << std::get<0>(devices.at(at));
+    }
+}
+
+namespace {
+
+// As the kernel sends it, on this machine's byte order.
+std::string linkMessage(int index, unsigned short type, const std::string& value) {
+    const auto raw = [](const auto& part) { return std::string(reinterpret_cast<const char*>(&part), sizeof(part)); };
+    const rtattr attribute{static_cast<unsigned short>(sizeof(rtattr) + value.size()), type};
+    std::string attributes = raw(attribute) + value;
+    attributes.resize((attributes.size() + 3) / 4 * 4);
+    ifinfomsg link{};
+    link.ifi_index = index;
+    nlmsghdr head{};
+    head.nlmsg_len = static_cast<unsigned>(sizeof(head) + sizeof(link) + attributes.size());
+    head.nlmsg_type = RTM_NEWLINK;
+    return raw(head) + raw(link) + attributes;
+}
+
+} // namespace
+
+TEST(PermanentAddresses, AreReadFromTheKernelsAnswer) {
+    const std::string answer = linkMessage(2, IFLA_PERM_ADDRESS, "\xa4\x83\xe7\x01\x02\x03") +
+                               linkMessage(3, IFLA_ADDRESS, "\xa4\x83\xe7\x01\x02\x04") +
+                               linkMessage(4, IFLA_PERM_ADDRESS, std::string(6, '\0')) +
+                               linkMessage(5, IFLA_PERM_ADDRESS, std::string(20, 'x'));
+    std::map<long, std::string> found;
+    EXPECT_TRUE(standins::readLinks(answer, found));
+    EXPECT_EQ(found, (std::map<long, std::string>{{2, "a4:83:e7:01:02:03"}}));
+    for (std::size_t length = 0; length < answer.size(); ++length) {
+        std::map<long, std::string> some;
+        standins::readLinks(std::string_view(answer).substr(0, length), some);
+        EXPECT_LE(some.size(), 1U);
+    }
+    EXPECT_FALSE(standins::readLinks(std::string(64, '\xff'), found));
 }
 
 TEST_F(InterfaceLister, RefusesOtherArgumentsWithAMessage) {

@@ -1,5 +1,6 @@
 #include "tools/standins/Interfaces.h"
 
+#include "tools/standins/PermanentAddresses.h"
 #include "tools/standins/SystemFiles.h"
 
 #include <net/if.h>
@@ -9,6 +10,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <system_error>
 #include <utility>
 
@@ -34,6 +36,20 @@ bool isUsableAddress(const std::string& text) {
     return text.find_first_not_of("0:") != std::string::npos;
 }
 
+// What the firmware says of the device or of what it is plugged into; else a USB device is taken for a removable one.
+Place placeOf(const std::filesystem::path& device) {
+    if (device.empty()) {
+        return Place::kNowhere;
+    }
+    for (std::filesystem::path part = device; part.has_relative_path(); part = part.parent_path()) {
+        const std::string removable = value(part, "removable");
+        if (removable == "removable" || removable == "fixed") {
+            return removable == "fixed" ? Place::kBuiltIn : Place::kRemovable;
+        }
+    }
+    return device.string().find("/usb") != std::string::npos ? Place::kRemovable : Place::kBuiltIn;
+}
+
 Interface readInterface(const std::filesystem::path& folder) {
     Interface interface;
     interface.name = folder.filename().string();
@@ -42,7 +58,10 @@ Interface readInterface(const std::filesystem::path& folder) {
     interface.mtu = value(folder, "mtu");
     const std::string address = value(folder, "address");
     interface.address = isUsableAddress(address) ? address : std::string();
-    interface.addressIsPermanent = !interface.address.empty() && value(folder, "addr_assign_type") == "0";
+    interface.permanentAddress = value(folder, "addr_assign_type") == "0" ? interface.address : std::string();
+    std::error_code none;
+    interface.device = std::filesystem::canonical(folder / "device", none).string();
+    interface.place = placeOf(interface.device);
     return interface;
 }
 
@@ -88,14 +107,35 @@ std::vector<Interface> readInterfaces(const std::filesystem::path& folder) {
     return interfaces;
 }
 
+std::vector<Interface> interfacesOfThisMachine() {
+    std::vector<Interface> interfaces = readInterfaces("/sys/class/net");
+    const std::map<long, std::string> permanent = permanentAddresses();
+    if (!permanent.empty()) {
+        for (Interface& interface : interfaces) {
+            const auto known = permanent.find(interface.index);
+            interface.permanentAddress = known == permanent.end() ? std::string() : known->second;
+        }
+    }
+    sortByPlace(interfaces);
+    return interfaces;
+}
+
+void sortByPlace(std::vector<Interface>& interfaces) {
+    std::stable_sort(interfaces.begin(), interfaces.end(), [](const Interface& one, const Interface& other) {
+        return std::pair(one.place, one.device) < std::pair(other.place, other.device);
+    });
+}
+
 std::string listing(const std::vector<Interface>& interfaces) {
-    const bool anyPermanent = std::any_of(interfaces.begin(), interfaces.end(),
-                                          [](const Interface& interface) { return interface.addressIsPermanent; });
+    const bool anyPermanent = std::any_of(interfaces.begin(), interfaces.end(), [](const Interface& interface) {
+        return !interface.permanentAddress.empty();
+    });
     std::string text;
     for (const Interface& interface : interfaces) {
         text += headLine(interface);
-        if (!interface.address.empty() && (interface.addressIsPermanent || !anyPermanent)) {
-            text += "\tether " + interface.address + "\n";
+        const std::string& address = anyPermanent ? interface.permanentAddress : interface.address;
+        if (!address.empty()) {
+            text += "\tether " + address + "\n";
         }
     }
     return text;
