@@ -1,6 +1,7 @@
 #include "platform/Machine.h"
 
 #include "platform/linux/MachineFacts.h"
+#include "platform/linux/ScreenPixels.h"
 #include "platform/linux/SystemFile.h"
 
 #include <QGuiApplication>
@@ -42,7 +43,14 @@ QSizeF mainScreenSize() {
     }
     const QWindow* const focused = QGuiApplication::focusWindow();
     const QScreen* const screen = focused != nullptr ? focused->screen() : QGuiApplication::primaryScreen();
-    return screen != nullptr ? QSizeF(screen->geometry().size()) : QSizeF(0, 0);
+    if (screen == nullptr) {
+        return {0, 0};
+    }
+    const std::optional<QSize> pixels = pixelsOf(*screen);
+    // No size comes out a hair below a whole number of points.
+    constexpr double kHair = 1.0e-6;
+    return pixels ? QSizeF(*pixels) / screen->devicePixelRatio() + QSizeF(kHair, kHair)
+                  : QSizeF(screen->geometry().size());
 }
 
 std::optional<QString> localArchitectureDescription() {

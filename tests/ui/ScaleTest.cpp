@@ -1,5 +1,6 @@
 #include "install/QNMainController.h"
 #include "platform/Bundle.h"
+#include "sysinfo/QNSystemInfo.h"
 #include "tests/support/QtPrinters.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/ui/UserInterfaceTest.h"
@@ -21,6 +22,7 @@
 
 #include <array>
 #include <cmath>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -298,3 +300,26 @@ TEST_P(AtScale, ShowsItsSpinnerInThePixelsOfItsFile) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Scales, AtScale, testing::Values("1", "1.5", "2", "3"));
+
+TEST(ScreenSize, DISABLED_IsToldInWholePoints) {
+    EXPECT_EQ(QNSystemInfo::getScreenResolution(), qEnvironmentVariable("EXPECTED_SIZE"));
+}
+
+TEST(ScreenSize, IsCutToWholePointsAndNotRounded) {
+    const std::vector<std::array<const char*, 3>> cases{
+        {"1280x1024x24", "1.3", "984x787"}, {"1366x768x24", "1.25", "1092x614"}, {"1760x1100x24", "1.1", "1600x1000"}};
+    for (const auto& [screen, scale, expected] : cases) {
+        QProcess server;
+        server.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, QString::fromLatin1(screen),
+                                 u"-noreset"_s, u"-nolisten"_s, u"tcp"_s});
+        ASSERT_TRUE(server.waitForStarted() && server.waitForReadyRead());
+        const QByteArray failures =
+            test::failuresOf(u"ScreenSize.DISABLED_IsToldInWholePoints"_s,
+                             {{u"DISPLAY"_s, u':' + QString::fromLatin1(server.readLine()).trimmed()},
+                              {u"QT_SCALE_FACTOR"_s, QString::fromLatin1(scale)},
+                              {u"EXPECTED_SIZE"_s, QString::fromLatin1(expected)}});
+        EXPECT_TRUE(failures.isEmpty()) << failures.toStdString();
+        server.terminate();
+        server.waitForFinished();
+    }
+}
