@@ -116,7 +116,7 @@ class NginxPortal(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
         self.nginx = Nginx(self.folder)
         self.addCleanup(self.nginx.stop)
-        self.stage = stage.Stage(BUILD, self.folder, types.SimpleNamespace(language="en_US.UTF-8"))
+        self.stage = stage.Stage(BUILD, self.folder, types.SimpleNamespace(language="en_US.UTF-8", bundle=None))
         self.addCleanup(self.stage.console.close)
         self.addCleanup(self.stage.detach_volumes)
         self.stage.make_bundle(f"{self.nginx.base}/config.json", types.SimpleNamespace(online=True))
