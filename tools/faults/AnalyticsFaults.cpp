@@ -25,7 +25,7 @@ constexpr std::array kFaults{
     Scenario{"refuse-analytics", "nobody listens where the analytics go", "",
              [](A a, C c) {
                  auto document = nlohmann::ordered_json::parse(a.configuration.body);
-                 document["analyticsUrl"] = "http://127.0.0.1:" + std::to_string(c.refusingPort) + "/analytics";
+                 document["analyticsUrl"] = c.refusing + "/analytics";
                  a.configuration.body = document.dump(2) + "\n";
              }},
     Scenario{"analytics-404", "the endpoint is not found", "",

@@ -187,10 +187,7 @@ constexpr std::array kFaults{
     Scenario{"config-redirect-loop", "a redirect to itself", "",
              [](A a, C) { a.configuration = loopback::redirectTo("/config.json"); }},
     Scenario{"config-redirect-nowhere", "a redirect to a port where nobody listens", "",
-             [](A a, C c) {
-                 a.configuration =
-                     loopback::redirectTo("http://127.0.0.1:" + std::to_string(c.refusingPort) + "/config.json");
-             }},
+             [](A a, C c) { a.configuration = loopback::redirectTo(c.refusing + "/config.json"); }},
 };
 
 } // namespace

@@ -71,7 +71,7 @@ std::unique_ptr<loopback::TlsContext> FaultyServer::makeTls(TlsFault fault) cons
 Answers FaultyServer::answers() const {
     Answers answers = options_.good(base_);
     for (const ChosenFault& fault : options_.faults) {
-        fault.scenario->apply(answers, {base_, refusing_.port(), fault.value});
+        fault.scenario->apply(answers, {base_, refusing_.address(""), fault.value});
     }
     return answers;
 }

@@ -81,7 +81,7 @@ constexpr std::array kFaults{
     Scenario{"reset-image", "the connection is reset instead of an answer", "", [](A a, C) { resetAtOnce(a.image); }},
     Scenario{"cut-image-head", "the connection closes within the head", "", [](A a, C) { closeInHead(a.image); }},
     Scenario{"refuse-image", "nobody listens where the image is", "",
-             [](A a, C c) { moveTo(a, "http://127.0.0.1:" + std::to_string(c.refusingPort) + "/Installer.dmg"); }},
+             [](A a, C c) { moveTo(a, c.refusing + "/Installer.dmg"); }},
     Scenario{"slow-image", "so many KiB a second", "64",
              [](A a, C c) { a.image.bytesPerSecond = static_cast<std::uint64_t>(numberOf(c.value)) * 1024; }},
     Scenario{"late-image", "so many seconds before the image", "5", [](A a, C c) { delayBy(a.image, c.value); }},

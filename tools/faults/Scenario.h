@@ -38,9 +38,9 @@ struct Answers {
 };
 
 struct Context {
-    std::string base;               // "http://127.0.0.1:PORT"
-    std::uint16_t refusingPort = 0; // nobody listens there
-    std::string value;              // what follows = in the fault's name, else its default
+    std::string base;     // "http://127.0.0.1:PORT"
+    std::string refusing; // the same of a port where nobody listens
+    std::string value;    // what follows = in the fault's name, else its default
 };
 
 struct Scenario {

@@ -44,7 +44,7 @@ TEST(Scenarios, AreAtLeastSixtyWithNamesOfTheirOwn) {
 TEST(Scenarios, EachChangeWhatIsAnswered) {
     for (const Scenario* const scenario : scenarios()) {
         Answers answers = good();
-        scenario->apply(answers, {"http://127.0.0.1:1", 2, std::string(scenario->value)});
+        scenario->apply(answers, {"http://127.0.0.1:1", "http://127.0.0.1:2", std::string(scenario->value)});
         EXPECT_NE(shown(answers), shown(good())) << scenario->name;
     }
 }
