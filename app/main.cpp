@@ -8,6 +8,7 @@
 #include "platform/EndSignals.h"
 #include "platform/RealPath.h"
 #include "platform/Termination.h"
+#include "platform/UserLocale.h"
 #include "platform/base/FirstFrame.h"
 #include "platform/base/Format.h"
 #include "platform/base/MainQueue.h"
@@ -91,6 +92,7 @@ int main(int argc, char** argv) {
 
     platform::addOwnToolsToPath();
     platform::keepQtFromStartingABus();
+    platform::keepQtInUtf8();
     platform::installTerminateNet();
     platform::captureQtMessages();
     setProcessArguments(arguments);

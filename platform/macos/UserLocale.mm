@@ -4,6 +4,8 @@
 
 namespace platform {
 
+void keepQtInUtf8() {} // it is always
+
 QStringList preferredLanguages() {
     QStringList languages;
     for (NSString* language in [NSLocale preferredLanguages]) {

@@ -81,6 +81,41 @@ TEST(Ending, NoInternetShowsItsScreenAndAsksNobody) {
     expectAccount(run.account(), u"no-internet"_s);
 }
 
+class ForeignLocale : public testing::TestWithParam<const char*> {};
+
+TEST_P(ForeignLocale, ChangesNothingOfTheRun) {
+    InstallerRun run;
+    run.setEnvironment(u"LC_ALL"_s, QString::fromLatin1(GetParam()));
+    run.putSystemFile(u"/proc/net/route"_s, "");
+    run.start();
+    ASSERT_TRUE(run.waitForMessage(u"Show NoInternet screen"_s));
+    run.askToEnd();
+    ASSERT_TRUE(run.waitForEnd());
+    expectAccount(run.account(), u"no-internet"_s);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ending, ForeignLocale, testing::Values("de_AT", "de_AT.ISO-8859-1", "de_AT.nonsense"),
+                         [](const auto& instance) { return "Nr" + std::to_string(instance.index + 1); });
+
+TEST(Ending, InTheSmallestLocaleNamesAndTextsStayWholeAndProgramsGetThatLocale) {
+    InstallerRun run;
+    run.setEnvironment(u"LC_ALL"_s, u"C"_s);
+    run.expectConfiguration(run.installDocument(u"/files/K%C3%A4se.dmg"_s));
+    QMap<QString, QByteArray> installer = sampleInstaller(u"Sëtup 日本"_s);
+    for (QByteArray& file : installer) {
+        file.replace("#!/bin/sh\n", "#!/bin/sh\necho \"$LC_ALL ${FC_LANG-unset}\" > \"$HOME/locale\"\n");
+    }
+    run.portal().expect("GET /files/K%C3%A4se.dmg", imageReply(diskImage(u"Kït 安装"_s, installer)));
+    run.expectAnalytics();
+    run.start();
+    ASSERT_TRUE(run.waitForEnd());
+    const QString account = run.account().normalized(QString::NormalizationForm_C); // HFS+ takes letters apart
+    EXPECT_FALSE(account.contains(u"| Qt: "_s)) << account.toStdString();
+    EXPECT_TRUE(account.contains(u"/Käse.dmg"_s)) << account.toStdString();
+    EXPECT_TRUE(account.contains(u"/Volumes/Kït 安装/Sëtup 日本.app"_s)) << account.toStdString();
+    EXPECT_EQ(test::readFile(run.folder() + u"/home/locale"_s), "C unset\n");
+}
+
 TEST(Ending, AConfigurationThatIsNoJsonShowsTheErrorScreen) {
     InstallerRun run;
     run.expectConfiguration("<html>maintenance</html>");

@@ -1,5 +1,6 @@
 #include "platform/AddressEvents.h"
 #include "platform/Bundle.h"
+#include "platform/UserLocale.h"
 #include "platform/base/MainQueue.h"
 
 #include <QApplication>
@@ -13,6 +14,7 @@
 // An application with two windows for the tests of activation. Takes its place on the session bus, writes "shown" when
 // both windows are there, and stays until its standard input ends.
 int main(int argc, char** argv) {
+    platform::keepQtInUtf8();
     QApplication application(argc, argv);
     MainQueue::attachToMainThread();
     platform::setOpenAddressHandler([](const QString& address) {

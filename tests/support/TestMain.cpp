@@ -1,6 +1,7 @@
 #include "platform/base/MainQueue.h"
 #include "platform/base/ProcessArguments.h"
 #include "tests/support/PrivateBundle.h"
+#include "tests/support/Utf8Locale.h"
 
 #include <QApplication>
 
@@ -8,6 +9,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 // For cases that show windows: an application object on a real X display.
 int main(int argc, char** argv) {
@@ -23,7 +25,9 @@ int main(int argc, char** argv) {
         return 1;
     }
     setenv("QT_QPA_PLATFORM", "xcb", 1);
+    std::optional<test::Utf8Locale> locale(std::in_place);
     const QApplication application(argc, argv);
+    locale.reset();
     QApplication::setQuitOnLastWindowClosed(false);
     setProcessArguments(QCoreApplication::arguments());
     MainQueue::attachToMainThread();

@@ -1,10 +1,13 @@
 #include "platform/base/MainQueue.h"
 #include "platform/base/ProcessArguments.h"
 #include "tests/support/PrivateBundle.h"
+#include "tests/support/Utf8Locale.h"
 
 #include <QCoreApplication>
 
 #include <gmock/gmock.h>
+
+#include <optional>
 
 // For cases without windows: an event loop, but no display.
 int main(int argc, char** argv) {
@@ -12,7 +15,9 @@ int main(int argc, char** argv) {
         return *status;
     }
     testing::InitGoogleMock(&argc, argv);
+    std::optional<test::Utf8Locale> locale(std::in_place);
     const QCoreApplication application(argc, argv);
+    locale.reset();
     setProcessArguments(QCoreApplication::arguments());
     MainQueue::attachToMainThread();
     runCasesAndEnd();
