@@ -22,6 +22,7 @@ import time
 import zlib
 
 MIB = 1 << 20
+SEVEN_ZIP = "7zz" if shutil.which("7zz") else "7z"  # newer packages have the second name only
 SMALL_FILES = 8000
 SMALL_BYTES = 44000
 BIG_BYTES = 700 * MIB
@@ -89,7 +90,7 @@ class Bench:
         os.makedirs(self.temporary)
         self.kept = os.path.join(work, "kept")
         os.makedirs(self.kept)
-        self.programs = with_libraries(tool) + with_libraries(shutil.which("7zz"))
+        self.programs = with_libraries(tool) + with_libraries(shutil.which(SEVEN_ZIP))
         os.environ["QN_SYSTEM_ROOT"] = self.root
         os.environ["TMPDIR"] = self.temporary
         self.volume = os.path.join(self.root, "Volumes", "Bench")
@@ -175,7 +176,7 @@ class Bench:
     def seven_zip(self, image):
         out = self.new_place()
         begin = time.perf_counter()
-        self.run("7zz", "x", "-y", "-o" + out, image)
+        self.run(SEVEN_ZIP, "x", "-y", "-o" + out, image)
         return time.perf_counter() - begin
 
     def decode_only(self, image):
@@ -253,8 +254,8 @@ def main():
 def run_all(bench, arguments):
     source = os.path.join(bench.work, "source")
     make_source(source, arguments.scale)
-    print("Comparator: 7zz x -y -oDIR IMAGE,", subprocess.run(["7zz"], capture_output=True, text=True,
-                                                             check=False).stdout.split("\n")[1])
+    print(f"Comparator: {SEVEN_ZIP} x -y -oDIR IMAGE,", subprocess.run([SEVEN_ZIP], capture_output=True, text=True,
+                                                                       check=False).stdout.split("\n")[1])
     for number, kind in enumerate(arguments.formats.split(",")):
         image = os.path.join(bench.work, kind + ".dmg")
         warm_source = zlib_once(source) if kind == "UDZO" else None

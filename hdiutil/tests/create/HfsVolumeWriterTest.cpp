@@ -62,7 +62,7 @@ TEST_P(WrittenVolume, HasTheTreeThat7ZipReads) {
     const ByteSourcePtr image = createHfsPlus(folder / "source", "Volume", GetParam());
     writeFile(folder / "raw.hfs", readAll(*image));
     EXPECT_EQ(readWith7z(folder / "raw.hfs", folder / "x"), readFolder(folder / "source"));
-    EXPECT_THAT(run("7zz t " + folder / "raw.hfs"), testing::HasSubstr("Everything is Ok"));
+    EXPECT_THAT(run(SEVEN_ZIP " t " + folder / "raw.hfs"), testing::HasSubstr("Everything is Ok"));
 }
 
 TEST_P(WrittenVolume, KeepsTimesAndOwners) {

@@ -55,8 +55,8 @@ TEST_P(WrittenImage, HoldsItsFileSystem) {
 }
 
 TEST_P(WrittenImage, IsReadBy7Zip) {
-    outputOf("7zz t -tdmg '" + path_ + "'");
-    outputOf("7zz x -tdmg -o'" + (folder_ / "out") + "' '" + path_ + "'");
+    outputOf(SEVEN_ZIP " t -tdmg '" + path_ + "'");
+    outputOf(SEVEN_ZIP " x -tdmg -o'" + (folder_ / "out") + "' '" + path_ + "'");
     bool found = false;
     for (const auto& file : std::filesystem::directory_iterator(folder_ / "out")) {
         found = found || readFile(file.path()) == content();

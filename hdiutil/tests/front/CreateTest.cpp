@@ -104,7 +104,7 @@ TEST_P(CreatedImage, PassesItsOwnCheckAnd7Zips) {
     const auto& [way, format, layout] = GetParam();
     ASSERT_EQ(create({"-format", format, "-layout", layout, "-fs", "HFSX"}).status, 0);
     EXPECT_EQ(hdiutil({"verify", made()}).err, "hdiutil: verify: checksums of \"" + made() + "\" are VALID\n");
-    EXPECT_EQ(runProgram({"7zz", "t", made()}).status, 0);
+    EXPECT_EQ(runProgram({SEVEN_ZIP, "t", made()}).status, 0);
 }
 
 class CreatedApp : public Created, public testing::WithParamInterface<Way> {};

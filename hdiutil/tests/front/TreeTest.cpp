@@ -192,7 +192,7 @@ TEST_P(MountedContainer, ShowsTheTreeOfItsSource) {
     const std::string path = base() + "/image.dmg";
     writeFile(path, contain(disk, container));
     // 7-Zip takes each table for a file of its own; together they are the disk.
-    EXPECT_TRUE(bytesOf(run("7zz x -so -tdmg " + path)) == disk);
+    EXPECT_TRUE(bytesOf(run(SEVEN_ZIP " x -so -tdmg " + path)) == disk);
     EXPECT_EQ(hdiutil({"verify", path}).status, 0);
     EXPECT_EQ(comparable(way, mountedTree(way, path)), comparable(way, readFolder(base() + "/source")));
 }

@@ -58,7 +58,7 @@ TEST_P(RealImages, GiveTheFileSystemThat7ZipReads) {
     const auto image = DiskImage::open(pathOf(GetParam().name));
     const Partition partition = readPartitionMap(*image->disk()).partitions.back();
     const Bytes expected =
-        outputOf("7zz e -so -tdmg '" + pathOf(GetParam().name) + "' '*." + GetParam().extension + "'");
+        outputOf(SEVEN_ZIP " e -so -tdmg '" + pathOf(GetParam().name) + "' '*." + GetParam().extension + "'");
     ASSERT_FALSE(expected.empty());
     EXPECT_TRUE(readAll(*slice(image->disk(), partition.offset, partition.length)) == expected);
 }

@@ -14,7 +14,7 @@ std::string image(const std::string& name) {
 
 // A partition of an image, unpacked by 7-Zip, so that these tests do not depend on our own container reader.
 ByteSourcePtr partition(const std::string& name, const std::string& extension) {
-    return inMemory(bytesOf(run("7zz e -so -tdmg " + image(name) + " '*." + extension + "'")));
+    return inMemory(bytesOf(run(SEVEN_ZIP " e -so -tdmg " + image(name) + " '*." + extension + "'")));
 }
 
 std::unique_ptr<Volume> onlyVolume(const ByteSourcePtr& partition) {

@@ -150,8 +150,8 @@ std::string run(const std::string& commandLine) {
 }
 
 Tree readWith7z(const std::string& image, const std::string& workFolder, bool hasVolumeFolder) {
-    run("7zz x -y -sns- -o" + shellWord(workFolder) + " " + shellWord(image) + " >/dev/null");
-    std::istringstream listing(run("7zz l -slt -sns- " + shellWord(image)));
+    run(SEVEN_ZIP " x -y -sns- -o" + shellWord(workFolder) + " " + shellWord(image) + " >/dev/null");
+    std::istringstream listing(run(SEVEN_ZIP " l -slt -sns- " + shellWord(image)));
     Tree tree;
     std::string path;
     for (std::string line; std::getline(listing, line);) {
@@ -172,7 +172,7 @@ Tree readWith7z(const std::string& image, const std::string& workFolder, bool ha
         if (item.kind == NodeKind::kFile) {
             item.contents = contentsOf(fs::path(workFolder) / path);
         } else if (item.kind == NodeKind::kSymlink) { // an extracted link is rewritten; its bytes are not
-            item.target = run("7zz e -so -sns- " + shellWord(image) + " " + shellWord(path));
+            item.target = run(SEVEN_ZIP " e -so -sns- " + shellWord(image) + " " + shellWord(path));
         }
         tree.emplace(path.substr(slash + 1), item);
     }
