@@ -2,6 +2,7 @@
 """The rules' scripts on small trees: they say nothing for a good one, and name the line in a bad one."""
 
 import pathlib
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -261,6 +262,61 @@ void f() {
             "docs/a.md:1: say Qt when that is meant",
             "ui/a.h:1: say macOS, or Linux, when that is meant",
         )
+
+
+class InstallPackages(Tree):
+    """On systems that do not call packages as Debian does: only what is put on the PATH is there."""
+
+    def setUp(self):
+        super().setUp()
+        self.bin = pathlib.Path(self.folder.name) / "bin"
+        self.bin.mkdir()
+        for name in ["sh", "cat", "dirname", "grep", "id", "sed", "tr"]:
+            (self.bin / name).symlink_to(shutil.which(name))
+
+    def put_program(self, name, commands):
+        self.put(f"bin/{name}", f"#!/bin/sh\n{commands}\n")
+        (self.bin / name).chmod(0o755)
+
+    def install(self, *lists):
+        done = subprocess.run(
+            [ROOT / ".ci/install-packages", *lists], env={"PATH": str(self.bin)}, capture_output=True, text=True, check=False
+        )
+        return done.returncode, done.stdout, done.stderr
+
+    def install_listed(self, text):
+        self.put("list", text)
+        return self.install(f"{self.folder.name}/list")
+
+    def test_is_content_without_apt_get_when_everything_is_there(self):
+        self.put_program("seven", "")
+        self.put_program("pkg-config", '[ "$*" = "--exists libone" ]')
+        self.put_program("c++", "grep -q '#include <one.h>'")
+        self.put_program("fc-list", 'test "$*" = "One Sans" && echo "/one.ttf: One Sans:style=Regular"')
+        self.put_program("python3", '[ "$*" = "-c import one.two" ]')
+        listed = f"g module one.two\na program six|seven\nb library libone\nc header one.h\nd font One Sans\ne file {self.bin}\n"
+        self.assertEqual(self.install_listed(listed), (0, "", ""))
+
+    def test_says_in_one_sentence_what_is_missing_without_apt_get(self):
+        for name in ["pkg-config", "c++", "fc-list"]:
+            self.put_program(name, "exit 1")
+        listed = "a program six|seven\nb library libone\nc header one.h\nd font One Sans\ne file /no/such\nf program cat\n"
+        self.assertEqual(self.install_listed(listed), (1, "", (
+            "Please install what is missing here and what apt-get does not give under Debian's names: program six or "
+            "seven, library libone, header one.h, font One Sans, file /no/such.\n"
+        )))
+
+    def test_installs_nothing_when_apt_get_does_not_know_what_is_missing(self):
+        self.put_program("apt-get", 'case "$*" in *unknown) exit 100 ;; "install -y"*) : >"${0%/*}/installed" ;; esac')
+        self.put_program("sudo", 'exec "$@"')
+        status, _, says = self.install_listed("known program six\nunknown program seven\n")
+        self.assertEqual((status, says.split(": ")[1]), (1, "program seven.\n"))
+        self.assertFalse((self.bin / "installed").exists())
+
+    def test_every_line_says_what_the_package_is_needed_for(self):
+        for name in ["packages", "packages-checks"]:
+            for line in (ROOT / ".ci" / name).read_text(encoding="utf-8").splitlines():
+                self.assertRegex(line, r"^[a-z0-9.+-]+ +(program|library|header|module|font|file) +\S")
 
 
 if __name__ == "__main__":
