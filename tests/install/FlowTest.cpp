@@ -14,6 +14,7 @@
 
 #include <QAction>
 #include <QFile>
+#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 

@@ -1,5 +1,7 @@
 #include "tools/qn-portal/check/TlsProbe.h"
 
+#include <QTimeZone>
+
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
@@ -79,7 +81,7 @@ QString textOf(const X509_NAME* name) {
 QDateTime timeOf(const ASN1_TIME* time) {
     std::tm parts{};
     ASN1_TIME_to_tm(time, &parts);
-    return QDateTime::fromSecsSinceEpoch(timegm(&parts), Qt::UTC);
+    return QDateTime::fromSecsSinceEpoch(timegm(&parts), QTimeZone::utc());
 }
 
 QStringList namesOf(const X509* certificate) {

@@ -1,13 +1,15 @@
 #include "tests/tools/qn-portal/check/CheckCases.h"
 #include "tools/qn-portal/check/TlsCheck.h"
 
+#include <QTimeZone>
+
 using namespace Qt::StringLiterals;
 
 namespace portal::check::test {
 
 namespace {
 
-const QDateTime kNow(QDate(2026, 11, 21), QTime(12, 0), Qt::UTC);
+const QDateTime kNow(QDate(2026, 11, 21), QTime(12, 0), QTimeZone::utc());
 
 TlsResult goodResult() {
     TlsFacts facts;

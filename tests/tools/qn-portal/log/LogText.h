@@ -2,8 +2,10 @@
 
 #include "tools/qn-portal/log/EntryReader.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace test {
