@@ -341,6 +341,9 @@ QByteArray diskImage(const QString& volumeName, const QMap<QString, QByteArray>&
     const QString image = test::folder() + u"/image.dmg"_s;
     QFile::remove(image);
     QProcess writer;
+    QProcessEnvironment surroundings = QProcessEnvironment::systemEnvironment();
+    surroundings.insert(u"LC_ALL"_s, u"C.UTF-8"_s); // the encoding that it takes names in
+    writer.setProcessEnvironment(surroundings);
     writer.start(u"xorriso"_s,
                  {u"-as"_s, u"mkisofs"_s, u"-quiet"_s, u"-hfsplus"_s, u"-V"_s, volumeName, u"-o"_s, image, source});
     if (!writer.waitForFinished() || writer.exitCode() != 0) {
