@@ -37,7 +37,7 @@ QString quotedWhereNeeded(const QString& text) {
         } else if (unit.unicode() < 0x80) {
             quoted += unit;
         } else {
-            quoted += u"\\U%1"_s.arg(unit.unicode(), 4, 16, QLatin1Char('0'));
+            quoted += u"\\U%1"_s.arg(uint{unit.unicode()}, 4, 16, QLatin1Char('0'));
         }
     }
     return quoted + u'"';

@@ -60,12 +60,16 @@ QVariant toData(plist_t node) {
 }
 
 QVariant toDate(plist_t node) {
-    // Seconds since the start of 2001, UTC.
-    int32_t seconds = 0;
+#if PLIST_HAS_UNIX_DATES
+    int64_t seconds = 0; // since the start of 1970
+    plist_get_unix_date_val(node, &seconds);
+    return QDateTime::fromSecsSinceEpoch(seconds, QTimeZone::utc());
+#else
+    int32_t seconds = 0; // since the start of 2001
     int32_t microseconds = 0;
     plist_get_date_val(node, &seconds, &microseconds);
-    const QDateTime reference(QDate(2001, 1, 1), QTime(0, 0), QTimeZone::utc());
-    return reference.addSecs(seconds).addMSecs(microseconds / 1000);
+    return QDateTime(QDate(2001, 1, 1), QTime(0, 0), QTimeZone::utc()).addSecs(seconds);
+#endif
 }
 
 QVariant toNumber(plist_t node) {

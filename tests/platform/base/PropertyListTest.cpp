@@ -1,5 +1,8 @@
 #include "platform/base/PropertyList.h"
 
+#include <QDateTime>
+#include <QTimeZone>
+
 #include <gtest/gtest.h>
 #include <plist/plist.h>
 
@@ -80,6 +83,13 @@ TEST(PropertyList, ReadsXml) {
 
 TEST(PropertyList, ReadsBinary) {
     expectSample(PropertyList::parse(binaryOf(kSample)));
+}
+
+TEST(PropertyList, ReadsDates) {
+    const QByteArray date = xml("<date>2026-11-21T12:30:05Z</date>");
+    const QDateTime expected(QDate(2026, 11, 21), QTime(12, 30, 5), QTimeZone::utc());
+    EXPECT_EQ(PropertyList::parse(date), QVariant(expected));
+    EXPECT_EQ(PropertyList::parse(binaryOf(date)), QVariant(expected));
 }
 
 TEST(PropertyList, RefusesGarbage) {
