@@ -6,6 +6,7 @@
 #include "logging/QNAnalyticSender.h"
 #include "logging/QNLogger.h"
 #include "platform/Bundle.h"
+#include "platform/Console.h"
 #include "platform/FileManager.h"
 #include "platform/RunningApplications.h"
 #include "platform/Task.h"
@@ -32,11 +33,23 @@ const QString kEmptyVolume = u"Empty dmg file! Please check the DMG file from co
 const QString kNotOneApplication = u"Executable error: No/More than one executable to run is present inside dmg file. "
                                    "Please check the DMG file from config."_s;
 
+// The log will only say that the image has the wrong contents.
+void tellOfEscaping(const QString& folder) {
+    if (PathText::percentEscaped(folder) != folder) {
+        platform::consoleLog(
+            formatText("The folder for downloads, %@, has characters that an address does not show as they are (a "
+                       "blank, an umlaut, %%, [ and the like): no image can be mounted from there. Choose another "
+                       "temporary folder (TMPDIR) or bundle identifier.",
+                       folder));
+    }
+}
+
 // Moves the download to the name that the server suggested, in the same folder, and returns where it should be now.
 // Looking for an older file goes by the plain folder and moving by the escaped one: they differ where the folder's name
 // needs escaping, and then the move fails.
 QString moveToSuggestedName(const QString& location, const QString& suggestedName) {
     const QString folder = PathText::deletingLastPathComponent(location);
+    tellOfEscaping(folder);
     const QString destination = formatText("%@/%@", folder, suggestedName);
     if (FileManager::fileExists(destination)) {
         QNLogger::debug(formatText("\"%@ \"already exists. Removing old file.", destination), logContext(kFunction));

@@ -68,7 +68,7 @@ TEST_F(DiskImageFailure, ShowsTheViewBeforeTheScreenAndTheScreenBeforeTheEvent) 
 
 TEST_F(DiskImageFailure, FailsWhenTheToolPrintsNothing) {
     fakeDiskImageTool("true\n");
-    finish();
+    EXPECT_EQ(test::consoleLinesOf([this] { finish(); }).filter(u"folder for downloads"_s), QStringList());
     expectFailure({u"DMG mount error. Please check the contents of DMG file from config."_s});
 }
 
@@ -131,7 +131,9 @@ TEST_F(DiskImageFailure, FailsToFindTheImageBelowAFolderThatNeedsEscaping) {
     fakeDiskImageTool("[ -e \"$2\" ] && echo /Volumes/Kit\necho \"$2\" > \"$HOME/tool\"\n");
     const QString folder = test::folder() + u"/with blank"_s;
     const QString location = downloadedFile(folder);
-    finish(http(200), location);
+    const QStringList console = test::consoleLinesOf([&] { finish(http(200), location); });
+    const auto hints = console.filter(u"The folder for downloads, "_s + folder + u", has characters that"_s);
+    EXPECT_EQ(hints.size(), 1) << "the log does not tell the cause";
     EXPECT_EQ(test::readFile(test::home() + u"/tool"_s), (test::folder() + u"/with%20blank/Kit.dmg\n"_s).toUtf8());
     EXPECT_TRUE(messages().contains(u"Copied "_s + location + u" to "_s + folder + u"/Kit.dmg"_s));
     EXPECT_TRUE(messages().contains(u"DMG mount error. Please check the contents of DMG file from config."_s));
