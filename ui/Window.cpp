@@ -176,7 +176,9 @@ void Window::center() {
     const QSize content = contentView_ != nullptr ? contentView_->size() : size();
     const QPoint corner(area.x() + (area.width() - content.width()) / 2,
                         area.y() + static_cast<int>(std::lround((area.height() - content.height()) * kAboveCentre)));
-    move(corner - QPoint(margin_, margin_));
+    // On a screen that is too small the window's own control, in its upper right corner, is what has to be reached.
+    const int left = std::min(corner.x(), area.right() + 1 - content.width());
+    move(QPoint(left, std::max(corner.y(), area.y())) - QPoint(margin_, margin_));
 }
 
 void Window::orderFrontRegardless() {

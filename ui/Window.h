@@ -53,7 +53,8 @@ public:
     void setLevel(int level);
     int level() const { return level_; }
 
-    // In the middle of the screen, a little above it from top to bottom.
+    // In the middle of the screen, a little above it from top to bottom. On a screen that is too small, the upper right
+    // corner is on it.
     void center();
     // In front of the windows of all programs, asking for the keyboard: the window is to be used without a mouse, too.
     void orderFrontRegardless();

@@ -301,6 +301,27 @@ TEST_P(AtScale, ShowsItsSpinnerInThePixelsOfItsFile) {
 
 INSTANTIATE_TEST_SUITE_P(Scales, AtScale, testing::Values("1", "1.5", "2", "3"));
 
+TEST_F(ScaledWindow, DISABLED_KeepsItsCrossOnTheScreen) {
+    window().center();
+    const QRect cross(window().pos() + controller().closeButton()->mapTo(&window(), QPoint()),
+                      controller().closeButton()->size());
+    EXPECT_EQ(window().screen()->geometry().size(), QSize(600, 400));
+    EXPECT_TRUE(window().screen()->geometry().contains(cross)) << cross.x() << ',' << cross.y();
+}
+
+TEST(SmallScreen, ShowsTheWindowsCross) {
+    QProcess server;
+    server.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, u"1200x800x24"_s, u"-noreset"_s,
+                             u"-nolisten"_s, u"tcp"_s});
+    ASSERT_TRUE(server.waitForStarted() && server.waitForReadyRead());
+    const QByteArray failures = test::failuresOf(
+        u"ScaledWindow.DISABLED_KeepsItsCrossOnTheScreen"_s,
+        {{u"DISPLAY"_s, u':' + QString::fromLatin1(server.readLine()).trimmed()}, {u"QT_SCALE_FACTOR"_s, u"2"_s}});
+    EXPECT_TRUE(failures.isEmpty()) << failures.toStdString();
+    server.terminate();
+    server.waitForFinished();
+}
+
 TEST(ScreenSize, DISABLED_IsToldInWholePoints) {
     EXPECT_EQ(QNSystemInfo::getScreenResolution(), qEnvironmentVariable("EXPECTED_SIZE"));
 }
