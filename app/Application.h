@@ -5,7 +5,7 @@
 class PlatformException;
 
 // The application object. An exception that leaves an event's handler would otherwise tear the event loop down; here it
-// goes to the uncaught-exception handler.
+// goes to the uncaught-exception handler. A request of the system to quit ends the process in order, without asking.
 class Application : public QApplication {
     Q_OBJECT
 

@@ -7,6 +7,7 @@
 #include "platform/Display.h"
 #include "platform/EndSignals.h"
 #include "platform/RealPath.h"
+#include "platform/SystemExceptions.h"
 #include "platform/Termination.h"
 #include "platform/UserLocale.h"
 #include "platform/base/FirstFrame.h"
@@ -94,6 +95,7 @@ int main(int argc, char** argv) {
     platform::keepQtFromStartingABus();
     platform::keepQtInUtf8();
     platform::installTerminateNet();
+    platform::reportUncaughtSystemExceptions();
     platform::captureQtMessages();
     setProcessArguments(arguments);
     startAhead();

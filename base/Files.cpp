@@ -29,7 +29,7 @@ bool writeWith(const Write& write, std::span<const std::byte> bytes) {
 } // namespace
 
 bool writeAll(int descriptor, std::string_view bytes) {
-    return writeAll(descriptor, std::as_bytes(std::span(bytes)));
+    return writeAll(descriptor, std::as_bytes(std::span(bytes.data(), bytes.size())));
 }
 
 bool writeAll(int descriptor, std::span<const std::byte> bytes) {

@@ -11,6 +11,7 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 find_program(CCACHE ccache)
 if(CCACHE)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+    set(CMAKE_OBJCXX_COMPILER_LAUNCHER ${CCACHE})
 endif()
 
 # One interface target carries the flags of every target. Includes are written from the top of the repository.

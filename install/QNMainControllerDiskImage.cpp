@@ -9,6 +9,7 @@
 #include "platform/Console.h"
 #include "platform/FileManager.h"
 #include "platform/RunningApplications.h"
+#include "platform/SystemExceptions.h"
 #include "platform/Task.h"
 #include "platform/UrlSession.h"
 #include "platform/Workspace.h"
@@ -105,9 +106,11 @@ void QNMainController::URLSessionDownloadTaskDidFinishDownloadingToURL(const Url
         {{u"RSLT"_s, u"PASS"_s}, {u"URL"_s, url}, {u"T"_s, seconds}, {u"DProd"_s, eventValue(config_->appName())}});
     const QString image = moveToSuggestedName(location, response.suggestedFilename);
     try {
-        if (const std::optional<QString> failure = installFrom(image)) {
-            failInstallation(*failure, u"Config"_s, {{u"RSLT"_s, u"FAIL"_s}, {u"RSN"_s, u"Configuration error"_s}});
-        }
+        platform::translatingSystemExceptions([&] {
+            if (const std::optional<QString> failure = installFrom(image)) {
+                failInstallation(*failure, u"Config"_s, {{u"RSLT"_s, u"FAIL"_s}, {u"RSN"_s, u"Configuration error"_s}});
+            }
+        });
     } catch (const PlatformException& exception) {
         QNLogger::error(formatText("Unmount DMG error: %@", exception), logContext(kFunction));
     }

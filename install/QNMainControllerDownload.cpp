@@ -6,8 +6,11 @@
 #include "logging/QNLogger.h"
 #include "platform/Bundle.h"
 #include "platform/Console.h"
+#include "platform/SystemExceptions.h"
 #include "platform/UrlSession.h"
 #include "platform/base/Format.h"
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -25,16 +28,18 @@ void QNMainController::startDownload() {
     QNLogger::debug(formatText("Download started: %@", url), logContext(kFunction));
     setDownloadingStartDate(std::chrono::system_clock::now());
     try {
-        UrlSession::downloadTask(
-            Address::parse(url),
-            {.didWriteData = [this](auto bytes, auto total,
-                                    auto expected) { URLSessionDownloadTaskDidWriteData(bytes, total, expected); },
-             .didFinishDownloading =
-                 [this](const UrlResponse& response, const QString& location) {
-                     URLSessionDownloadTaskDidFinishDownloadingToURL(response, location);
-                 },
-             .didComplete =
-                 [this](const std::optional<TransportError>& error) { URLSessionTaskDidCompleteWithError(error); }});
+        UrlSession::DownloadCallbacks callbacks;
+        callbacks.didWriteData = [this](auto bytes, auto total, auto expected) {
+            URLSessionDownloadTaskDidWriteData(bytes, total, expected);
+        };
+        callbacks.didFinishDownloading = [this](const UrlResponse& response, const QString& location) {
+            URLSessionDownloadTaskDidFinishDownloadingToURL(response, location);
+        };
+        callbacks.didComplete = [this](const std::optional<TransportError>& error) {
+            URLSessionTaskDidCompleteWithError(error);
+        };
+        platform::translatingSystemExceptions(
+            [&] { UrlSession::downloadTask(Address::parse(url), std::move(callbacks)); });
     } catch (const PlatformException& exception) {
         const QString reason = formatText("Download failed: %@ (error = %@)", url, exception);
         QNLogger::error(reason, logContext(kFunction));

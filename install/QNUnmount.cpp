@@ -6,6 +6,7 @@
 #include "platform/Bundle.h"
 #include "platform/FileManager.h"
 #include "platform/Folders.h"
+#include "platform/SystemExceptions.h"
 #include "platform/Task.h"
 #include "platform/Volumes.h"
 #include "platform/base/Format.h"
@@ -68,7 +69,7 @@ void QNUnmount::unmountDMG() {
     }
     QNLogger::debug(formatText("Unmount DMG from path: %@", disk), logContext(kFunction));
     try {
-        startScript(copyOfScript(), *disk);
+        platform::translatingSystemExceptions([&] { startScript(copyOfScript(), *disk); });
     } catch (const PlatformException& exception) {
         QNLogger::error(formatText("Unmount DMG error: %@", exception), logContext(kFunction));
     }

@@ -25,5 +25,5 @@ public:
 
 private:
     pid_t pid_;
-    bool isOwnCopy_;
+    [[maybe_unused]] bool isOwnCopy_; // asked on Linux only
 };

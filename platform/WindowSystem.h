@@ -14,6 +14,12 @@ namespace platform {
 // the screen; always on Wayland.
 bool compositorIsRunning();
 
+// Whether the system draws shadows round windows without a frame itself. Linux: no.
+bool windowsHaveShadowsOfTheirOwn();
+
+// Whether programs have a menu outside their windows, whose "Quit" is then this program's. Linux: no.
+bool programsHaveAMenu();
+
 // Calls `changed` on the main thread whenever the answer may have become another one. Never ends; once is enough.
 void watchCompositor(std::function<void()> changed);
 

@@ -1,6 +1,7 @@
 #include "sysinfo/Identifier.h"
 
 #include "logging/QNLogger.h"
+#include "platform/SystemExceptions.h"
 #include "platform/base/Format.h"
 #include "sysinfo/QNPortalProvider.h"
 
@@ -44,7 +45,9 @@ QString derived(const std::optional<QString>& address, const QString& home) {
 std::optional<QString> attempt(const std::function<QString()>& derive, const char* file, int line) {
     const DerivationMark mark;
     try {
-        return derive();
+        QString derived;
+        platform::translatingSystemExceptions([&] { derived = derive(); });
+        return derived;
     } catch (const PlatformException& exception) {
         QNLogger::error(formatText("createCi threw an exception: %@", exception),
                         logContext("+[QNPortalProvider createCi]", file, line));

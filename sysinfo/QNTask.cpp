@@ -3,6 +3,7 @@
 #include "logging/LogContext.h"
 #include "logging/QNLogger.h"
 #include "platform/Console.h"
+#include "platform/SystemExceptions.h"
 #include "platform/Task.h"
 #include "platform/base/Format.h"
 #include "platform/base/TextDecoding.h"
@@ -26,7 +27,8 @@ QByteArray outputOf(const QString& path, const QStringList& arguments) {
 
 std::optional<QString> QNTask::runTaskWithPath(const QString& path, const QStringList& arguments) {
     try {
-        const QByteArray output = outputOf(path, arguments);
+        QByteArray output;
+        platform::translatingSystemExceptions([&] { output = outputOf(path, arguments); });
         return output.isEmpty() ? std::nullopt : std::optional(decodeSystemText(output));
     } catch (const PlatformException& exception) {
         platform::consoleLog(formatText("Exception: %@", exception));

@@ -1,6 +1,7 @@
 #include "ui/MainMenu.h"
 
 #include "platform/Bundle.h"
+#include "platform/WindowSystem.h"
 #include "ui/Image.h"
 #include "ui/InterfaceFile.h"
 #include "ui/View.h"
@@ -8,6 +9,7 @@
 
 #include <QAction>
 #include <QIcon>
+#include <QMenuBar>
 #include <QTimer>
 
 #include <chrono>
@@ -38,7 +40,14 @@ void setIconLater(QWidget* window) {
 MainMenu::MainMenu(QAction* quit, QObject* parent) : QObject(parent), quit_(quit) {
     quit_->setText(localizedString(u"MenuQuit"_s));
     connect(quit_, &QAction::triggered, this, &MainMenu::quitRequested);
+    if (platform::programsHaveAMenu()) {
+        quit_->setMenuRole(QAction::QuitRole);
+        menuBar_ = std::make_unique<QMenuBar>();
+        menuBar_->addMenu(QString())->addAction(quit_);
+    }
 }
+
+MainMenu::~MainMenu() = default;
 
 MainInterface loadMainMenu() {
     std::unique_ptr<QWidget> root = loadInterfaceFile(u"MainMenu"_s);

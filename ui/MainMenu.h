@@ -7,6 +7,7 @@
 #include <memory>
 
 class QAction;
+class QMenuBar;
 
 // The application's menu. On screens without a menu bar it is never seen; its shortcuts work in the window all the
 // same.
@@ -15,6 +16,7 @@ class MainMenu : public QObject {
 
 public:
     MainMenu(QAction* quit, QObject* parent);
+    ~MainMenu() override;
 
     QAction* quitAction() const { return quit_; }
 
@@ -24,6 +26,7 @@ Q_SIGNALS:
 
 private:
     QAction* quit_;
+    std::unique_ptr<QMenuBar> menuBar_; // where programs have one
 };
 
 // What the bundle's interface file MainMenu.ui holds: the main window, not yet on the screen, and the menu.

@@ -112,6 +112,7 @@ void Window::setOpaque(bool opaque) {
 
 void Window::setHasShadow(bool shadow) {
     shadow_ = shadow;
+    setWindowFlag(Qt::NoDropShadowWindowHint, !shadow); // where the system draws it
     arrange();
 }
 
@@ -128,7 +129,8 @@ void Window::setLevel(int level) {
 }
 
 bool Window::showsShadow() const {
-    return shadow_ && !opaque_ && styleMask_ == kBorderless && compositorRunning();
+    return shadow_ && !opaque_ && styleMask_ == kBorderless && compositorRunning() &&
+           !platform::windowsHaveShadowsOfTheirOwn();
 }
 
 int Window::shadowMargin() const {

@@ -1,9 +1,7 @@
 #include "platform/base/NumberText.h"
 
 #include <QByteArray>
-
-#include <locale.h> // newlocale, strtod_l
-#include <stdlib.h>
+#include <QLocale>
 
 #include <cstring>
 #include <limits>
@@ -34,6 +32,38 @@ QByteArray numberCandidate(const QString& text) {
     return candidate;
 }
 
+bool isDigit(char byte) {
+    return byte >= '0' && byte <= '9';
+}
+
+qsizetype afterDigits(const QByteArray& text, qsizetype at) {
+    while (at < text.size() && isDigit(text[at])) {
+        ++at;
+    }
+    return at;
+}
+
+qsizetype afterSign(const QByteArray& text, qsizetype at) {
+    return at < text.size() && (text[at] == '+' || text[at] == '-') ? at + 1 : at;
+}
+
+// The longest decimal number that the text begins with; empty when none does.
+QByteArray leadingNumber(const QByteArray& text) {
+    const qsizetype begin = afterSign(text, 0);
+    const qsizetype whole = afterDigits(text, begin);
+    const bool hasPoint = whole < text.size() && text[whole] == '.';
+    const qsizetype end = hasPoint ? afterDigits(text, whole + 1) : whole;
+    if (end - begin - (hasPoint ? 1 : 0) == 0) {
+        return {};
+    }
+    if (end < text.size() && (text[end] == 'e' || text[end] == 'E')) {
+        const qsizetype exponent = afterSign(text, end + 1);
+        const qsizetype last = afterDigits(text, exponent);
+        return text.left(last > exponent ? last : end);
+    }
+    return text.left(end);
+}
+
 int hexDigitValue(QChar unit) {
     if (unit >= u'0' && unit <= u'9') {
         return unit.unicode() - u'0';
@@ -52,10 +82,9 @@ int hexDigitValue(QChar unit) {
 namespace NumberText {
 
 double doubleValue(const QString& text) {
-    // Only the units of a decimal number get this far, so that no words or hexadecimal digits are taken; the plain
-    // locale keeps the point a point. A value too large comes out infinite, one too small as zero.
-    static const locale_t plain = ::newlocale(LC_ALL_MASK, "C", nullptr);
-    return ::strtod_l(numberCandidate(text).constData(), nullptr, plain);
+    // Qt's conversion takes words and groups of digits too: it gets the number alone. A value too large comes out
+    // infinite, one too small as zero.
+    return QLocale::c().toDouble(QString::fromLatin1(leadingNumber(numberCandidate(text))));
 }
 
 std::optional<unsigned> hexInt(const QString& text) {

@@ -3,6 +3,9 @@
 using namespace Qt::StringLiterals;
 
 QString TransportError::localizedDescription() const {
+    if (!sentence.isEmpty()) {
+        return sentence;
+    }
     switch (code) {
     case kUnknown:
         return u"unknown error"_s;
@@ -47,7 +50,7 @@ QString TransportError::localizedDescription() const {
 QString TransportError::text() const {
     const QString address =
         failingAddress.isEmpty() ? QString() : u"NSErrorFailingURLStringKey="_s + failingAddress + u", "_s;
-    return u"Error Domain=NSURLErrorDomain Code="_s + QString::number(static_cast<int>(code)) + u" \""_s +
-           localizedDescription() + u"\" UserInfo={"_s + address + u"NSLocalizedDescription="_s +
-           localizedDescription() + u'}';
+    return u"Error Domain="_s + (domain.isEmpty() ? u"NSURLErrorDomain"_s : domain) + u" Code="_s +
+           QString::number(static_cast<int>(code)) + u" \""_s + localizedDescription() + u"\" UserInfo={"_s + address +
+           u"NSLocalizedDescription="_s + localizedDescription() + u'}';
 }

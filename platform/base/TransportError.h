@@ -29,8 +29,10 @@ struct TransportError {
 
     Code code = kTimedOut;
     QString failingAddress; // empty when there was no address
+    QString domain = {};    // of the code; NSURLErrorDomain when it is empty
+    QString sentence = {};  // the system's own; macOS's English one for the code when it is empty
 
-    // macOS's English sentence for the code, such as "Could not connect to the server."
+    // The sentence, or macOS's English one for the code, such as "Could not connect to the server."
     QString localizedDescription() const;
 
     // Error Domain=NSURLErrorDomain Code=-1004 "Could not connect to the server." UserInfo={…}: what `%@` shows.

@@ -12,21 +12,30 @@ namespace {
 
 std::atomic<UncaughtExceptionHandler> installedHandler{nullptr};
 
+std::atomic<ExceptionTranslation> installedTranslation{nullptr};
+
 // The handler may itself raise, and terminate() must then not call it again.
 thread_local bool insideHandler = false;
 
 // The exception in flight, whatever its type.
 PlatformException inFlightAsOurs() {
     try {
+        if (const ExceptionTranslation translate = installedTranslation) {
+            translate([] { throw; });
+        }
         throw;
     } catch (const PlatformException& exception) {
         return exception;
     } catch (const std::exception& exception) {
         return {u"std::exception"_s, QString::fromUtf8(exception.what())};
     } catch (...) {
-        return {u"unknown exception"_s, QString()};
+        // Of a type that tells nothing.
     }
+    return {u"unknown exception"_s, QString()};
 }
+
+// The one that was installed before ours: the C++ library's, on macOS the Objective-C runtime's.
+std::terminate_handler systemsOwnNet = nullptr;
 
 void lastNet() {
     const std::exception_ptr inFlight = std::current_exception();
@@ -39,6 +48,9 @@ void lastNet() {
             handler(inFlightAsOurs());
         }
     }
+    if (systemsOwnNet) {
+        systemsOwnNet(); // leaves the usual trace
+    }
     std::abort();
 }
 
@@ -50,6 +62,10 @@ void setUncaughtExceptionHandler(UncaughtExceptionHandler handler) {
 
 UncaughtExceptionHandler uncaughtExceptionHandler() {
     return installedHandler;
+}
+
+void setExceptionTranslation(ExceptionTranslation translation) {
+    installedTranslation = translation;
 }
 
 void reportingUncaughtExceptions(const std::function<void()>& body) {
@@ -67,7 +83,8 @@ void reportingUncaughtExceptions(const std::function<void()>& body) {
 }
 
 void installTerminateNet() {
-    std::set_terminate(lastNet);
+    const std::terminate_handler before = std::set_terminate(lastNet);
+    systemsOwnNet = before == lastNet ? systemsOwnNet : before;
 }
 
 } // namespace platform

@@ -1,12 +1,12 @@
 #include "platform/UrlSession.h"
 
-#include "platform/base/MainQueue.h"
+#include "platform/DownloadDelivery.h"
+#include "platform/DownloadProgress.h"
+#include "platform/PartialDownload.h"
 #include "platform/base/PlatformException.h"
 #include "platform/base/UncaughtException.h"
-#include "platform/linux/DownloadProgress.h"
 #include "platform/linux/FileTransfer.h"
 #include "platform/linux/HttpTransfer.h"
-#include "platform/linux/PartialDownload.h"
 
 #include <pthread.h>
 
@@ -91,30 +91,12 @@ TransferResult fillFile(const UrlRequest& request, const TransferLimits& limits,
     return result;
 }
 
-void finishOnMainThread(const UrlSession::DownloadCallbacks& callbacks, const UrlResponse& response,
-                        std::shared_ptr<PartialDownload> file) {
-    MainQueue::async([callbacks, response, file = std::move(file)]() mutable {
-        if (callbacks.didFinishDownloading) {
-            callbacks.didFinishDownloading(response, file->path());
-        }
-        file.reset(); // deletes the file if it is still there
-    });
-}
-
-void completeOnMainThread(const UrlSession::DownloadCallbacks& callbacks, std::optional<TransportError> error) {
-    MainQueue::async([callbacks, error = std::move(error)] {
-        if (callbacks.didComplete) {
-            callbacks.didComplete(error);
-        }
-    });
-}
-
 void runDownloadTask(const UrlRequest& request, const UrlSession::DownloadCallbacks& callbacks,
                      const TransferLimits& limits) {
     std::shared_ptr<PartialDownload> file = PartialDownload::create();
     if (!file) {
         const QString address = request.address ? request.address->text : QString();
-        completeOnMainThread(callbacks, TransportError{TransportError::kCannotCreateFile, address});
+        DownloadDelivery::complete(callbacks, TransportError{TransportError::kCannotCreateFile, address});
         return;
     }
     const auto progress = std::make_shared<DownloadProgress>(callbacks.didWriteData);
@@ -122,11 +104,11 @@ void runDownloadTask(const UrlRequest& request, const UrlSession::DownloadCallba
     progress->flush();
     if (const auto* const error = std::get_if<TransportError>(&result)) {
         file.reset();
-        completeOnMainThread(callbacks, *error);
+        DownloadDelivery::complete(callbacks, *error);
         return;
     }
-    finishOnMainThread(callbacks, std::get<UrlResponse>(result), std::move(file));
-    completeOnMainThread(callbacks, std::nullopt);
+    DownloadDelivery::finish(callbacks, std::get<UrlResponse>(result), std::move(file));
+    DownloadDelivery::complete(callbacks, std::nullopt);
 }
 
 } // namespace

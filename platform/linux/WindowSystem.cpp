@@ -101,6 +101,14 @@ bool compositorIsRunning() {
     return reply && reply->owner != XCB_WINDOW_NONE;
 }
 
+bool windowsHaveShadowsOfTheirOwn() {
+    return false;
+}
+
+bool programsHaveAMenu() {
+    return false;
+}
+
 void watchCompositor(std::function<void()> changed) {
     xcb_connection_t* const connection = connectionToX();
     if (connection == nullptr) {

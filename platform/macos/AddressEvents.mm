@@ -2,20 +2,22 @@
 
 #include "platform/base/UncaughtException.h"
 
+#import <AppKit/AppKit.h>
 #import <CoreServices/CoreServices.h>
-#import <Foundation/Foundation.h>
 
 #include <utility>
 
 namespace {
 
-constexpr AEEventClass kGetUrl = 'GURL'; // class and identifier of the event are the same code
+constexpr FourCharCode kGetUrl = 'GURL'; // class and identifier of the event are the same code
 
 } // namespace
 
 // Receives the event that the system sends for an address of the program's scheme.
 @interface AddressEventReceiver : NSObject
 - (instancetype)initWithHandler:(std::function<void(const QString&)>)handler;
+- (void)takeEvents;
+- (void)applicationLaunches:(NSNotification*)notification;
 - (void)getUrl:(NSAppleEventDescriptor*)event withReplyEvent:(NSAppleEventDescriptor*)reply;
 @end
 
@@ -31,6 +33,22 @@ constexpr AEEventClass kGetUrl = 'GURL'; // class and identifier of the event ar
     return self;
 }
 
+- (void)takeEvents {
+    [[NSAppleEventManager sharedAppleEventManager] setEventHandler:self
+                                                       andSelector:@selector(getUrl:withReplyEvent:)
+                                                     forEventClass:kGetUrl
+                                                        andEventID:kGetUrl];
+}
+
+// Qt's delegate is told of the same moment and takes the event for itself; whoever is told first, this comes after it.
+// The events themselves are taken from the queue later.
+- (void)applicationLaunches:(NSNotification*)notification {
+    [self takeEvents];
+    dispatch_async(dispatch_get_main_queue(), ^{
+      [self takeEvents];
+    });
+}
+
 - (void)getUrl:(NSAppleEventDescriptor*)event withReplyEvent:(NSAppleEventDescriptor*)reply {
     NSString* const address = [event paramDescriptorForKeyword:keyDirectObject].stringValue;
     platform::reportingUncaughtExceptions([&] { _handler(QString::fromNSString(address)); });
@@ -41,12 +59,16 @@ constexpr AEEventClass kGetUrl = 'GURL'; // class and identifier of the event ar
 namespace platform {
 
 void setOpenAddressHandler(std::function<void(const QString&)> handler) {
-    static AddressEventReceiver* receiver = nil; // the event manager does not keep it
+    static AddressEventReceiver* receiver = nil; // neither the event manager nor the notification centre keeps it
     receiver = [[AddressEventReceiver alloc] initWithHandler:std::move(handler)];
-    [[NSAppleEventManager sharedAppleEventManager] setEventHandler:receiver
-                                                       andSelector:@selector(getUrl:withReplyEvent:)
-                                                     forEventClass:kGetUrl
-                                                        andEventID:kGetUrl];
+    [receiver takeEvents];
+    for (NSNotificationName moment in
+         @[ NSApplicationWillFinishLaunchingNotification, NSApplicationDidFinishLaunchingNotification ]) {
+        [[NSNotificationCenter defaultCenter] addObserver:receiver
+                                                 selector:@selector(applicationLaunches:)
+                                                     name:moment
+                                                   object:nil];
+    }
 }
 
 void forwardAddressToRunningCopy(const QString&) {

@@ -1,9 +1,12 @@
 #include "platform/Bundle.h"
 
 #include <QDateTime>
+#include <QFileInfo>
 #include <QVariantList>
 
 #import <Foundation/Foundation.h>
+
+using namespace Qt::StringLiterals;
 
 #include <utility>
 
@@ -54,8 +57,19 @@ std::optional<QString> textOf(NSString* text) {
     return text ? std::optional(QString::fromNSString(text)) : std::nullopt;
 }
 
-NSBundle* nativeBundle(const QString& path) {
-    return [NSBundle bundleWithPath:path.toNSString()];
+// Read from the file and not asked of NSBundle, which keeps what it once saw at a path (an earlier image's bundle, too)
+// and shows entries of its own for a list that is broken. Old-style text lists are none.
+QVariantMap readInformation(const QString& bundle) {
+    const QString file = bundle + u"/Contents/Info.plist"_s;
+    NSData* const bytes = [NSData dataWithContentsOfFile:file.toNSString()];
+    NSPropertyListFormat format = NSPropertyListOpenStepFormat;
+    id const list = bytes ? [NSPropertyListSerialization propertyListWithData:bytes
+                                                                      options:NSPropertyListImmutable
+                                                                       format:&format
+                                                                        error:nil]
+                          : nil;
+    const bool isUsable = format != NSPropertyListOpenStepFormat && [list isKindOfClass:[NSDictionary class]];
+    return isUsable ? mapOf(list) : QVariantMap();
 }
 
 } // namespace
@@ -63,34 +77,45 @@ NSBundle* nativeBundle(const QString& path) {
 const Bundle& Bundle::mainBundle() {
     static const Bundle bundle = [] {
         Bundle made(QString::fromNSString([NSBundle mainBundle].bundlePath));
-        made.info_ = mapOf([NSBundle mainBundle].infoDictionary);
+        made.info_ = readInformation(made.path_);
         return made;
     }();
     return bundle;
 }
 
 std::optional<Bundle> Bundle::bundleWithPath(const QString& path) {
-    NSBundle* const native = nativeBundle(path);
-    if (!native) {
+    if (!QFileInfo(path).isDir()) {
         return std::nullopt;
     }
-    Bundle made(QString::fromNSString(native.bundlePath));
-    made.info_ = mapOf(native.infoDictionary);
+    QString plain = path;
+    while (plain.size() > 1 && plain.endsWith(u'/')) {
+        plain.chop(1);
+    }
+    Bundle made(plain);
+    made.info_ = readInformation(plain);
     return made;
 }
 
 Bundle::Bundle(QString path) : path_(std::move(path)) {}
 
 std::optional<QString> Bundle::bundleIdentifier() const {
-    return textOf(nativeBundle(path_).bundleIdentifier);
+    const QVariant identifier = info_.value(u"CFBundleIdentifier"_s);
+    return identifier.typeId() == QMetaType::QString ? std::optional(identifier.toString()) : std::nullopt;
 }
 
 std::optional<QString> Bundle::executablePath() const {
-    return textOf(nativeBundle(path_).executablePath);
+    QString name = info_.value(u"CFBundleExecutable"_s).toString();
+    if (name.isEmpty()) {
+        name = path_.section(u'/', -1);
+        name = name.endsWith(u".app"_s) ? name.chopped(4) : name;
+    }
+    const QString executable = path_ + u"/Contents/MacOS/"_s + name;
+    return QFileInfo(executable).isFile() ? std::optional(executable) : std::nullopt;
 }
 
 std::optional<QString> Bundle::pathForResource(const QString& name, const QString& type) const {
-    return textOf([nativeBundle(path_) pathForResource:name.toNSString() ofType:type.toNSString()]);
+    NSBundle* const native = [NSBundle bundleWithPath:path_.toNSString()];
+    return textOf([native pathForResource:name.toNSString() ofType:type.toNSString()]);
 }
 
 // Given no value the system answers with the key, so it is given one that no table holds.

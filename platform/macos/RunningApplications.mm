@@ -4,12 +4,31 @@
 
 #import <AppKit/AppKit.h>
 
-// In the order in which the system gives them.
+#include <algorithm>
+
+namespace {
+
+// Seconds since 2001. One that the system did not launch itself tells no date: it counts as the oldest.
+double launchTime(NSRunningApplication* application) {
+    NSDate* const date = application.launchDate;
+    return (date ? date : [NSDate distantPast]).timeIntervalSinceReferenceDate;
+}
+
+} // namespace
+
+// The system gives them in no particular order.
 std::vector<RunningApplication> RunningApplication::withBundleIdentifier(const QString& identifier) {
     const bool isOwn = identifier == Bundle::mainBundle().bundleIdentifier();
-    std::vector<RunningApplication> applications;
+    std::vector<NSRunningApplication*> native;
     for (NSRunningApplication* application in
          [NSRunningApplication runningApplicationsWithBundleIdentifier:identifier.toNSString()]) {
+        native.push_back(application);
+    }
+    std::stable_sort(native.begin(), native.end(), [](NSRunningApplication* left, NSRunningApplication* right) {
+        return launchTime(left) > launchTime(right);
+    });
+    std::vector<RunningApplication> applications;
+    for (NSRunningApplication* application : native) {
         applications.emplace_back(application.processIdentifier, isOwn);
     }
     return applications;

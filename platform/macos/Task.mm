@@ -25,6 +25,9 @@ namespace {
 
 constexpr std::size_t kChunk = 65536;
 
+// Of a child whose end somebody else has collected. Not 0, which would say that all went well.
+constexpr int kUnknownStatus = -1;
+
 // Retries when a signal interrupts. -1 with errno on failure.
 ssize_t readOnce(int descriptor, std::array<char, kChunk>& chunk) {
     ssize_t count = -1;
@@ -165,9 +168,15 @@ void Task::waitUntilExit() {
         return;
     }
     int status = 0;
-    while (::waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
-    }
+    pid_t ended = -1;
+    do {
+        ended = ::waitpid(pid_, &status, 0);
+    } while (ended < 0 && errno == EINTR);
     collected_ = true;
+    if (ended != pid_) {
+        status_ = kUnknownStatus;
+        return;
+    }
     status_ = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
 }
 

@@ -1,20 +1,34 @@
 #include "platform/UrlSession.h"
 
+#include "platform/DownloadDelivery.h"
+#include "platform/DownloadProgress.h"
+#include "platform/PartialDownload.h"
+#include "platform/base/HttpRedirect.h"
+#include "platform/base/SuggestedFilename.h"
 #include "platform/base/UncaughtException.h"
 
 #import <Foundation/Foundation.h>
 
 #include <memory>
+#include <utility>
 
 namespace {
 
+// Nil for an absent address, and for one that the system cannot take.
 NSURL* urlOf(const std::optional<Address>& address) {
     return address ? [NSURL URLWithString:address->text.toNSString()] : nil;
 }
 
+TransportError errorWith(TransportError::Code code, const std::optional<Address>& address) {
+    return {code, address ? address->text : QString()};
+}
+
 TransportError errorOf(NSError* error) {
     NSString* const address = error.userInfo[NSURLErrorFailingURLStringErrorKey];
-    return {static_cast<TransportError::Code>(error.code), QString::fromNSString(address)};
+    TransportError result{static_cast<TransportError::Code>(error.code), QString::fromNSString(address)};
+    result.domain = QString::fromNSString(error.domain);
+    result.sentence = QString::fromNSString(error.localizedDescription);
+    return result;
 }
 
 UrlResponse responseOf(NSURLResponse* response) {
@@ -22,14 +36,18 @@ UrlResponse responseOf(NSURLResponse* response) {
     result.address = QString::fromNSString(response.URL.absoluteString);
     result.isHttp = [response isKindOfClass:[NSHTTPURLResponse class]];
     result.statusCode = result.isHttp ? static_cast<int>(((NSHTTPURLResponse*)response).statusCode) : 0;
-    result.suggestedFilename = QString::fromNSString(response.suggestedFilename);
+    result.suggestedFilename = SuggestedFilename::cleaned(QString::fromNSString(response.suggestedFilename));
     return result;
 }
 
-NSMutableURLRequest* requestOf(const UrlRequest& request, const TransferLimits& limits) {
-    NSMutableURLRequest* const result = [NSMutableURLRequest requestWithURL:urlOf(request.address)];
+double seconds(std::chrono::milliseconds time) {
+    return std::chrono::duration<double>(time).count();
+}
+
+NSURLRequest* requestOf(NSURL* url, const UrlRequest& request, const TransferLimits& limits) {
+    NSMutableURLRequest* const result = [NSMutableURLRequest requestWithURL:url];
     result.HTTPMethod = request.method.toNSString();
-    result.timeoutInterval = std::chrono::duration<double>(limits.idle).count();
+    result.timeoutInterval = seconds(limits.idle);
     for (const auto& [name, value] : request.headers) {
         [result addValue:value.toNSString() forHTTPHeaderField:name.toNSString()];
     }
@@ -39,62 +57,124 @@ NSMutableURLRequest* requestOf(const UrlRequest& request, const TransferLimits& 
     return result;
 }
 
-void complete(const UrlSession::DataCompletion& completion, NSData* data, NSURLResponse* response, NSError* error) {
-    if (error) {
-        completion(std::nullopt, std::nullopt, errorOf(error));
-    } else {
-        completion(QByteArray::fromNSData(data), responseOf(response), std::nullopt);
-    }
+// Not on the session's queue, which calls one completion after the other: one that does not return, because its thread
+// is parked in a crash, would keep the final post's answer from ever arriving.
+void onOwnThread(std::function<void()> body) {
+    [NSThread detachNewThreadWithBlock:^{
+      platform::reportingUncaughtExceptions(body);
+    }];
 }
 
 } // namespace
 
-// Hands the session's messages on; the session keeps it until it is invalidated.
-@interface DownloadDelegate : NSObject <NSURLSessionDownloadDelegate>
-- (instancetype)initWithCallbacks:(UrlSession::DownloadCallbacks)callbacks;
+// Which redirects a task may follow. What is refused cancels the task, and the code says why.
+@interface RedirectRules : NSObject <NSURLSessionTaskDelegate>
+- (instancetype)initWithLimit:(long)limit;
+- (std::optional<TransportError::Code>)refusal;
+- (void)refuse:(TransportError::Code)code task:(NSURLSessionTask*)task;
 @end
 
-@implementation DownloadDelegate {
-    UrlSession::DownloadCallbacks _callbacks;
+@implementation RedirectRules {
+    long _left;
+    std::optional<TransportError::Code> _refusal;
 }
 
-- (instancetype)initWithCallbacks:(UrlSession::DownloadCallbacks)callbacks {
+- (instancetype)initWithLimit:(long)limit {
     self = [super init];
     if (self) {
+        _left = limit;
+    }
+    return self;
+}
+
+- (std::optional<TransportError::Code>)refusal {
+    return _refusal;
+}
+
+- (void)refuse:(TransportError::Code)code task:(NSURLSessionTask*)task {
+    _refusal = code;
+    [task cancel];
+}
+
+- (void)URLSession:(NSURLSession*)session
+                          task:(NSURLSessionTask*)task
+    willPerformHTTPRedirection:(NSHTTPURLResponse*)response
+                    newRequest:(NSURLRequest*)request
+             completionHandler:(void (^)(NSURLRequest*))completionHandler {
+    const QString from = QString::fromNSString(response.URL.absoluteString);
+    const bool mayFollow = HttpRedirect::mayFollow(from, QString::fromNSString(request.URL.absoluteString));
+    if (mayFollow && _left-- > 0) {
+        completionHandler(request);
+        return;
+    }
+    [self refuse:mayFollow ? TransportError::kTooManyRedirects : TransportError::kUnsupportedAddress task:task];
+    completionHandler(nil);
+}
+
+@end
+
+// One download, from its session's own queue to the file and to the main thread.
+@interface Download : RedirectRules <NSURLSessionDataDelegate>
+- (instancetype)initWithFile:(std::shared_ptr<PartialDownload>)file
+                   callbacks:(UrlSession::DownloadCallbacks)callbacks
+                      limits:(const TransferLimits&)limits;
+@end
+
+@implementation Download {
+    std::shared_ptr<PartialDownload> _file;
+    std::shared_ptr<DownloadProgress> _progress;
+    UrlSession::DownloadCallbacks _callbacks;
+    int64_t _expected;
+}
+
+- (instancetype)initWithFile:(std::shared_ptr<PartialDownload>)file
+                   callbacks:(UrlSession::DownloadCallbacks)callbacks
+                      limits:(const TransferLimits&)limits {
+    self = [super initWithLimit:limits.redirects];
+    if (self) {
+        _file = std::move(file);
+        _progress = std::make_shared<DownloadProgress>(callbacks.didWriteData);
         _callbacks = std::move(callbacks);
+        _expected = -1;
     }
     return self;
 }
 
 - (void)URLSession:(NSURLSession*)session
-                 downloadTask:(NSURLSessionDownloadTask*)task
-                 didWriteData:(int64_t)bytes
-            totalBytesWritten:(int64_t)total
-    totalBytesExpectedToWrite:(int64_t)expected {
-    platform::reportingUncaughtExceptions([&] {
-        if (_callbacks.didWriteData) {
-            _callbacks.didWriteData(bytes, total, expected);
-        }
-    });
+              dataTask:(NSURLSessionDataTask*)task
+    didReceiveResponse:(NSURLResponse*)response
+     completionHandler:(void (^)(NSURLSessionResponseDisposition))completionHandler {
+    _expected = response.expectedContentLength;
+    completionHandler(NSURLSessionResponseAllow);
 }
 
-- (void)URLSession:(NSURLSession*)session
-                 downloadTask:(NSURLSessionDownloadTask*)task
-    didFinishDownloadingToURL:(NSURL*)location {
-    platform::reportingUncaughtExceptions([&] {
-        if (_callbacks.didFinishDownloading) {
-            _callbacks.didFinishDownloading(responseOf(task.response), QString::fromNSString(location.path));
-        }
-    });
+- (void)URLSession:(NSURLSession*)session dataTask:(NSURLSessionDataTask*)task didReceiveData:(NSData*)data {
+    if (!_file->write({static_cast<const char*>(data.bytes), data.length})) {
+        [self refuse:TransportError::kCannotWriteFile task:task];
+        return;
+    }
+    _progress->add(static_cast<int64_t>(data.length), _expected);
 }
 
 - (void)URLSession:(NSURLSession*)session task:(NSURLSessionTask*)task didCompleteWithError:(NSError*)error {
-    platform::reportingUncaughtExceptions([&] {
-        if (_callbacks.didComplete) {
-            _callbacks.didComplete(error ? std::optional(errorOf(error)) : std::nullopt);
-        }
-    });
-    [session finishTasksAndInvalidate];
+    [session finishTasksAndInvalidate]; // it keeps this object until then
+    _progress->flush();
+    const bool isWhole = _file->close();
+    std::optional<TransportError> failure;
+    if (error) {
+        failure = errorOf(error);
+    }
+    const QString address = QString::fromNSString(task.originalRequest.URL.absoluteString);
+    if (const auto refusal = [self refusal]) {
+        failure = TransportError{*refusal, address};
+    } else if (!failure && !isWhole) {
+        failure = TransportError{TransportError::kCannotWriteFile, address};
+    }
+    if (!failure) {
+        DownloadDelivery::finish(_callbacks, responseOf(task.response), _file);
+    }
+    _file.reset();
+    DownloadDelivery::complete(_callbacks, failure);
 }
 
 @end
@@ -102,23 +182,55 @@ void complete(const UrlSession::DataCompletion& completion, NSData* data, NSURLR
 namespace UrlSession {
 
 void dataTask(UrlRequest request, DataCompletion completion, const TransferLimits& limits) {
-    const auto handler = std::make_shared<DataCompletion>(std::move(completion));
-    [[[NSURLSession sharedSession]
-        dataTaskWithRequest:requestOf(request, limits)
-          completionHandler:^(NSData* data, NSURLResponse* response, NSError* error) {
-            platform::reportingUncaughtExceptions([&] { complete(*handler, data, response, error); });
-          }] resume];
+    NSURL* const url = urlOf(request.address);
+    if (!url) {
+        const TransportError error = errorWith(TransportError::kUnsupportedAddress, request.address);
+        onOwnThread([completion, error] { completion(std::nullopt, std::nullopt, error); });
+        return;
+    }
+    RedirectRules* const rules = [[RedirectRules alloc] initWithLimit:limits.redirects];
+    const auto take = [=, address = request.address](NSData* data, NSURLResponse* response, NSError* error) {
+        if (const auto refusal = [rules refusal]) {
+            completion(std::nullopt, std::nullopt, errorWith(*refusal, address));
+        } else if (error) {
+            completion(std::nullopt, std::nullopt, errorOf(error));
+        } else if (static_cast<std::int64_t>(data.length) > limits.data) {
+            completion(std::nullopt, std::nullopt, errorWith(TransportError::kDataLengthExceedsMaximum, address));
+        } else {
+            completion(QByteArray::fromNSData(data), responseOf(response), std::nullopt);
+        }
+    };
+    NSURLSessionDataTask* const task =
+        [[NSURLSession sharedSession] dataTaskWithRequest:requestOf(url, request, limits)
+                                        completionHandler:^(NSData* data, NSURLResponse* response, NSError* error) {
+                                          onOwnThread([=] { take(data, response, error); });
+                                        }];
+    if (@available(macOS 12.0, *)) { // before, the shared session asks nobody about redirects
+        task.delegate = rules;
+    }
+    [task resume];
 }
 
 void downloadTask(std::optional<Address> address, DownloadCallbacks callbacks, const TransferLimits& limits) {
+    NSURL* const url = urlOf(address);
+    auto file = url ? PartialDownload::create() : nullptr;
+    if (!file) {
+        const auto code = url ? TransportError::kCannotCreateFile : TransportError::kUnsupportedAddress;
+        DownloadDelivery::complete(callbacks, errorWith(code, address));
+        return;
+    }
     NSURLSessionConfiguration* const configuration = [NSURLSessionConfiguration ephemeralSessionConfiguration];
-    configuration.timeoutIntervalForRequest = std::chrono::duration<double>(limits.idle).count();
-    configuration.timeoutIntervalForResource = std::chrono::duration<double>(limits.whole).count();
-    NSURLSession* const session =
-        [NSURLSession sessionWithConfiguration:configuration
-                                      delegate:[[DownloadDelegate alloc] initWithCallbacks:std::move(callbacks)]
-                                 delegateQueue:[NSOperationQueue mainQueue]];
-    [[session downloadTaskWithURL:urlOf(address)] resume];
+    configuration.timeoutIntervalForRequest = seconds(limits.idle);
+    configuration.timeoutIntervalForResource = seconds(limits.whole);
+    NSOperationQueue* const queue = [[NSOperationQueue alloc] init];
+    queue.maxConcurrentOperationCount = 1;
+    Download* const download = [[Download alloc] initWithFile:std::move(file)
+                                                    callbacks:std::move(callbacks)
+                                                       limits:limits];
+    NSURLSession* const session = [NSURLSession sessionWithConfiguration:configuration
+                                                                delegate:download
+                                                           delegateQueue:queue];
+    [[session dataTaskWithRequest:[NSURLRequest requestWithURL:url]] resume];
 }
 
 void removeAbandonedDownloads() {
@@ -126,7 +238,7 @@ void removeAbandonedDownloads() {
 }
 
 void removePartialDownloads() {
-    // The system deletes what its sessions leave behind.
+    PartialDownload::removeAll();
 }
 
 } // namespace UrlSession

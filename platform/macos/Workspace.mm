@@ -1,6 +1,10 @@
 #include "platform/Workspace.h"
 
+#include <QFileInfo>
+
 #import <AppKit/AppKit.h>
+
+using namespace Qt::StringLiterals;
 
 namespace platform {
 
@@ -10,8 +14,12 @@ bool openAddress(const std::optional<Address>& address) {
 }
 
 std::optional<QString> fullPathForApplication(const QString& path) {
-    NSString* const fullPath = [[NSWorkspace sharedWorkspace] fullPathForApplication:path.toNSString()];
-    return fullPath ? std::optional(QString::fromNSString(fullPath)) : std::nullopt;
+    QString plain = path;
+    while (plain.size() > 1 && plain.endsWith(u'/')) {
+        plain.chop(1);
+    }
+    const bool isApplication = plain.startsWith(u'/') && plain.endsWith(u".app"_s) && QFileInfo(plain).isDir();
+    return isApplication ? std::optional(plain) : std::nullopt;
 }
 
 } // namespace platform

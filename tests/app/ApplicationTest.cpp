@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -55,4 +57,20 @@ TEST(ApplicationEvents, ThatRaiseEndTheProgramInAnOrderlyWay) {
     ASSERT_GE(log.size(), 2);
     EXPECT_EQ(log[log.size() - 2], u"Application crashed with [reason: in an event and userInfo: (null)]"_s);
     EXPECT_TRUE(log.last().contains(u"\"EVT\":\"End\""_s)) << log.last().toStdString();
+}
+
+// What the Dock's "Quit" and the end of the session come as: the windows are not asked, or one that stays would keep
+// the session from ending.
+TEST(ApplicationEvents, EndTheProgramWhenTheSystemAsksItToQuit) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            platform::setWillTerminateHandler([] { std::fputs("ending in order\n", stderr); });
+            Window window;
+            window.show();
+            QObject::connect(&window, &Window::closeRequested, [] { std::fputs("asked\n", stderr); });
+            QEvent quit(QEvent::Quit);
+            QCoreApplication::sendEvent(QCoreApplication::instance(), &quit);
+        },
+        testing::ExitedWithCode(0), "^ending in order\n$");
 }

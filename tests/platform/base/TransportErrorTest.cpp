@@ -32,3 +32,13 @@ TEST(TransportError, CarriesThePublishedSentences) {
         EXPECT_EQ((TransportError{code, QString()}.localizedDescription()), sentence);
     }
 }
+
+TEST(TransportError, TellsTheSystemsDomainAndSentenceWhereItGaveThem) {
+    TransportError error{TransportError::kTimedOut, u"https://h/x"_s};
+    error.code = static_cast<TransportError::Code>(2);
+    error.domain = u"NSPOSIXErrorDomain"_s;
+    error.sentence = u"No such file or directory"_s;
+    EXPECT_EQ(error.text(), u"Error Domain=NSPOSIXErrorDomain Code=2 \"No such file or directory\" "
+                            u"UserInfo={NSErrorFailingURLStringKey=https://h/x, "
+                            u"NSLocalizedDescription=No such file or directory}"_s);
+}

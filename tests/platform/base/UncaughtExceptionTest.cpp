@@ -43,6 +43,21 @@ TEST(UncaughtException, OfAnotherTypeArrivesAsOneOfOurs) {
     EXPECT_EQ(seen, (QStringList{u"std::exception: no memory"_s, u"unknown exception: "_s}));
 }
 
+// An integer stands for an exception of the system's own kind.
+TEST(UncaughtException, OfTheSystemsOwnKindArrivesWithItsReason) {
+    platform::setExceptionTranslation([](const std::function<void()>& body) {
+        try {
+            body();
+        } catch (int number) {
+            throw PlatformException::range(u"the system's "_s + QString::number(number));
+        }
+    });
+    platform::setUncaughtExceptionHandler(recordingHandler);
+    platform::reportingUncaughtExceptions([] { throw 7; });
+    EXPECT_EQ(handled, 1);
+    EXPECT_EQ(lastReason, u"the system's 7"_s);
+}
+
 TEST(UncaughtException, InsideTheHandlerDoesNotCallItAgain) {
     platform::setUncaughtExceptionHandler([](const PlatformException& exception) {
         ++handled;

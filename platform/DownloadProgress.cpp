@@ -1,4 +1,4 @@
-#include "platform/linux/DownloadProgress.h"
+#include "platform/DownloadProgress.h"
 
 #include "platform/base/MainQueue.h"
 

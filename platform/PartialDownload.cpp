@@ -1,4 +1,4 @@
-#include "platform/linux/PartialDownload.h"
+#include "platform/PartialDownload.h"
 
 #include "base/Files.h"
 #include "platform/Folders.h"

@@ -1,0 +1,43 @@
+# Qt for macOS, as far as Debian's Qt can stand for it: the same headers, moc, and text stubs of the libraries.
+set(Qt6_FOUND TRUE)
+set(headers /usr/include/x86_64-linux-gnu/qt6)
+set(QT6_INSTALL_PREFIX ${QN_MACOS_SYSROOT}/qt)
+set(QT6_INSTALL_PLUGINS plugins)
+file(STRINGS ${headers}/QtCore/qconfig.h version REGEX "QT_VERSION_(MAJOR|MINOR|PATCH)")
+foreach(part MAJOR MINOR PATCH)
+    string(REGEX MATCH "VERSION_${part} ([0-9]+)" found "${version}")
+    set(Qt6Core_VERSION_${part} ${CMAKE_MATCH_1})
+    set(QT_VERSION_${part} ${CMAKE_MATCH_1})
+endforeach()
+
+if(NOT TARGET Qt6::moc)
+    add_executable(Qt6::moc IMPORTED)
+    set_target_properties(Qt6::moc PROPERTIES IMPORTED_LOCATION /usr/lib/qt6/libexec/moc)
+endif()
+
+set(Core_needs "")
+set(Gui_needs Core)
+set(Widgets_needs Gui)
+set(Network_needs Core)
+set(Test_needs Core)
+foreach(module Core ${Qt6_FIND_COMPONENTS})
+    if(NOT DEFINED ${module}_needs)
+        set(Qt6_FOUND FALSE)
+        set(Qt6_NOT_FOUND_MESSAGE "Qt has no module ${module} on macOS, or none that this program may need there")
+        return()
+    endif()
+endforeach()
+foreach(module Core Gui Widgets Network Test)
+    if(NOT TARGET Qt6::${module})
+        add_library(Qt6::${module} SHARED IMPORTED)
+        string(TOUPPER ${module} upper)
+        set_target_properties(Qt6::${module} PROPERTIES
+            IMPORTED_LOCATION ${QN_MACOS_SYSROOT}/qt/lib/Qt${module}.tbd
+            INTERFACE_COMPILE_DEFINITIONS QT_${upper}_LIB
+            INTERFACE_INCLUDE_DIRECTORIES "${headers};${headers}/Qt${module}"
+            INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${headers};${headers}/Qt${module}")
+        foreach(other ${${module}_needs})
+            set_property(TARGET Qt6::${module} APPEND PROPERTY INTERFACE_LINK_LIBRARIES Qt6::${other})
+        endforeach()
+    endif()
+endforeach()
