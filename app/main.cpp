@@ -98,6 +98,7 @@ int main(int argc, char** argv) {
     platform::reportUncaughtSystemExceptions();
     platform::captureQtMessages();
     setProcessArguments(arguments);
+    platform::addOwnFonts(bundle.path() + u"/Contents/Resources/Fonts"_s);
     startAhead();
     PrivatePlugins plugins(argv[0], *windowSystem);
     // A session manager is another program, which may have stopped; and an installer is not to start again at the next

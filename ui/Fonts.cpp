@@ -1,6 +1,7 @@
 #include "ui/Fonts.h"
 
 #include "platform/Bundle.h"
+#include "platform/Display.h"
 
 #include <QGuiApplication>
 #include <QImage>
@@ -65,6 +66,7 @@ std::future<void>& loading() {
 } // namespace
 
 QFont fontFor(const FontChoice& choice) {
+    platform::waitForOwnFonts();
     const auto [families, weight] = familiesAndWeight(choice.name);
     QFont font(families);
     font.setWeight(weight);

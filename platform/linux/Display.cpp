@@ -4,10 +4,12 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QPluginLoader>
 
+#include <fontconfig/fontconfig.h>
 #include <xcb/xcb.h>
 
 #include <sys/socket.h>
@@ -15,6 +17,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <future>
 
 using namespace Qt::StringLiterals;
 
@@ -59,6 +62,34 @@ bool xServerAnswers() {
     return answers;
 }
 
+// A system without a configuration may have fonts all the same; fontconfig by itself would complain on the console.
+constexpr const char* kPlainConfiguration = "<fontconfig><dir>/usr/share/fonts</dir><dir prefix=\"xdg\">fonts</dir>"
+                                            "<cachedir prefix=\"xdg\">fontconfig</cachedir></fontconfig>";
+
+const FcChar8* letters(const char* text) {
+    return reinterpret_cast<const FcChar8*>(text); // NOLINT: the API's way
+}
+
+void readFonts(const QByteArray& ownFonts) {
+    FcConfig* const fonts = FcConfigCreate();
+    FcChar8* const configuration = FcConfigGetFilename(fonts, nullptr);
+    if (configuration != nullptr) {
+        FcConfigParseAndLoad(fonts, configuration, FcFalse);
+    } else {
+        FcConfigParseAndLoadFromMemory(fonts, letters(kPlainConfiguration), FcFalse);
+    }
+    FcStrFree(configuration);
+    FcConfigBuildFonts(fonts);
+    FcConfigAppFontAddDir(fonts, letters(ownFonts.constData()));
+    FcConfigSetCurrent(fonts);
+    FcConfigDestroy(fonts); // which keeps it, being the current one
+}
+
+std::future<void>& readingFonts() {
+    static auto* const reading = new std::future<void>; // never destroyed: the process ends without waiting for it
+    return *reading;
+}
+
 } // namespace
 
 std::optional<QByteArray> windowSystemPlugin(const QString& pluginsFolder) {
@@ -69,6 +100,19 @@ std::optional<QByteArray> windowSystemPlugin(const QString& pluginsFolder) {
         return "xcb";
     }
     return std::nullopt;
+}
+
+// Where no thread is to be had, they are read by whoever waits.
+void addOwnFonts(const QString& folder) {
+    if (QFileInfo(folder).isDir()) {
+        readingFonts() = std::async([path = QFile::encodeName(folder)] { readFonts(path); });
+    }
+}
+
+void waitForOwnFonts() {
+    if (readingFonts().valid()) {
+        readingFonts().wait();
+    }
 }
 
 } // namespace platform

@@ -13,4 +13,8 @@ std::optional<QByteArray> windowSystemPlugin(const QString& pluginsFolder) {
     return isThere && NSScreen.mainScreen ? std::optional<QByteArray>("cocoa") : std::nullopt;
 }
 
+void addOwnFonts(const QString&) {} // a bundle's fonts are named in its information list
+
+void waitForOwnFonts() {}
+
 } // namespace platform

@@ -10,6 +10,7 @@ import subprocess
 import sys
 
 import check
+import fonts
 import pack
 import toolkit
 from steps import Failed, run, step
@@ -86,6 +87,8 @@ def main():
     with step("Building the bundle"):
         build(libraries, options.jobs, time)
     require_glibc_alone([*programs(BUILD / "QNInstaller.app"), BUILD / "tools/launcher/launcher"])
+    with step("Cutting the fonts down"):
+        fonts.add_fonts(BUILD / "QNInstaller.app", BUILD / "build.log")
     with step("Packing"):
         shutil.rmtree(options.output, ignore_errors=True)
         options.output.mkdir(parents=True)
