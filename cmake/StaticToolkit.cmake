@@ -22,3 +22,5 @@ set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG -ffunction-sections -fdata-sections -f
 set(CMAKE_EXE_LINKER_FLAGS "-static-libstdc++ -static-libgcc -Wl,--gc-sections -Wl,-z,relro,-z,now \
 -Wl,-z,pack-relative-relocs -Wl,--build-id=none -Wl,-s")
 set(CMAKE_MODULE_LINKER_FLAGS "${CMAKE_EXE_LINKER_FLAGS}")
+# Tells tools/release/contents.py which archives something was taken from.
+add_link_options("LINKER:-Map=${CMAKE_BINARY_DIR}/$<TARGET_PROPERTY:NAME>.map")

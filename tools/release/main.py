@@ -2,14 +2,18 @@
 """Builds what is released, see ./release --help."""
 
 import argparse
+import datetime
 import os
 import pathlib
+import plistlib
 import re
 import shutil
 import subprocess
 import sys
 
 import check
+import contents
+import debian
 import fonts
 import pack
 import toolkit
@@ -17,6 +21,8 @@ from steps import Failed, run, step
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
 BUILD = TOP / "build-static"
+PROGRAMS = ("QNInstaller", "hdiutil", "ifconfig", "system_profiler", "launcher")
+BILL = "QNInstaller.spdx.json"
 CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache") / "qninstaller-release"
 
 
@@ -33,6 +39,8 @@ def arguments():
     parser.add_argument("--check", action="store_true",
                         help="start what was built last in fresh systems (Debian 12, 13, testing), with every ending of "
                         "./run, and print a table; needs root, and what ./run builds")
+    parser.add_argument("--audit", action="store_true",
+                        help="compare what is inside the last release with what Debian has now, and do nothing else")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), metavar="N", help="processes that compile at a time")
     return parser.parse_args()
 
@@ -71,6 +79,28 @@ def require_glibc_alone(paths):
             raise Failed(f"{path.name} needs a newer glibc than 2.36")
 
 
+def write_papers(parts, folder, time):
+    """The notices and the bill of materials beside the file."""
+    created = datetime.datetime.fromtimestamp(time, datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
+    info = plistlib.loads((BUILD / "QNInstaller.app/Contents/Info.plist").read_bytes())
+    (folder / BILL).write_text(contents.bill_of_materials(parts, [folder / "QNInstaller"],
+                                                          info["CFBundleShortVersionString"], created))
+    (folder / "THIRD-PARTY-NOTICES").write_text(contents.notices(parts))
+
+
+def audit(folder):
+    """Prints what has to be renewed; the status that the program ends with."""
+    bill = folder / BILL
+    if not bill.exists():
+        raise Failed(f"There is no release in {folder}")
+    found = contents.outdated(bill.read_text(), debian.SourceArchive(CACHE / "apt"))
+    for name, inside, now in found:
+        print(f"{name}: {inside} inside, {now} now: build the release again")
+    if not found:
+        print("Everything inside is as new as in Debian.")
+    return 1 if found else 0
+
+
 def tell_sizes(folder):
     for path in sorted(folder.iterdir()):
         print(f"{path.stat().st_size:>12,}  {path}")
@@ -82,17 +112,23 @@ def main():
     options = arguments()
     if options.check:
         sys.exit(0 if check.check(BUILD, CACHE / "roots", BUILD / "check") else 1)
-    libraries = options.libraries or toolkit.make_toolkit(CACHE, options.jobs)
+    if options.audit:
+        sys.exit(audit(options.output))
+    libraries = (options.libraries or toolkit.make_toolkit(CACHE, options.jobs)).resolve()
     time = commit_time()
     with step("Building the bundle"):
         build(libraries, options.jobs, time)
     require_glibc_alone([*programs(BUILD / "QNInstaller.app"), BUILD / "tools/launcher/launcher"])
     with step("Cutting the fonts down"):
         fonts.add_fonts(BUILD / "QNInstaller.app", BUILD / "build.log")
+    with step("Telling what is inside"):
+        parts = contents.parts_inside([BUILD / f"{name}.map" for name in PROGRAMS], BUILD, libraries)
+        (BUILD / "QNInstaller.app/Contents/Resources/THIRD-PARTY-NOTICES").write_text(contents.notices(parts))
     with step("Packing"):
         shutil.rmtree(options.output, ignore_errors=True)
         options.output.mkdir(parents=True)
         pack.pack(BUILD / "QNInstaller.app", BUILD / "tools/launcher/launcher", options.output, "QNInstaller", time)
+        write_papers(parts, options.output, time)
     tell_sizes(options.output)
 
 
