@@ -8,7 +8,8 @@ import subprocess
 
 from steps import Failed
 
-FONT_PACKAGES = ("fonts-inter", "fonts-noto-core", "fonts-noto-cjk")
+# Of what the linker does not see: fonts, and libraries that are headers alone.
+OTHER_PACKAGES = ("fonts-inter", "fonts-noto-core", "fonts-noto-cjk", "nlohmann-json3-dev")
 TOOLKIT_SOURCES = {"libQt6": "qt6-base", "libqxcb": "qt6-base", "libcurl": "curl", "libplist": "libplist",
                    "libxkbcommon": "libxkbcommon"}
 
@@ -64,7 +65,7 @@ def parts_inside(maps, build, libraries):
         else:
             part = _of_package(_ask_dpkg("-S", str(resolved)).split(": ")[0])
         parts[part.source] = part
-    for package in FONT_PACKAGES:
+    for package in OTHER_PACKAGES:
         part = _of_package(package)
         parts[part.source] = part
     return [parts[source] for source in sorted(parts)]
