@@ -11,6 +11,7 @@ import shutil
 import subprocess
 import sys
 
+import brand
 import check
 import contents
 import debian
@@ -36,6 +37,7 @@ def arguments():
                         help="where the files go (default: dist)")
     parser.add_argument("--libraries", type=pathlib.Path, metavar="FOLDER",
                         help="libraries that an earlier run built, in the place of those of now")
+    parser.add_argument("--portal", metavar="NAME", help="with the brand in portals/NAME; its files go to FOLDER/NAME")
     parser.add_argument("--check", action="store_true",
                         help="start what was built last in fresh systems (Debian 12, 13, testing), with every ending of "
                         "./run, and print a table; needs root, and what ./run builds")
@@ -79,11 +81,11 @@ def require_glibc_alone(paths):
             raise Failed(f"{path.name} needs a newer glibc than 2.36")
 
 
-def write_papers(parts, folder, time):
+def write_papers(parts, folder, name, time):
     """The notices and the bill of materials beside the file."""
     created = datetime.datetime.fromtimestamp(time, datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
     info = plistlib.loads((BUILD / "QNInstaller.app/Contents/Info.plist").read_bytes())
-    (folder / BILL).write_text(contents.bill_of_materials(parts, [folder / "QNInstaller"],
+    (folder / BILL).write_text(contents.bill_of_materials(parts, [folder / name],
                                                           info["CFBundleShortVersionString"], created))
     (folder / "THIRD-PARTY-NOTICES").write_text(contents.notices(parts))
 
@@ -102,7 +104,7 @@ def audit(folder):
 
 
 def tell_sizes(folder):
-    for path in sorted(folder.iterdir()):
+    for path in sorted(each for each in folder.iterdir() if each.is_file()):
         print(f"{path.stat().st_size:>12,}  {path}")
     parts = [path for path in (BUILD / "QNInstaller.app").rglob("*") if path.is_file() and not path.is_symlink()]
     print(f"{sum(path.stat().st_size for path in parts):>12,}  unpacked")
@@ -114,22 +116,29 @@ def main():
         sys.exit(0 if check.check(BUILD, CACHE / "roots", BUILD / "check") else 1)
     if options.audit:
         sys.exit(audit(options.output))
+    if options.portal:
+        brand.read_settings(brand.folder_of(options.portal, TOP))
     libraries = (options.libraries or toolkit.make_toolkit(CACHE, options.jobs)).resolve()
     time = commit_time()
     with step("Building the bundle"):
         build(libraries, options.jobs, time)
     require_glibc_alone([*programs(BUILD / "QNInstaller.app"), BUILD / "tools/launcher/launcher"])
+    bundle, name, output = BUILD / "QNInstaller.app", "QNInstaller", options.output
+    if options.portal:
+        folder = brand.folder_of(options.portal, TOP)
+        brand.put_brand(folder, bundle)
+        name = f"{options.portal}-installer"
+        output = output / options.portal
     with step("Cutting the fonts down"):
-        fonts.add_fonts(BUILD / "QNInstaller.app", BUILD / "build.log")
+        fonts.add_fonts(bundle, BUILD / "build.log")
     with step("Telling what is inside"):
-        parts = contents.parts_inside([BUILD / f"{name}.map" for name in PROGRAMS], BUILD, libraries)
-        (BUILD / "QNInstaller.app/Contents/Resources/THIRD-PARTY-NOTICES").write_text(contents.notices(parts))
+        parts = contents.parts_inside([BUILD / f"{program}.map" for program in PROGRAMS], BUILD, libraries)
+        (bundle / "Contents/Resources/THIRD-PARTY-NOTICES").write_text(contents.notices(parts))
     with step("Packing"):
-        shutil.rmtree(options.output, ignore_errors=True)
-        options.output.mkdir(parents=True)
-        pack.pack(BUILD / "QNInstaller.app", BUILD / "tools/launcher/launcher", options.output, "QNInstaller", time)
-        write_papers(parts, options.output, time)
-    tell_sizes(options.output)
+        output.mkdir(parents=True, exist_ok=True)
+        pack.pack(bundle, BUILD / "tools/launcher/launcher", output, name, time)
+        write_papers(parts, output, name, time)
+    tell_sizes(output)
 
 
 if __name__ == "__main__":
