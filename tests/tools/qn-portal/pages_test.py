@@ -127,7 +127,8 @@ def run_lines(identifier, day, second, result):
 class Pages(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.temporary = tempfile.TemporaryDirectory()
+        # The browser's own processes may still write there for a moment.
+        cls.temporary = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
         cls.folder = pathlib.Path(cls.temporary.name)
         lines = cls.folder / "lines"
         lines.write_text("".join(run_lines(str(i), 1 + i % 20, 1 + i % 37, "FAIL" if i % 8 == 0 else "PASS")
