@@ -303,7 +303,7 @@ Object& InterfaceReader::onlyOne(const QList<Object*>& found, const QString& nam
 }
 
 QString InterfaceReader::requiredAttribute(const char* name) const {
-    const QString value = xml_.attributes().value(QLatin1String(name)).toString();
+    QString value = xml_.attributes().value(QLatin1String(name)).toString();
     if (value.isEmpty()) {
         fail(u"no attribute "_s + QLatin1String(name));
     }

@@ -169,6 +169,7 @@ private:
 
     std::vector<Slice> slicesOf(const std::unordered_map<std::int64_t, Stages>& byText) {
         std::vector<Slice> slices;
+        slices.reserve(byText.size());
         for (const auto& [id, stages] : byText) {
             slices.push_back({textOf(id), stages});
         }

@@ -59,7 +59,7 @@ bool beginsLikeADatabase(const std::string& path) {
 
 void tell(const ImportResult& result) {
     std::fprintf(stderr, "qn-portal report: %lld events of %lld runs", static_cast<long long>(result.lines),
-                 static_cast<long long>(result.added + result.known));
+                 static_cast<long long>(result.added) + static_cast<long long>(result.known));
     if (result.known > 0) {
         std::fprintf(stderr, ", %lld of them known already", static_cast<long long>(result.known));
     }

@@ -24,7 +24,7 @@ public:
 
 private:
     struct Hash : std::hash<std::string_view> {
-        using is_transparent = void;
+        using is_transparent = void; // NOLINT(readability-identifier-naming): the standard's own name
     };
 
     TextId newTextId(std::string_view text);

@@ -58,7 +58,7 @@ class Csv {
 public:
     template <typename Value>
     void row(const std::string& table, const std::string& name, const char* measure, const Value& value) {
-        text_ += quoted(table) + "," + quoted(name) + "," + measure + "," + Json(value).dump() + "\r\n";
+        text += quoted(table) + "," + quoted(name) + "," + measure + "," + Json(value).dump() + "\r\n";
     }
     void stages(const std::string& table, const std::string& name, const Stages& stages) {
         row(table, name, "started", stages.started);
@@ -66,7 +66,7 @@ public:
         row(table, name, "downloaded", stages.downloaded);
         row(table, name, "finished", stages.finished);
     }
-    std::string text_ = "table,name,measure,value\r\n";
+    std::string text = "table,name,measure,value\r\n";
 };
 
 std::string printed(const char* format, auto... values) {
@@ -215,7 +215,7 @@ std::string csvReport(const Figures& figures) {
     for (const Slice& day : figures.days) {
         csv.stages("day", day.name, day.stages);
     }
-    return csv.text_;
+    return csv.text;
 }
 
 std::string textReport(const Figures& figures) {
