@@ -4,9 +4,6 @@
 #include <QLocale>
 
 #include <cstring>
-#include <limits>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -64,19 +61,6 @@ QByteArray leadingNumber(const QByteArray& text) {
     return text.left(end);
 }
 
-int hexDigitValue(QChar unit) {
-    if (unit >= u'0' && unit <= u'9') {
-        return unit.unicode() - u'0';
-    }
-    if (unit >= u'a' && unit <= u'f') {
-        return unit.unicode() - u'a' + 10;
-    }
-    if (unit >= u'A' && unit <= u'F') {
-        return unit.unicode() - u'A' + 10;
-    }
-    return -1;
-}
-
 } // namespace
 
 namespace NumberText {
@@ -85,25 +69,6 @@ double doubleValue(const QString& text) {
     // Qt's conversion takes words and groups of digits too: it gets the number alone. A value too large comes out
     // infinite, one too small as zero.
     return QLocale::c().toDouble(QString::fromLatin1(leadingNumber(numberCandidate(text))));
-}
-
-std::optional<unsigned> hexInt(const QString& text) {
-    qsizetype at = 0;
-    while (at < text.size() && text[at].isSpace()) {
-        ++at;
-    }
-    const bool prefixed = text.mid(at, 2).compare(u"0x"_s, Qt::CaseInsensitive) == 0;
-    if (prefixed && at + 2 < text.size() && hexDigitValue(text[at + 2]) >= 0) {
-        at += 2;
-    }
-    std::optional<unsigned> value;
-    for (; at < text.size() && hexDigitValue(text[at]) >= 0; ++at) {
-        const unsigned soFar = value.value_or(0);
-        const bool overflows = soFar > std::numeric_limits<unsigned>::max() / 16;
-        value = overflows ? std::numeric_limits<unsigned>::max()
-                          : soFar * 16 + static_cast<unsigned>(hexDigitValue(text[at]));
-    }
-    return value;
 }
 
 } // namespace NumberText

@@ -24,7 +24,6 @@ public:
     RefusingPort(const RefusingPort&) = delete;
     RefusingPort& operator=(const RefusingPort&) = delete;
 
-    std::uint16_t port() const { return port_; }
     std::string address(std::string_view path = "/") const;
 
 private:

@@ -45,23 +45,3 @@ TEST(DoubleValue, TakesAVeryLongNumber) {
     EXPECT_EQ(NumberText::doubleValue(QString(5000, u'9')), std::numeric_limits<double>::infinity());
     EXPECT_EQ(NumberText::doubleValue(u"0."_s + QString(5000, u'0') + u"1"_s), 0.0);
 }
-
-TEST(HexInt, ScansLikeThePlatformsScanner) {
-    const std::pair<QString, std::optional<unsigned>> rows[] = {
-        {u"1A"_s, 0x1A},
-        {u"ff"_s, 255},
-        {u"1Z"_s, 1},
-        {u"Z1"_s, std::nullopt},
-        {u""_s, std::nullopt},
-        {u"0x"_s, 0},
-        {u"0X1f"_s, 31},
-        {u" \n7"_s, 7},
-        {u"-1"_s, std::nullopt},
-        {u"0xg"_s, 0},
-        {u"ffffffff"_s, 0xFFFFFFFFU},
-        {u"fffffffff"_s, std::numeric_limits<unsigned>::max()},
-    };
-    for (const auto& [text, value] : rows) {
-        EXPECT_EQ(NumberText::hexInt(text), value) << text.toStdString();
-    }
-}
