@@ -71,9 +71,11 @@ void QNErrorController::connectKeys() {
         first->setAutoRepeat(false);
         connect(first, &QShortcut::activated, this, &QNErrorController::pressFirstButton);
         // A control that has the keyboard gets the key itself.
-        connect(qApp, &QApplication::focusChanged, first, [this, first] {
-            const QWidget* const focus = view_->window()->focusWidget();
-            first->setEnabled(focus == nullptr || focus == view_->window());
+        connect(qApp, &QApplication::focusChanged, first, [first] {
+            // A view that is being destroyed takes the keyboard from its controls, too, and is no view any more.
+            const QWidget* const window = qobject_cast<QWidget*>(first->parent())->window();
+            const QWidget* const focus = window->focusWidget();
+            first->setEnabled(focus == nullptr || focus == window);
         });
     }
 }

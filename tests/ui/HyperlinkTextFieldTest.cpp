@@ -167,7 +167,8 @@ TEST_F(HyperlinkTextFieldTest, OpensNothingForALinkThatIsNoAddress) {
     text.append(link(u"good link"_s, u"https://h/a"_s));
     field.setText(text);
     show();
-    for (const HyperlinkInfo& info : field.hyperlinkInfos().value()) {
+    const auto links = field.hyperlinkInfos().value();
+    for (const HyperlinkInfo& info : links) {
         test::click(field, middleOf(info.rect));
     }
     EXPECT_EQ(openedAddresses(1), QStringList{u"https://h/a"_s});
