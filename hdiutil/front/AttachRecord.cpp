@@ -2,48 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 
 namespace hdi {
 namespace {
 
-constexpr std::string_view kFirstLine = "hdiutil-record 1";
-constexpr std::string_view kLastLine = "end"; // a record cut short by a full disk is none
-
-using Fields = std::vector<std::string>;
-
-std::string escaped(std::string_view text) {
-    static constexpr std::string_view kDigits = "0123456789ABCDEF";
-    std::string result;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20 || byte == 0x7F || c == '%') {
-            result += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
-        } else {
-            result += c;
-        }
-    }
-    return result;
-}
-
-std::string unescaped(std::string_view text) {
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        unsigned byte = 0;
-        const bool coded =
-            text[i] == '%' && i + 2 < text.size() &&
-            std::from_chars(text.data() + i + 1, text.data() + i + 3, byte, 16).ptr == text.data() + i + 3;
-        result += coded ? static_cast<char>(byte) : text[i];
-        i += coded ? 2 : 0;
-    }
-    return result;
-}
-
-void addLine(std::string& text, const Fields& fields) {
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-        text += (i == 0 ? "" : "\t") + escaped(fields[i]);
-    }
-    text += '\n';
-}
+constexpr std::string_view kKind = "hdiutil-record 1";
 
 template <typename Number>
 bool readNumber(const std::string& text, Number& number) {
@@ -55,14 +19,6 @@ bool readIdentity(const Fields& f, ImageIdentity& identity) {
     return f.size() == 6 && readNumber(f[1], identity.device) && readNumber(f[2], identity.inode) &&
            readNumber(f[3], identity.size) && readNumber(f[4], identity.modifiedNs) &&
            readNumber(f[5], identity.changedNs);
-}
-
-bool readRow(const Fields& f, AttachRecord& record) {
-    if (f.size() != 7) {
-        return false;
-    }
-    record.rows.push_back({f[1], f[2], f[3], f[4], f[5], f[6] == "made"});
-    return true;
 }
 
 bool readState(const Fields& f, AttachRecord& record) {
@@ -96,60 +52,49 @@ bool readLine(const Fields& f, AttachRecord& record) {
         (key == "boot" ? record.boot : record.damage) = f.size() == 2 ? f[1] : "";
         return f.size() == 2;
     }
-    return key == "row" && readRow(f, record);
-}
-
-Fields splitLine(std::string_view line) {
-    Fields fields;
-    for (std::size_t begin = 0; begin <= line.size();) {
-        const std::size_t end = std::min(line.find('\t', begin), line.size());
-        fields.push_back(unescaped(line.substr(begin, end - begin)));
-        begin = end + 1;
-    }
-    return fields;
+    return takeRow(f, record.rows);
 }
 
 } // namespace
 
+Fields rowFields(const AttachedRow& row) {
+    return {
+        "row", row.device, row.content, row.shownPath, row.realPath, row.dataPath, row.madeFolder ? "made" : "found"};
+}
+
+bool takeRow(const Fields& fields, std::vector<AttachedRow>& rows) {
+    if (fields.size() != 7 || fields.front() != "row") {
+        return false;
+    }
+    rows.push_back({fields[1], fields[2], fields[3], fields[4], fields[5], fields[6] == "made"});
+    return true;
+}
+
 std::string serialize(const AttachRecord& record) {
     const ImageIdentity& id = record.identity;
-    std::string text;
-    addLine(text, {std::string(kFirstLine)});
-    addLine(text, {"disk", std::to_string(record.disk)});
-    addLine(text, {"image", record.imagePath});
-    addLine(text, {"identity", std::to_string(id.device), std::to_string(id.inode), std::to_string(id.size),
-                   std::to_string(id.modifiedNs), std::to_string(id.changedNs)});
-    addLine(text, {"state", record.method == AttachMethod::kFuse ? "fuse" : "extracted",
-                   record.complete ? "complete" : "attaching"});
-    addLine(text, {"process", std::to_string(record.process.pid), std::to_string(record.process.started)});
-    addLine(text, {"boot", record.boot});
-    addLine(text, {"damage", record.damage});
-    for (const AttachedRow& row : record.rows) {
-        addLine(text, {"row", row.device, row.content, row.shownPath, row.realPath, row.dataPath,
-                       row.madeFolder ? "made" : "found"});
-    }
-    addLine(text, {std::string(kLastLine)});
-    return text;
+    std::vector<Fields> lines{
+        {"disk", std::to_string(record.disk)},
+        {"image", record.imagePath},
+        {"identity", std::to_string(id.device), std::to_string(id.inode), std::to_string(id.size),
+         std::to_string(id.modifiedNs), std::to_string(id.changedNs)},
+        {"state", record.method == AttachMethod::kFuse ? "fuse" : "extracted",
+         record.complete ? "complete" : "attaching"},
+        {"process", std::to_string(record.process.pid), std::to_string(record.process.started)},
+        {"boot", record.boot},
+        {"damage", record.damage},
+    };
+    std::transform(record.rows.begin(), record.rows.end(), std::back_inserter(lines), rowFields);
+    return recordText(kKind, lines);
 }
 
 std::optional<AttachRecord> parseRecord(std::string_view text) {
+    const std::optional<std::vector<Fields>> lines = readRecordText(kKind, text);
     AttachRecord record;
-    std::size_t lineNumber = 0;
-    while (!text.empty()) {
-        const std::size_t end = text.find('\n');
-        if (end == std::string_view::npos) {
-            return std::nullopt;
-        }
-        const std::string_view line = text.substr(0, end);
-        text.remove_prefix(end + 1);
-        if (line == kLastLine) {
-            return text.empty() && record.disk > 0 ? std::optional(record) : std::nullopt;
-        }
-        if (lineNumber++ == 0 ? line != kFirstLine : !readLine(splitLine(line), record)) {
-            return std::nullopt;
-        }
+    const auto isRead = [&record](const Fields& line) { return readLine(line, record); };
+    if (!lines || !std::all_of(lines->begin(), lines->end(), isRead) || record.disk <= 0) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    return record;
 }
 
 } // namespace hdi

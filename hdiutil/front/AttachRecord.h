@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hdiutil/front/ProcessIdentity.h"
+#include "hdiutil/front/RecordText.h"
 
 #include <cstdint>
 #include <optional>
@@ -51,6 +52,10 @@ struct AttachRecord {
     std::string diskName() const { return "disk" + std::to_string(disk); }
     bool operator==(const AttachRecord&) const = default;
 };
+
+// A line of the table as a line of a record, and back; false for a line of another kind, which adds nothing. Pure.
+Fields rowFields(const AttachedRow& row);
+bool takeRow(const Fields& fields, std::vector<AttachedRow>& rows);
 
 // The record as lines of text, and back. Absent for text that is not a whole record of this version. Pure.
 std::string serialize(const AttachRecord& record);

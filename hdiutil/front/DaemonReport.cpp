@@ -1,76 +1,62 @@
 #include "hdiutil/front/DaemonReport.h"
 
-#include <charconv>
+#include "hdiutil/front/RecordText.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
 
 namespace hdi {
 namespace {
 
-// Each text with its length in front and a colon between, so that it may hold anything.
-void add(std::string& bytes, const std::string& text) {
-    bytes += std::to_string(text.size()) + ":" + text;
+using Kind = DaemonReport::Kind;
+
+constexpr std::string_view kKind = "hdiutil-report 1";
+constexpr const char* kResult = "result";
+
+struct Name {
+    Kind kind;
+    std::string_view text;
+};
+
+constexpr std::array kNames{Name{Kind::kAttached, "attached"}, Name{Kind::kFailed, "failed"},
+                            Name{Kind::kNoFuse, "no-fuse"}};
+
+std::string nameOf(Kind kind) {
+    return std::string(
+        std::find_if(kNames.begin(), kNames.end(), [kind](const Name& name) { return name.kind == kind; })->text);
 }
 
-std::optional<std::string> take(std::string_view& bytes) {
-    std::size_t length = 0;
-    const auto [end, error] = std::from_chars(bytes.data(), bytes.data() + bytes.size(), length);
-    if (error != std::errc() || end == bytes.data() + bytes.size() || *end != ':') {
-        return std::nullopt;
+bool readResult(const Fields& f, DaemonReport& report) {
+    const auto name = std::find_if(kNames.begin(), kNames.end(), [&f](const Name& each) { return each.text == f[1]; });
+    if (name == kNames.end()) {
+        return false;
     }
-    bytes.remove_prefix(static_cast<std::size_t>(end - bytes.data()) + 1);
-    if (length > bytes.size()) {
-        return std::nullopt;
-    }
-    std::string text(bytes.substr(0, length));
-    bytes.remove_prefix(length);
-    return text;
-}
-
-bool takeRow(std::string_view& bytes, std::vector<AttachedRow>& rows) {
-    AttachedRow row;
-    std::string made;
-    for (std::string* field : {&row.device, &row.content, &row.shownPath, &row.realPath, &row.dataPath, &made}) {
-        std::optional<std::string> text = take(bytes);
-        if (!text) {
-            return false;
-        }
-        *field = std::move(*text);
-    }
-    row.madeFolder = made == "made";
-    rows.push_back(std::move(row));
+    report.kind = name->kind;
+    report.message = f[2];
+    report.messages = f[3];
     return true;
+}
+
+bool readLine(const Fields& f, DaemonReport& report) {
+    return f.front() == kResult && f.size() == 4 ? readResult(f, report) : takeRow(f, report.rows);
 }
 
 } // namespace
 
 std::string serialize(const DaemonReport& report) {
-    std::string bytes;
-    add(bytes, std::to_string(static_cast<int>(report.kind)));
-    add(bytes, report.message);
-    add(bytes, report.messages);
-    for (const AttachedRow& row : report.rows) {
-        for (const std::string& field : {row.device, row.content, row.shownPath, row.realPath, row.dataPath,
-                                         std::string(row.madeFolder ? "made" : "found")}) {
-            add(bytes, field);
-        }
-    }
-    return bytes + ".";
+    std::vector<Fields> lines{{kResult, nameOf(report.kind), report.message, report.messages}};
+    std::transform(report.rows.begin(), report.rows.end(), std::back_inserter(lines), rowFields);
+    return recordText(kKind, lines);
 }
 
-std::optional<DaemonReport> parseReport(std::string_view bytes) {
+std::optional<DaemonReport> parseReport(std::string_view text) {
+    const std::optional<std::vector<Fields>> lines = readRecordText(kKind, text);
     DaemonReport report;
-    const std::optional<std::string> kind = take(bytes);
-    std::optional<std::string> message = take(bytes);
-    std::optional<std::string> messages = take(bytes);
-    if (!kind || !message || !messages || kind->size() != 1 || kind->front() < '0' || kind->front() > '2') {
+    const auto isRead = [&report](const Fields& line) { return readLine(line, report); };
+    if (!lines || lines->empty() || lines->front().front() != kResult ||
+        !std::all_of(lines->begin(), lines->end(), isRead)) {
         return std::nullopt;
-    }
-    report.kind = static_cast<DaemonReport::Kind>(kind->front() - '0');
-    report.message = std::move(*message);
-    report.messages = std::move(*messages);
-    while (bytes != ".") {
-        if (!takeRow(bytes, report.rows)) {
-            return std::nullopt;
-        }
     }
     return report;
 }

@@ -20,8 +20,8 @@ struct DaemonReport {
     bool operator==(const DaemonReport&) const = default;
 };
 
-// As bytes, and back; absent for bytes that were cut short. Pure.
+// As text, and back; absent for text that was cut short. Pure.
 std::string serialize(const DaemonReport& report);
-std::optional<DaemonReport> parseReport(std::string_view bytes);
+std::optional<DaemonReport> parseReport(std::string_view text);
 
 } // namespace hdi

@@ -4,6 +4,7 @@
 #include "hdiutil/front/MountTable.h"
 #include "hdiutil/front/ProcessIdentity.h"
 #include "hdiutil/front/Progress.h"
+#include "hdiutil/front/RecordText.h"
 
 #include <gmock/gmock.h>
 
@@ -53,6 +54,15 @@ TEST(AttachRecord, SurvivesGarbage) {
     EXPECT_EQ(parseRecord("garbage"), std::nullopt);
 }
 
+TEST(RecordText, HoldsLinesOfFieldsWithAnythingInThem) {
+    const std::string text = "some-kind 1\nname\ta%09b%0Ac\t50%25\nempty\t\nend\n";
+    const std::vector<Fields> lines{{"name", "a\tb\nc", "50%"}, {"empty", ""}};
+    EXPECT_EQ(recordText("some-kind 1", lines), text);
+    EXPECT_EQ(readRecordText("some-kind 1", text), lines);
+    EXPECT_EQ(readRecordText("some-kind 2", text), std::nullopt);
+    EXPECT_EQ(readRecordText("some-kind 1", text + "more\n"), std::nullopt);
+}
+
 TEST(DaemonReport, ComesBackAsItWasSent) {
     const DaemonReport report{DaemonReport::Kind::kAttached, "", anyRecord().rows, "licence\n5:x"};
     EXPECT_EQ(parseReport(serialize(report)), report);
@@ -65,6 +75,12 @@ TEST(DaemonReport, IsNoneWhenCutShortAnywhere) {
     for (std::size_t length = 0; length < bytes.size(); ++length) {
         EXPECT_EQ(parseReport(bytes.substr(0, length)), std::nullopt) << length;
     }
+}
+
+TEST(DaemonReport, IsNoneWithoutItsResult) {
+    EXPECT_EQ(parseReport("hdiutil-report 1\nend\n"), std::nullopt);
+    EXPECT_EQ(parseReport("hdiutil-report 1\nrow\td\tc\ts\tr\td\tmade\nend\n"), std::nullopt);
+    EXPECT_EQ(parseReport("hdiutil-report 1\nresult\tsplendid\t\t\nend\n"), std::nullopt);
 }
 
 TEST(MountTable, PadsItsColumnsAndPutsTheMountPointLast) {
