@@ -267,7 +267,7 @@ QByteArray socketNameOf(const QString& address) {
         return {};
     }
     for (const QString& pair : address.sliced(5).split(u',')) {
-        const QByteArray value = QByteArray::fromPercentEncoding(pair.section(u'=', 1).toLocal8Bit());
+        QByteArray value = QByteArray::fromPercentEncoding(pair.section(u'=', 1).toLocal8Bit());
         if (pair.startsWith(u"path="_s)) {
             return value;
         }

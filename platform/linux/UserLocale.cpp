@@ -33,7 +33,7 @@ bool isUtf8LocaleInstalled() {
 // Where fontconfig looks for the language whose letter forms are wanted.
 std::string fontLanguage() {
     for (const char* name : {"FC_LANG", "LC_ALL", "LC_CTYPE", "LANG"}) {
-        if (const std::string value = inherited(name); !value.empty()) {
+        if (std::string value = inherited(name); !value.empty()) {
             return value;
         }
     }

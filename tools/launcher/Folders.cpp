@@ -28,7 +28,7 @@ std::string cacheOfHome() {
     if (home.empty()) {
         return {};
     }
-    const std::string cache = home + "/.cache";
+    std::string cache = home + "/.cache";
     static_cast<void>(::mkdir(cache.c_str(), 0700));
     return cache;
 }
@@ -36,11 +36,12 @@ std::string cacheOfHome() {
 std::vector<std::string> candidates(const std::string& identifier) {
     const std::string cache = pathIn("XDG_CACHE_HOME");
     const std::string temporary = pathIn("TMPDIR");
-    const std::string shared = "/" + identifier + "-" + std::to_string(::geteuid()) + "-program";
+    const std::string own = "/" + identifier;
+    const std::string shared = own + "-" + std::to_string(::geteuid()) + "-program";
     std::vector<std::string> paths;
-    for (const std::string& own : {cache.empty() ? cacheOfHome() : cache, pathIn("XDG_RUNTIME_DIR")}) {
-        if (!own.empty()) {
-            paths.push_back(own + "/" + identifier);
+    for (const std::string& closed : {cache.empty() ? cacheOfHome() : cache, pathIn("XDG_RUNTIME_DIR")}) {
+        if (!closed.empty()) {
+            paths.push_back(closed + own);
         }
     }
     for (const std::string& open :

@@ -79,7 +79,7 @@ void unpackInto(const PrivateFolder& folder, int self, const Payload& payload) {
 std::string programOf(int self) {
     const Payload payload = launcher::findPayload(self);
     const PrivateFolder folder = launcher::findPrivateFolder(payload.identifier);
-    const std::string program = inFolder(folder, payload.digest + "/" + kProgram);
+    std::string program = inFolder(folder, payload.digest + "/" + kProgram);
     const auto isThere = [&program] { return ::access(program.c_str(), X_OK) == 0; };
     if (!isThere()) {
         static_cast<void>(::flock(folder.descriptor, LOCK_EX)); // until the descriptor is closed

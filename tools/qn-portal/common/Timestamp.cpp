@@ -65,8 +65,8 @@ std::optional<std::int64_t> secondsOf(std::string_view timestamp) {
         return std::nullopt;
     }
     const std::int64_t days = std::chrono::sys_days(day).time_since_epoch().count();
-    const int hours = *number(timestamp, 11, 2);
-    const int minutes = *number(timestamp, 14, 2);
+    const std::int64_t hours = *number(timestamp, 11, 2);
+    const std::int64_t minutes = *number(timestamp, 14, 2);
     return days * 86400 + (hours * 60 + minutes) * 60 + *number(timestamp, 17, 2) - *offset;
 }
 
