@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint32_t kLastMountedVersion = 0x31302E30; // "10.0"
 constexpr std::uint32_t kClumpBytes = 65536;
-constexpr std::uint32_t kSystemFileClumpBytes = 0x100000;
+constexpr std::uint32_t kTreeClumpBytes = 0x100000;
 
 void put16(HfsBytes& bytes, std::size_t at, std::size_t value) {
     storeBig<std::uint16_t>(bytes, at, static_cast<std::uint16_t>(value));
@@ -39,9 +39,9 @@ void putFork(HfsBytes& bytes, std::size_t at, const hfs::Fork& fork, std::uint32
     }
 }
 
-void putItem(HfsBytes& bytes, std::uint16_t recordType, const HfsItem& item) {
+void putItem(HfsBytes& bytes, std::uint16_t recordType, unsigned flags, const HfsItem& item) {
     put16(bytes, 0, recordType);
-    put16(bytes, 2, item.flags);
+    put16(bytes, 2, flags);
     put32(bytes, 8, item.id);
     put32(bytes, 12, item.created);
     put32(bytes, 16, item.modified);
@@ -71,7 +71,7 @@ HfsBytes catalogKey(std::uint32_t parent, std::u16string_view name) {
 
 HfsBytes folderRecord(const HfsFolderItem& folder) {
     HfsBytes bytes(hfs::kFolderRecordBytes);
-    putItem(bytes, hfs::kFolderRecord, folder);
+    putItem(bytes, hfs::kFolderRecord, folder.flags, folder);
     put32(bytes, 4, folder.valence);
     put16(bytes, 56, folder.finderFlags);
     put32(bytes, 84, folder.folderCount);
@@ -80,7 +80,7 @@ HfsBytes folderRecord(const HfsFolderItem& folder) {
 
 HfsBytes fileRecord(const HfsFileItem& file) {
     HfsBytes bytes(hfs::kFileRecordBytes);
-    putItem(bytes, hfs::kFileRecord, file);
+    putItem(bytes, hfs::kFileRecord, file.flags | unsigned{hfs::kThreadExistsFlag}, file);
     put32(bytes, 4, file.firstLink);
     put32(bytes, 48, file.type);
     put32(bytes, 52, file.creator);
@@ -96,6 +96,10 @@ HfsBytes threadRecord(bool ofFolder, std::uint32_t parent, std::u16string_view n
     put32(bytes, 4, parent);
     putName(bytes, 8, name);
     return bytes;
+}
+
+std::uint32_t treeClump(std::uint64_t length) {
+    return length <= std::uint64_t{4} * kTreeClumpBytes ? static_cast<std::uint32_t>(length) : kTreeClumpBytes;
 }
 
 HfsBytes volumeHeader(const HfsHeaderItem& header) {
@@ -119,9 +123,9 @@ HfsBytes volumeHeader(const HfsHeaderItem& header) {
     storeBig<std::uint64_t>(bytes, 72, 1); // MacRoman is among the encodings
     storeBig<std::uint64_t>(bytes, 104, header.volumeId);
     putFork(bytes, 112, header.allocationFile, static_cast<std::uint32_t>(header.allocationFile.logicalSize));
-    putFork(bytes, 192, header.extentsFile, kSystemFileClumpBytes);
-    putFork(bytes, 272, header.catalogFile, kSystemFileClumpBytes);
-    putFork(bytes, 352, header.attributesFile, header.attributesFile.logicalSize == 0 ? 0 : kSystemFileClumpBytes);
+    putFork(bytes, 192, header.extentsFile, treeClump(header.extentsFile.logicalSize));
+    putFork(bytes, 272, header.catalogFile, treeClump(header.catalogFile.logicalSize));
+    putFork(bytes, 352, header.attributesFile, treeClump(header.attributesFile.logicalSize));
     return bytes;
 }
 

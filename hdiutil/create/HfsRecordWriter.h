@@ -20,7 +20,7 @@ std::uint32_t toHfsTime(std::time_t time);
 // What folders and files have in common. Of a hard link, owner and group are the links before and after it in the
 // chain.
 struct HfsItem {
-    std::uint16_t flags = hfs::kThreadExistsFlag;
+    std::uint16_t flags = 0; // besides a file's thread flag
     std::uint32_t id = 0;
     std::uint32_t created = 0;
     std::uint32_t modified = 0;
@@ -51,6 +51,10 @@ HfsBytes catalogKey(std::uint32_t parent, std::u16string_view name);
 HfsBytes folderRecord(const HfsFolderItem& folder);
 HfsBytes fileRecord(const HfsFileItem& file);
 HfsBytes threadRecord(bool ofFolder, std::uint32_t parent, std::u16string_view name);
+
+// What a B-tree's file of that many bytes grows by: 1 MiB, which no small volume may have. Checkers allow a quarter of
+// the volume, or all that the file has.
+std::uint32_t treeClump(std::uint64_t length);
 
 struct HfsHeaderItem {
     bool isHfsx = false;

@@ -1,5 +1,6 @@
 #include "hdiutil/create/HfsTreeWriter.h"
 
+#include "hdiutil/create/HfsRecordWriter.h"
 #include "hdiutil/image/ByteOrder.h"
 #include "hdiutil/image/ImageError.h"
 #include "hdiutil/volume/HfsFormat.h"
@@ -137,7 +138,7 @@ void HfsTreeWriter::writeHeader(std::uint32_t root, std::uint16_t depth) {
     storeBig<std::uint16_t>(header, 34, kind_.maxKeyLength);
     storeBig<std::uint32_t>(header, 36, total);
     storeBig<std::uint32_t>(header, 40, total - usedNodes);
-    storeBig<std::uint32_t>(header, 46, static_cast<std::uint32_t>(file_.size()));
+    storeBig<std::uint32_t>(header, 46, treeClump(file_.size()));
     header[51] = std::byte{kind_.keyCompare};
     storeBig<std::uint32_t>(header, 52, kBigKeys | (kind_.hasVariableKeys ? kVariableIndexKeys : 0));
     for (std::uint32_t i = 0; i < usedNodes; ++i) {

@@ -1,6 +1,7 @@
 #include "hdiutil/tests/create/HfsCheck.h"
 
 #include "hdiutil/image/ByteOrder.h"
+#include "hdiutil/tests/create/HfsCheckFields.h"
 #include "hdiutil/tests/create/HfsCheckTree.h"
 #include "hdiutil/volume/HfsNames.h"
 
@@ -40,15 +41,20 @@ public:
         const auto copy = std::span(volume_).last(1024).first(512);
         expect(std::equal(header_.begin(), header_.end(), copy.begin()), "the header's copy differs");
         expect((u32(header_, 4) & 0x100U) != 0, "not unmounted in order");
+        checkHeaderFields(header_, problems_);
+        expectZero(volume_, 0, 1024, "the boot blocks", problems_);
+        expectZero(volume_, volume_.size() - 512, volume_.size(), "the last sector", problems_);
         markUsed(0, 1, "header");
         markUsed(total_ - 1, 1, "copy of the header");
         const Bytes extents = fork(header_, 192, "extents file");
         checkTree(
-            "extents", extents,
+            {"extents", 10, false}, extents,
             [](auto a, auto b) {
                 return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end()) ? -1 : 1;
             },
             problems_);
+        expect(extents[51] == std::byte{0}, "extents: how keys are compared");
+        expect(u32(extents, 46) == u32(header_, 200), "extents: clump size of the tree and of its fork");
         const Bytes catalog = fork(header_, 272, "catalog file");
         checkCatalog(catalog);
         checkBitmap();
@@ -100,13 +106,15 @@ private:
     void checkCatalog(const Bytes& catalog) {
         const bool binary = catalog[51] == std::byte{0xBC};
         expect(binary == isHfsx_, "how names are compared");
+        expect(binary || catalog[51] == std::byte{0xCF} || catalog[51] == std::byte{0}, "how names are compared");
+        expect(u32(catalog, 46) == u32(header_, 280), "catalog: clump size of the tree and of its fork");
         const auto order = [binary](auto a, auto b) {
             if (u32(a, 0) != u32(b, 0)) {
                 return u32(a, 0) < u32(b, 0) ? -1 : 1;
             }
             return hfs::compareNames(nameAt(a, 4), nameAt(b, 4), binary);
         };
-        for (const CheckedRecord& record : checkTree("catalog", catalog, order, problems_)) {
+        for (const CheckedRecord& record : checkTree({"catalog", 516, true}, catalog, order, problems_)) {
             sortOut(record);
         }
         expect(folders_.size() == u32(header_, 36) + std::size_t{1}, "count of folders");
@@ -121,14 +129,18 @@ private:
     }
 
     void sortOut(const CheckedRecord& record) {
+        checkKeyFields(record.key, problems_);
         const Record item{u32(record.key, 0), nameAt(record.key, 4), record.data};
         const auto type = u16(record.data, 0);
         if (type == 3 || type == 4) {
             expect(item.name.empty(), "a thread's key has a name");
+            checkThreadFields(record.data, problems_);
             threads_[item.parent] = {u32(record.data, 4), nameAt(record.data, 8), record.data};
             return;
         }
+        expect(type == 1 || type == 2, "a record's type");
         const std::uint32_t id = u32(record.data, 8);
+        expect(id == 2 || id >= 16, "a number of the format's own");
         expect((type == 1 ? folders_ : files_).emplace(id, item).second, "a number is used twice");
         expect(id < u32(header_, 64), "the next number");
         ++children_[item.parent];
@@ -149,6 +161,7 @@ private:
 
     void checkFolder(std::uint32_t id, const Record& folder) {
         checkThread(id, folder, 3);
+        checkFolderFields(folder.data, isHfsx_, problems_);
         expect(u32(folder.data, 4) == children_[id], "the valence of " + std::to_string(id));
         expect(((u16(folder.data, 2) & 0x10U) != 0) == isHfsx_, "the flag of the folder count");
         expect(u32(folder.data, 84) == (isHfsx_ ? subfolders_[id] : 0), "the folder count");
@@ -156,6 +169,7 @@ private:
 
     void checkFile(std::uint32_t id, const Record& file) {
         checkThread(id, file, 4);
+        checkFileFields(file.data, problems_);
         fork(file.data, 88, "file " + std::to_string(id));
         fork(file.data, 168, "resources of " + std::to_string(id));
         if (file.name.starts_with(u"iNode") && (u16(file.data, 2) & 0x20U) != 0) {

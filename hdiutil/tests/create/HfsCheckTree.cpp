@@ -1,7 +1,9 @@
 #include "hdiutil/tests/create/HfsCheckTree.h"
 
 #include "hdiutil/image/ByteOrder.h"
+#include "hdiutil/tests/create/HfsCheckFields.h"
 
+#include <bit>
 #include <set>
 
 namespace hdi::test {
@@ -10,12 +12,13 @@ namespace {
 
 class TreeCheck {
 public:
-    TreeCheck(std::string name, std::span<const std::byte> file, const KeyOrder& order,
+    TreeCheck(const CheckedTree& tree, std::span<const std::byte> file, const KeyOrder& order,
               std::vector<std::string>& problems)
-        : name_(std::move(name)), file_(file), order_(order), problems_(problems) {}
+        : tree_(tree), file_(file), order_(order), problems_(problems) {}
 
     std::vector<CheckedRecord> run() {
         nodeSize_ = loadBig<std::uint16_t>(file_, 32);
+        checkHeader();
         expect(loadBig<std::uint32_t>(file_, 36) == file_.size() / nodeSize_, "total nodes");
         const auto depth = loadBig<std::uint16_t>(file_, 14);
         const auto root = loadBig<std::uint32_t>(file_, 16);
@@ -36,7 +39,7 @@ public:
 private:
     void expect(bool holds, const std::string& what) {
         if (!holds) {
-            problems_.push_back(name_ + ": " + what);
+            problems_.push_back(tree_.name + ": " + what);
         }
     }
 
@@ -44,10 +47,37 @@ private:
         return file_.subspan(static_cast<std::size_t>(number) * nodeSize_, nodeSize_);
     }
 
+    // The header node: three records at fixed places, and every field that TN1150 reserves.
+    void checkHeader() {
+        constexpr std::uint32_t kBigKeys = 2;
+        constexpr std::uint32_t kVariableKeys = 4;
+        const std::uint32_t attributes = kBigKeys | (tree_.hasVariableKeys ? kVariableKeys : 0);
+        expectZero(file_, 0, 8, tree_.name + ": the header node's links", problems_);
+        expect(file_[8] == std::byte{1} && file_[9] == std::byte{0}, "the header node's kind");
+        expect(loadBig<std::uint16_t>(file_, 10) == 3, "the header node's records");
+        expectZero(file_, 12, 14, tree_.name + ": reserved of the header node", problems_);
+        expect(std::has_single_bit(nodeSize_) && nodeSize_ >= 512 && nodeSize_ <= 32768, "node size");
+        expect(loadBig<std::uint16_t>(file_, 34) == tree_.maxKeyLength, "longest key");
+        expectZero(file_, 44, 46, tree_.name + ": reserved of the header", problems_);
+        expect(file_[50] == std::byte{0}, "the tree's type");
+        expect(loadBig<std::uint32_t>(file_, 52) == attributes, "attributes");
+        expectZero(file_, 56, 120, tree_.name + ": reserved at the header's end", problems_);
+        expectZero(file_, 120, 248, tree_.name + ": the user's record", problems_);
+        const std::size_t offsets[] = {14, 120, 248, nodeSize_ - 8};
+        for (std::size_t i = 0; i < std::size(offsets); ++i) {
+            expect(loadBig<std::uint16_t>(file_, nodeSize_ - 2 * (i + 1)) == offsets[i], "the header's offsets");
+        }
+    }
+
     std::vector<CheckedRecord> recordsOf(std::uint32_t number) {
         std::vector<CheckedRecord> records;
         const auto bytes = node(number);
         const auto count = loadBig<std::uint16_t>(bytes, 10);
+        expectZero(bytes, 12, 14, tree_.name + ": reserved of a node", problems_);
+        expect(loadBig<std::uint16_t>(bytes, nodeSize_ - 2) == 14, "a node's first record");
+        expect(loadBig<std::uint16_t>(bytes, nodeSize_ - 2 * (count + std::size_t{1})) <=
+                   nodeSize_ - 2 * (count + std::size_t{1}),
+               "a node's free space");
         for (std::size_t i = 0; i < count; ++i) {
             const auto begin = loadBig<std::uint16_t>(bytes, nodeSize_ - 2 * (i + 1));
             const auto end = loadBig<std::uint16_t>(bytes, nodeSize_ - 2 * (i + 2));
@@ -109,7 +139,7 @@ private:
         }
     }
 
-    std::string name_;
+    const CheckedTree& tree_;
     std::span<const std::byte> file_;
     const KeyOrder& order_;
     std::vector<std::string>& problems_;
@@ -122,9 +152,9 @@ private:
 
 } // namespace
 
-std::vector<CheckedRecord> checkTree(const std::string& name, std::span<const std::byte> file, const KeyOrder& order,
+std::vector<CheckedRecord> checkTree(const CheckedTree& tree, std::span<const std::byte> file, const KeyOrder& order,
                                      std::vector<std::string>& problems) {
-    return TreeCheck(name, file, order, problems).run();
+    return TreeCheck(tree, file, order, problems).run();
 }
 
 } // namespace hdi::test
