@@ -13,6 +13,7 @@
 #include "platform/Folders.h"
 #include "platform/RunningApplications.h"
 #include "platform/UrlSession.h"
+#include "platform/Volumes.h"
 #include "platform/base/Format.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
@@ -132,6 +133,7 @@ void AppDelegate::applicationDidFinishLaunching() {
         QNLogger::debug(formatText("Successfully removed app cache from %@ .", cache), context);
     }
     UrlSession::removeAbandonedDownloads(); // other copies are gone by now
+    platform::letGoOfAbandonedVolumes();
     const std::optional<QString> name = QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s);
     QNLogger::debug(formatText("%@ start.", name), context);
     {

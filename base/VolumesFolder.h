@@ -21,6 +21,9 @@ VolumesFolder chooseVolumesFolder(const char* systemRoot, const char* runtimeFol
 // The choice for this process's environment and effective user.
 VolumesFolder volumesFolder();
 
+// The folder in it where the disk-image tool notes what is attached; it is there only while something is.
+inline constexpr const char* kAttachedStateFolder = ".hdiutil";
+
 // A folder itself, no link to one, that belongs to `user` with mode 0700.
 bool isPrivateFolder(const std::string& path, uid_t user);
 

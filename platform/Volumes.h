@@ -10,4 +10,11 @@ namespace platform {
 // volumes folder a path is reported as /Volumes/NAME.
 QStringList mountedVolumes();
 
+// Has the disk-image tool let go of what earlier runs attached and, because they were killed, never took back. Returns
+// at once; the work waits for the first frame. Main thread.
+//
+// Linux: any call of the tool does it, so one is made where something is attached. macOS: nothing; its tool does not
+// know for whom it attaches.
+void letGoOfAbandonedVolumes();
+
 } // namespace platform

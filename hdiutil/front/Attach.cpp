@@ -1,16 +1,17 @@
 #include "hdiutil/front/Attach.h"
 
+#include "hdiutil/front/Abandoned.h"
 #include "hdiutil/front/AttachedState.h"
 #include "hdiutil/front/Daemon.h"
 #include "hdiutil/front/ExtractedAttach.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/front/FuseServer.h"
 #include "hdiutil/front/ImageCheck.h"
-#include "hdiutil/front/Reaper.h"
 #include "hdiutil/image/ImageError.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 
 namespace hdi {
 namespace {
@@ -23,6 +24,26 @@ std::string licenceText(const DiskImage& image) {
         break;
     }
     return text;
+}
+
+// The application that says it is attaching.
+std::optional<base::ProcessIdentity> namedOwner() {
+    const char* const text = std::getenv(base::kAttachOwnerVariable);
+    return text != nullptr ? base::parseProcessIdentity(text) : std::nullopt;
+}
+
+// Somebody more counts on what is attached already. Without a name that lasts for good.
+void claim(const AttachedState& state, AttachRecord& record) {
+    const std::optional<base::ProcessIdentity> owner = namedOwner();
+    std::vector<base::ProcessIdentity> owners = record.owners;
+    std::erase_if(owners, [&](const base::ProcessIdentity& other) { return !owner || !other.isAlive(); });
+    if (owner && !record.owners.empty() && std::find(owners.begin(), owners.end(), *owner) == owners.end()) {
+        owners.push_back(*owner);
+    }
+    if (owners != record.owners) {
+        record.owners = std::move(owners);
+        state.save(record);
+    }
 }
 
 std::optional<AttachRecord> recordOf(const AttachedState& state, const ImageIdentity& identity) {
@@ -62,7 +83,7 @@ PreparedImage prepareImage(const AttachOptions& options) {
 std::optional<AttachResult> findAttached(std::optional<AttachedState>& state, const VolumesFolder& volumes,
                                          const ImageIdentity& identity) {
     for (;;) {
-        const std::optional<AttachRecord> record = recordOf(*state, identity);
+        std::optional<AttachRecord> record = recordOf(*state, identity);
         if (!record) {
             return std::nullopt;
         }
@@ -70,6 +91,7 @@ std::optional<AttachResult> findAttached(std::optional<AttachedState>& state, co
             throw AttachError("image data corrupted (" + record->damage + "); still attached as " + record->diskName());
         }
         if (record->complete) {
+            claim(*state, *record);
             return AttachResult{record->rows, ""};
         }
         const base::Descriptor reservation = state->openRecord(*record);
@@ -85,7 +107,10 @@ AttachRecord newRecord(const AttachOptions& options, const ImageIdentity& identi
     record.imagePath = options.imagePath;
     record.identity = identity;
     record.method = method;
-    record.process = ProcessIdentity::self();
+    record.process = base::ProcessIdentity::self();
+    if (const auto owner = namedOwner()) {
+        record.owners.push_back(*owner);
+    }
     record.boot = bootId();
     return record;
 }

@@ -1,5 +1,7 @@
 #include "hdiutil/front/AttachRecord.h"
 
+#include "base/Files.h"
+
 #include <algorithm>
 #include <charconv>
 #include <iterator>
@@ -30,6 +32,10 @@ bool readState(const Fields& f, AttachRecord& record) {
     return true;
 }
 
+bool readProcess(const Fields& f, base::ProcessIdentity& process) {
+    return f.size() == 3 && readNumber(f[1], process.pid) && readNumber(f[2], process.started);
+}
+
 bool readLine(const Fields& f, AttachRecord& record) {
     const std::string& key = f.front();
     if (key == "disk") {
@@ -46,7 +52,10 @@ bool readLine(const Fields& f, AttachRecord& record) {
         return readState(f, record);
     }
     if (key == "process") {
-        return f.size() == 3 && readNumber(f[1], record.process.pid) && readNumber(f[2], record.process.started);
+        return readProcess(f, record.process);
+    }
+    if (key == "owner") {
+        return readProcess(f, record.owners.emplace_back());
     }
     if (key == "boot" || key == "damage") {
         (key == "boot" ? record.boot : record.damage) = f.size() == 2 ? f[1] : "";
@@ -70,6 +79,19 @@ bool takeRow(const Fields& fields, std::vector<AttachedRow>& rows) {
     return true;
 }
 
+bool AttachRecord::isAbandoned() const {
+    return !owners.empty() && std::none_of(owners.begin(), owners.end(),
+                                           [](const base::ProcessIdentity& owner) { return owner.isAlive(); });
+}
+
+std::string bootId() {
+    std::string id = base::readSmallFile("/proc/sys/kernel/random/boot_id").value_or("");
+    while (!id.empty() && (id.back() == '\n' || id.back() == ' ')) {
+        id.pop_back();
+    }
+    return id.empty() ? "unknown" : id;
+}
+
 std::string serialize(const AttachRecord& record) {
     const ImageIdentity& id = record.identity;
     std::vector<Fields> lines{
@@ -83,6 +105,9 @@ std::string serialize(const AttachRecord& record) {
         {"boot", record.boot},
         {"damage", record.damage},
     };
+    for (const base::ProcessIdentity& owner : record.owners) {
+        lines.push_back({"owner", std::to_string(owner.pid), std::to_string(owner.started)});
+    }
     std::transform(record.rows.begin(), record.rows.end(), std::back_inserter(lines), rowFields);
     return recordText(kKind, lines);
 }

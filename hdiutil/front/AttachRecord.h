@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hdiutil/front/ProcessIdentity.h"
+#include "base/ProcessIdentity.h"
 #include "hdiutil/front/RecordText.h"
 
 #include <cstdint>
@@ -43,12 +43,16 @@ struct AttachRecord {
     std::string imagePath;
     ImageIdentity identity;
     AttachMethod method = AttachMethod::kFuse;
-    bool complete = true;    // false while it is being extracted
-    ProcessIdentity process; // the daemon; the extracting process while incomplete
-    std::string boot;        // the id of the boot it belongs to
-    std::string damage;      // what the check beside the reads found; empty for none
+    bool complete = true;          // false while it is being extracted
+    base::ProcessIdentity process; // the daemon; the extracting process while incomplete
+    std::string boot;              // the id of the boot it belongs to
+    // The applications that it is attached for; none: for a person or a script, who has not gone when a process has.
+    std::vector<base::ProcessIdentity> owners;
+    std::string damage; // what the check beside the reads found; empty for none
     std::vector<AttachedRow> rows;
 
+    // Whether it was attached for applications only, and all of them are gone.
+    bool isAbandoned() const;
     std::string diskName() const { return "disk" + std::to_string(disk); }
     bool operator==(const AttachRecord&) const = default;
 };
@@ -56,6 +60,9 @@ struct AttachRecord {
 // A line of the table as a line of a record, and back; false for a line of another kind, which adds nothing. Pure.
 Fields rowFields(const AttachedRow& row);
 bool takeRow(const Fields& fields, std::vector<AttachedRow>& rows);
+
+// Changes with every start of the machine; "unknown" where the kernel does not tell.
+std::string bootId();
 
 // The record as lines of text, and back. Absent for text that is not a whole record of this version. Pure.
 std::string serialize(const AttachRecord& record);

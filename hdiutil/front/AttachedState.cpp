@@ -1,6 +1,7 @@
 #include "hdiutil/front/AttachedState.h"
 
 #include "base/Files.h"
+#include "base/VolumesFolder.h"
 #include "hdiutil/front/FrontError.h"
 
 #include <fcntl.h>
@@ -48,7 +49,8 @@ std::optional<int> diskOfFile(const std::string& name) {
 
 AttachedState::AttachedState(const VolumesFolder& volumes) : AttachedState(volumes, true) {}
 
-AttachedState::AttachedState(const VolumesFolder& volumes, bool wait) : folder_(volumes.path() + "/.hdiutil") {
+AttachedState::AttachedState(const VolumesFolder& volumes, bool wait)
+    : folder_(volumes.path() + '/' + base::kAttachedStateFolder) {
     while (!acquire(wait)) {
         if (!wait) {
             lock_.reset();

@@ -1,7 +1,6 @@
 #include "hdiutil/front/BusyProcesses.h"
 
 #include "base/Files.h"
-#include "hdiutil/front/ProcessIdentity.h"
 
 #include <algorithm>
 #include <cctype>

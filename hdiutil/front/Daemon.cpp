@@ -2,11 +2,11 @@
 
 #include "base/Descriptor.h"
 #include "base/Files.h"
+#include "hdiutil/front/Abandoned.h"
 #include "hdiutil/front/AttachedState.h"
 #include "hdiutil/front/DaemonReport.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/front/ImageServer.h"
-#include "hdiutil/front/Reaper.h"
 
 #include <fcntl.h>
 #include <linux/close_range.h>

@@ -45,16 +45,4 @@ bool cleanUp(const AttachedState& state, const AttachRecord& record) {
     return clean;
 }
 
-std::vector<AttachRecord> reapAndList(const AttachedState& state) {
-    std::vector<AttachRecord> live;
-    for (AttachRecord& record : state.records()) {
-        if (isLive(record)) {
-            live.push_back(std::move(record));
-        } else {
-            cleanUp(state, record);
-        }
-    }
-    return live;
-}
-
 } // namespace hdi

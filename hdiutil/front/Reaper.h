@@ -12,7 +12,4 @@ bool isLive(const AttachRecord& record);
 // when something stays; the record is kept then.
 bool cleanUp(const AttachedState& state, const AttachRecord& record);
 
-// Cleans up after every record that is not live, and returns the others.
-std::vector<AttachRecord> reapAndList(const AttachedState& state);
-
 } // namespace hdi

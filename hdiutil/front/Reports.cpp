@@ -1,11 +1,11 @@
 #include "hdiutil/front/Reports.h"
 
+#include "hdiutil/front/Abandoned.h"
 #include "hdiutil/front/AttachedState.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/front/MountTable.h"
 #include "hdiutil/front/Progress.h"
 #include "hdiutil/front/PropertyListText.h"
-#include "hdiutil/front/Reaper.h"
 #include "hdiutil/image/ImageError.h"
 #include "hdiutil/partition/PartitionMap.h"
 

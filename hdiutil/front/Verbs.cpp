@@ -1,6 +1,7 @@
 #include "hdiutil/front/Verbs.h"
 
 #include "base/Files.h"
+#include "hdiutil/front/Abandoned.h"
 #include "hdiutil/front/Arguments.h"
 #include "hdiutil/front/Attach.h"
 #include "hdiutil/front/Create.h"
@@ -47,7 +48,15 @@ Output attach(const Arguments& arguments) {
     return {arguments.plist ? attachPlist(result.rows) : tableText(result.rows), result.messages};
 }
 
+// Those that look after what is attached do so under their own lock, at the right moment.
+bool needsWhatIsAttached(Verb verb) {
+    return verb == Verb::kAttach || verb == Verb::kDetach || verb == Verb::kUnmount || verb == Verb::kInfo;
+}
+
 Output run(const Arguments& arguments) {
+    if (!needsWhatIsAttached(arguments.verb)) {
+        reapBeside();
+    }
     switch (arguments.verb) {
     case Verb::kAttach:
         return attach(arguments);

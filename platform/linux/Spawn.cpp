@@ -79,7 +79,14 @@ std::optional<pid_t> spawn(const SpawnRequest& request) {
     }
     actions.closeAllBehindStandardError();
     const Attributes attributes(request.ownSession);
-    const std::vector<char*> environment = environmentForPrograms();
+    std::vector<char*> environment = environmentForPrograms();
+    QByteArray variable = request.variable;
+    if (!variable.isEmpty()) {
+        const QByteArray name = variable.left(variable.indexOf('=') + 1);
+        std::erase_if(environment,
+                      [&name](const char* other) { return other && QByteArrayView(other).startsWith(name); });
+        environment.insert(environment.begin(), variable.data());
+    }
     pid_t child = -1;
     const auto start = request.searchPath ? &::posix_spawnp : &::posix_spawn;
     const int error =

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -16,6 +17,7 @@ struct SpawnRequest {
     QString program;            // a path that the kernel understands, or a name when PATH is searched
     QStringList arguments = {}; // without the program
     std::optional<int> standardOutput = std::nullopt;
+    QByteArray variable = {}; // "NAME=value", for this child alone; empty for none
     bool searchPath = false;
     bool ownSession = false; // survives the end of this program's terminal; otherwise a process group of its own
 };

@@ -1,5 +1,6 @@
 #include "platform/Task.h"
 
+#include "base/ProcessIdentity.h"
 #include "platform/RealPath.h"
 #include "platform/base/MainQueue.h"
 #include "platform/base/NotificationCenter.h"
@@ -68,6 +69,14 @@ struct Ahead {
 Ahead& ahead() {
     static auto* const tasks = new Ahead; // never destroyed: whatever still runs at the end is left alone
     return *tasks;
+}
+
+// Our disk-image tool remembers for whom it attaches, and lets go once we are gone in whatever way. A process that
+// cannot tell its own start time would count as gone at once.
+QByteArray nameForDiskImageTool() {
+    const base::ProcessIdentity self = base::ProcessIdentity::self();
+    return self.started == 0 ? QByteArray()
+                             : QByteArray::fromStdString(base::kAttachOwnerVariable + ('=' + base::textOf(self)));
 }
 
 PlatformException launchFailure(int error) {
@@ -188,6 +197,9 @@ void Task::start() {
     platform::SpawnRequest request{.program = platform::realPath(*launchPath_), .arguments = arguments_};
     if (standardOutput_) {
         request.standardOutput = standardOutput_->writing_;
+    }
+    if (*launchPath_ == u"/usr/bin/hdiutil"_s) {
+        request.variable = nameForDiskImageTool();
     }
     const auto child = platform::spawn(request);
     if (!child) {

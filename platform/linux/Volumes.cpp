@@ -1,7 +1,10 @@
 #include "platform/Volumes.h"
 
 #include "base/MountInfo.h"
+#include "base/VolumesFolder.h"
 #include "platform/RealPath.h"
+#include "platform/base/FirstFrame.h"
+#include "platform/linux/Spawn.h"
 #include "platform/linux/SystemFile.h"
 
 #include <QByteArray>
@@ -13,7 +16,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <string>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -82,6 +87,24 @@ QStringList mountedVolumes() {
         }
     }
     return paths;
+}
+
+void letGoOfAbandonedVolumes() {
+    struct stat status {};
+    const std::string attached = base::volumesFolder().path + '/' + base::kAttachedStateFolder;
+    if (::stat(attached.c_str(), &status) != 0) {
+        return;
+    }
+    try {
+        std::thread([] {
+            static_cast<void>(waitForFirstFrame());
+            if (const auto tool =
+                    spawn({.program = realPath(u"/usr/bin/hdiutil"_s), .arguments = {u"info"_s, u"-quiet"_s}})) {
+                collectInBackground(*tool);
+            }
+        }).detach();
+    } catch (const std::system_error&) { // the next call of the tool does it
+    }
 }
 
 } // namespace platform

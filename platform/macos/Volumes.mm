@@ -16,4 +16,6 @@ QStringList mountedVolumes() {
     return paths;
 }
 
+void letGoOfAbandonedVolumes() {}
+
 } // namespace platform

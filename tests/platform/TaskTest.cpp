@@ -319,3 +319,21 @@ TEST(Task, SaysOnlyAtItsLaunchThatAToolCannotBeStartedAhead) {
     Task::launchAhead(u"/no/such/tool"_s, {});
     EXPECT_EQ(reasonOfLaunching(u"/no/such/tool"_s, std::make_shared<Pipe>()), kNotAccessible);
 }
+
+TEST(Task, NamesThisProcessToTheDiskImageToolAlone) {
+    test::putSystemTool(u"/usr/bin/hdiutil"_s, "#!/bin/sh\nprintf '%s' \"$HDIUTIL_OWNER\"\n");
+    test::setEnvironment("HDIUTIL_OWNER", "somebody else");
+    const auto pipe = std::make_shared<Pipe>();
+    Task task;
+    task.setLaunchPath(u"/usr/bin/hdiutil"_s);
+    task.setStandardOutput(pipe);
+    task.launch();
+    task.waitUntilExit();
+    const QStringList words =
+        QString::fromUtf8(pipe->fileHandleForReading()->readDataToEndOfFile()).split(u' ', Qt::SkipEmptyParts);
+    ASSERT_EQ(words.size(), 2);
+    EXPECT_EQ(words[0], QString::number(::getpid()));
+    // Field 22 of proc(5)'s stat; this program's name has no blank.
+    EXPECT_EQ(words[1].toUtf8(), test::readFile(u"/proc/self/stat"_s).split(' ').at(21));
+    EXPECT_EQ(run(u"printf '%s' \"$HDIUTIL_OWNER\""_s).output, "somebody else");
+}

@@ -42,7 +42,7 @@ TEST_P(Detach, LeavesNothingBehind) {
 
 TEST_P(Detach, EndsTheDaemon) {
     mountApp();
-    const ProcessIdentity process = record().process;
+    const base::ProcessIdentity process = record().process;
     hdiutil({"detach", "/Volumes/Transmission"});
     EXPECT_FALSE(process.isAlive());
 }
@@ -150,7 +150,7 @@ TEST_P(Detach, LeavesAProcessAloneThatHasTheDaemonsNumberNow) {
     if (GetParam() == Way::kFuse) {
         kill(old.process.pid, SIGKILL);
     }
-    old.process = ProcessIdentity::self();
+    old.process = base::ProcessIdentity::self();
     old.process.started -= 1;
     std::ofstream(recordPath(), std::ios::trunc) << serialize(old);
     EXPECT_EQ(hdiutil({"detach", "-force", "/Volumes/Transmission"}).status, 0); // and we are still here
@@ -202,7 +202,7 @@ INSTANTIATE_TEST_SUITE_P(Only, DetachFuse, testing::Values(Way::kFuse), nameOfWa
 
 TEST_P(DetachFuse, CleansUpAfterTheDaemonWasKilled) {
     mountApp();
-    const ProcessIdentity process = record().process;
+    const base::ProcessIdentity process = record().process;
     kill(process.pid, SIGKILL);
     ASSERT_TRUE(holdsWithin(std::chrono::seconds(10), [&] { return !process.isAlive(); }));
     std::error_code error;
@@ -214,7 +214,7 @@ TEST_P(DetachFuse, CleansUpAfterTheDaemonWasKilled) {
 
 TEST_P(DetachFuse, MountsAnewAfterTheDaemonWasKilledAndTheRecordsDeleted) {
     mountApp();
-    const ProcessIdentity process = record().process;
+    const base::ProcessIdentity process = record().process;
     kill(process.pid, SIGKILL);
     ASSERT_TRUE(holdsWithin(std::chrono::seconds(10), [&] { return !process.isAlive(); }));
     fs::remove_all(volumes() + "/.hdiutil");
@@ -225,7 +225,7 @@ TEST_P(DetachFuse, MountsAnewAfterTheDaemonWasKilledAndTheRecordsDeleted) {
 
 TEST_P(DetachFuse, MountsAnewAfterTheDaemonWasKilled) {
     mountApp();
-    const ProcessIdentity process = record().process;
+    const base::ProcessIdentity process = record().process;
     kill(process.pid, SIGKILL);
     ASSERT_TRUE(holdsWithin(std::chrono::seconds(10), [&] { return !process.isAlive(); }));
     const Outcome outcome = mount({"mount", base() + "/hfsplus-gpt-zlib-stub-app.dmg"});

@@ -2,7 +2,6 @@
 #include "hdiutil/front/DaemonReport.h"
 #include "hdiutil/front/Detach.h"
 #include "hdiutil/front/MountTable.h"
-#include "hdiutil/front/ProcessIdentity.h"
 #include "hdiutil/front/Progress.h"
 #include "hdiutil/front/RecordText.h"
 
@@ -21,6 +20,7 @@ AttachRecord anyRecord() {
     record.method = AttachMethod::kExtracted;
     record.complete = false;
     record.process = {4711, 99999999999};
+    record.owners = {{12, 345}, {67, 8901}};
     record.boot = "b007";
     record.damage = "a checksum";
     record.rows = {{"/dev/disk3", "GUID_partition_scheme", "", "", "", true},
@@ -94,15 +94,6 @@ TEST(MountTable, CutsNothingThatIsTooLong) {
     const std::string content = "0FC63DAF-8483-4772-8E79-3D69D8477DE4";
     EXPECT_EQ(tableText({{"/dev/disk1234567s123456", content, "/Volumes/x", "/x", "", true}}),
               "/dev/disk1234567s123456\t" + content + "\t/Volumes/x\n");
-}
-
-TEST(ProcessIdentity, KnowsItself) {
-    EXPECT_TRUE(ProcessIdentity::self().isAlive());
-    EXPECT_TRUE(ProcessIdentity::self().open());
-    ProcessIdentity other = ProcessIdentity::self();
-    other.started += 1;
-    EXPECT_FALSE(other.isAlive());
-    EXPECT_FALSE(other.open());
 }
 
 TEST(DeviceName, IsReadWithAndWithoutItsFolder) {
