@@ -31,7 +31,7 @@ QString nameOf(xcb_connection_t* connection, xcb_atom_t atom) {
 
 std::optional<QSize> pixelsOf(const QScreen& screen) {
     const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (x11 == nullptr) {
+    if (x11 == nullptr || x11->connection() == nullptr) { // without a display there is none
         return std::nullopt;
     }
     xcb_connection_t* const connection = x11->connection();
