@@ -66,6 +66,19 @@ TEST(ServeVerb, RefusesAFaultThatThereIsNot) {
     EXPECT_EQ(ServeProgram::run({"--fault", "tls-expired"}).status, 2); // without --tls
 }
 
+TEST(ServeVerb, RefusesWhatItCannotServeWithOneSentence) {
+    const std::string noise("\x01\xfe\0\x02noise", 9);
+    const std::string file = testing::TempDir() + "serve-noise";
+    std::ofstream(file, std::ios::binary) << noise;
+    for (const auto& [option, value] : std::vector<std::pair<std::string, std::string>>{
+             {"--image", file}, {"--config", file}, {"--collect", file}, {"--image", "missing"}, {"--config", "/"}}) {
+        const auto refused = ServeProgram::run({option, value});
+        EXPECT_EQ(refused.status, 2) << option << ' ' << value;
+        EXPECT_EQ(refused.output, "") << option << ' ' << value;
+    }
+    std::remove(file.c_str());
+}
+
 TEST(ServeVerb, ListsItsFaultsOneALine) {
     const auto listed = ServeProgram::run({"--list-faults"});
     EXPECT_EQ(listed.status, 0);

@@ -1,5 +1,7 @@
 #include "tools/qn-portal/serve/Box.h"
 
+#include "hdiutil/image/DiskImage.h"
+#include "hdiutil/image/ImageError.h"
 #include "tools/portal/Content.h"
 
 #include <nlohmann/json.hpp>
@@ -8,26 +10,48 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <system_error>
 
 namespace portal::serve {
 
 namespace {
 
-void requireReadable(const std::optional<std::string>& path) {
-    if (path && ::access(path->c_str(), R_OK) != 0) {
-        throw std::system_error(errno, std::generic_category(), *path);
+std::string contentsOf(const std::string& path) {
+    if (std::filesystem::is_directory(path)) {
+        throw std::system_error(EISDIR, std::generic_category(), path);
+    }
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        throw std::system_error(errno, std::generic_category(), path);
+    }
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// It may be wrong in every way, on purpose; but something else is an oversight.
+void requireText(const std::string& path) {
+    const auto isNoise = [](unsigned char byte) { return byte > 0 && byte < 0x20 && (byte < '\b' || byte > '\r'); };
+    if (std::ranges::any_of(contentsOf(path), isNoise)) {
+        throw std::runtime_error(path + " is no configuration");
     }
 }
 
-std::string contentsOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+// A damaged or encrypted one may be meant.
+void requireImage(const std::string& path) {
+    try {
+        static_cast<void>(hdi::DiskImage::open(path));
+    } catch (const hdi::ImageError& error) {
+        if (error.kind() == hdi::ImageError::Kind::kNotRecognized || error.kind() == hdi::ImageError::Kind::kIo) {
+            throw std::runtime_error(path + ": " + error.what());
+        }
+    }
 }
 
 // Changes whenever the file does.
@@ -68,12 +92,15 @@ std::pair<std::string, std::string> partsOf(const std::string& line) {
 } // namespace
 
 Box::Box(const ServeOptions& options) : options_(options), record_(options.portal.recordFile.value_or("")) {
-    requireReadable(options.portal.configFile);
+    if (options.portal.configFile) {
+        requireText(*options.portal.configFile);
+    }
     if (options_.portal.imageFile == "") {
         sample_ = std::make_unique<SampleImage>(options_.portal.ending == Ending::kTwoApps);
         options_.portal.imageFile = sample_->path();
+    } else if (options_.portal.imageFile) {
+        requireImage(*options_.portal.imageFile);
     }
-    requireReadable(options_.portal.imageFile);
     if (options.collectFile) {
         collector_ = std::make_unique<report::Collector>(*options.collectFile);
     }

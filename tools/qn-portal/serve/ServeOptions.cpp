@@ -33,7 +33,7 @@ requests, live), "port", and with TLS "authority", the file that a client must t
   --collect FILE     keep the analytics in this database, for qn-portal report
   --help             this text
 
-Exit status: 0 after a signal, 1 when the port or a file cannot be had, 2 a wrong command line.
+Exit status: 0 after a signal, 2 a wrong command line, or a port or a file that cannot be had or is not of its kind.
 )";
 
 std::optional<std::uint64_t> wholeNumber(const std::string& text) {

@@ -36,7 +36,7 @@ int serveUntilSignal(const serve::ServeOptions& options) try {
     return kGood;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "qn-portal serve: %s\n", error.what());
-    return kFoundErrors;
+    return kCannotDo;
 }
 
 } // namespace
