@@ -11,6 +11,8 @@
 #include "tools/qn-portal/check/Spelling.h"
 
 #include <algorithm>
+#include <set>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -23,26 +25,36 @@ constexpr qsizetype kLarge = 65536; // bytes
 // Follows the run that the document leads to.
 class Flow {
 public:
-    Flow(Findings& findings, const ConfigPlaces& places, const JsonValue& root, const QNConfig& model, bool mayBeLocal)
-        : findings_(findings), places_(places), root_(root), model_(model), mayBeLocal_(mayBeLocal) {}
+    // `told`: the paths of values of which it is told already why they count as missing.
+    Flow(Findings& findings, const ConfigPlaces& places, const JsonValue& root, const QNConfig& model,
+         std::set<QString> told, bool mayBeLocal)
+        : findings_(findings), places_(places), root_(root), model_(model), told_(std::move(told)),
+          mayBeLocal_(mayBeLocal) {}
 
     void follow(ConfigOutcome& outcome) {
         outcome.analytics =
             usable(root_.value(u"analyticsUrl"), u"$.analyticsUrl"_s, model_.analyticsURL(), AddressUse::kAnalytics);
         if (!model_.analyticsURL()) {
-            findings_.add("config-no-analytics", places_.document());
+            addMissing("config-no-analytics", places_.document(), u"$.analyticsUrl"_s);
         }
         const Entry action = activeEntry(u"userAction"_s, u"isActive"_s, "config-two-active-actions");
         if (!root_.member(u"userAction")) {
-            findings_.add("config-no-actions", places_.document());
+            addMissing("config-no-actions", places_.document(), u"$.userAction"_s);
         } else if (action.value == nullptr) {
-            findings_.add("config-no-active-action", places_.at(*root_.member(u"userAction"), u"$.userAction"_s));
+            addMissing("config-no-active-action", places_.at(*root_.member(u"userAction"), u"$.userAction"_s),
+                       u"$.userAction"_s);
         } else {
             followAction(action, outcome);
         }
     }
 
 private:
+    void addMissing(std::string_view code, const Place& place, const QString& path) {
+        if (!told_.contains(path)) {
+            findings_.add(code, place);
+        }
+    }
+
     struct Entry {
         const JsonValue* value = nullptr;
         QString path;
@@ -85,7 +97,7 @@ private:
     void followAction(const Entry& entry, ConfigOutcome& outcome) {
         const Place place = places_.at(*entry.value, entry.path);
         if (!model_.defaultAction()) {
-            findings_.add("config-no-action", place);
+            addMissing("config-no-action", place, entry.path + u".action"_s);
         } else if (model_.defaultAction() == u"install"_s) {
             followInstall(outcome);
         } else if (model_.defaultAction() == u"openLink"_s) {
@@ -99,7 +111,7 @@ private:
 
     void followLink(const Entry& entry, ConfigOutcome& outcome) {
         if (!model_.actionUrl()) {
-            findings_.add("config-no-link", places_.at(*entry.value, entry.path));
+            addMissing("config-no-link", places_.at(*entry.value, entry.path), entry.path + u".actionUrl"_s);
         }
         outcome.link = usable(entry.value->value(u"actionUrl"), entry.path + u".actionUrl"_s, model_.actionUrl(),
                               AddressUse::kLink);
@@ -113,19 +125,20 @@ private:
     void followInstall(ConfigOutcome& outcome) {
         const Entry entry = activeEntry(u"software"_s, u"IsActive"_s, "config-two-active-software");
         if (!root_.member(u"software")) {
-            findings_.add("config-no-software", places_.document());
+            addMissing("config-no-software", places_.document(), u"$.software"_s);
             return;
         }
         if (entry.value == nullptr) {
-            findings_.add("config-no-active-software", places_.at(*root_.member(u"software"), u"$.software"_s));
+            addMissing("config-no-active-software", places_.at(*root_.member(u"software"), u"$.software"_s),
+                       u"$.software"_s);
             return;
         }
         if (!model_.latestMacURL()) {
-            findings_.add("config-no-image", places_.at(*entry.value, entry.path));
+            addMissing("config-no-image", places_.at(*entry.value, entry.path), entry.path + u".macUrl"_s);
             return;
         }
         if (!model_.appName()) {
-            findings_.add("config-no-app-name", places_.at(*entry.value, entry.path));
+            addMissing("config-no-app-name", places_.at(*entry.value, entry.path), entry.path + u".appName"_s);
         }
         checkArguments(entry);
         outcome.image =
@@ -161,6 +174,7 @@ private:
     const ConfigPlaces& places_;
     const JsonValue& root_;
     const QNConfig& model_;
+    std::set<QString> told_;
     bool mayBeLocal_;
 };
 
@@ -205,17 +219,21 @@ ConfigOutcome checkConfiguration(Findings& findings, const QByteArray& document,
         findings.add("json-not-object", places.document(), {describe(*scan.root)});
         return outcome;
     }
-    checkKeys(findings, places, *scan.root);
-    const bool isCutOff =
-        std::ranges::any_of(scan.problems, [](const JsonProblem& problem) { return problem.code == "json-unended"; });
-    if (isCutOff) {
+    const auto has = [&](std::string_view code) {
+        return std::ranges::any_of(scan.problems, [&](const JsonProblem& problem) { return problem.code == code; });
+    };
+    if (has("json-too-deep")) {
+        return outcome; // what stands there is nothing that a portal writes
+    }
+    std::set<QString> told = checkKeys(findings, places, *scan.root);
+    if (has("json-unended")) {
         return outcome; // what is missing may stand in the other half
     }
     {
         const QuietConsole quiet;
         outcome.model = std::make_shared<QNConfig>(variantOf(*scan.root).toMap());
     }
-    Flow(findings, places, *scan.root, *outcome.model, mayBeLocal).follow(outcome);
+    Flow(findings, places, *scan.root, *outcome.model, std::move(told), mayBeLocal).follow(outcome);
     return outcome;
 }
 

@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <array>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -45,22 +46,24 @@ public:
 
     void check(const JsonValue& object, const Level& level, const QString& path) {
         for (const JsonMember& member : object.members) {
-            const QString below = path + u'.' + member.key;
             if (level.lists.contains(member.key)) {
-                checkList(member, below);
+                checkList(member, path + u'.' + member.key);
             } else if (level.texts.contains(member.key)) {
-                checkText(member, level, below);
+                checkText(member, level, path);
             } else {
-                checkUnknown(object, member, level, below);
+                checkUnknown(object, member, level, path);
             }
         }
     }
+
+    std::set<QString> told() && { return std::move(told_); }
 
 private:
     void checkList(const JsonMember& member, const QString& path) {
         if (member.value.kind != JsonValue::Kind::kList) {
             findings_.add("config-wrong-type", places_.at(member.value, path),
                           {member.key, describe(member.value), u"a list of objects"_s});
+            told_.insert(path);
             return;
         }
         const Level& level = levels()[member.key == u"userAction" ? 1 : 2];
@@ -72,15 +75,22 @@ private:
             } else {
                 findings_.add("config-wrong-type", places_.at(entry, below),
                               {member.key, u"a list with "_s + describe(entry), u"a list of objects"_s});
+                told_.insert(path);
             }
         }
     }
 
+    // An entry's mark is missed by its list.
+    static QString pathOf(const QString& key, const Level& level, const QString& path) {
+        return key == level.mark ? path.section(u'[', 0, 0) : path + u'.' + key;
+    }
+
     void checkText(const JsonMember& member, const Level& level, const QString& path) {
-        const Place place = places_.at(member.value, path);
+        const Place place = places_.at(member.value, path + u'.' + member.key);
         const JsonValue& value = member.value;
+        const bool isMark = member.key == level.mark;
         if (value.kind != JsonValue::Kind::kText) {
-            const bool isMark = member.key == level.mark;
+            told_.insert(pathOf(member.key, level, path));
             const bool isArguments = member.key == u"commandLineArgs" && value.kind == JsonValue::Kind::kList;
             findings_.add(isMark        ? "config-active-not-text"
                           : isArguments ? "config-argument-list"
@@ -90,8 +100,9 @@ private:
                                                 : QStringList{member.key, describe(value), u"a text"_s});
             return;
         }
-        if (member.key == level.mark) {
+        if (isMark) {
             if (value.text != u"1" && value.text != u"0") {
+                told_.insert(pathOf(member.key, level, path));
                 findings_.add("config-active-value", place, {value.text});
             }
             return;
@@ -105,11 +116,12 @@ private:
     }
 
     void checkUnknown(const JsonValue& object, const JsonMember& member, const Level& level, const QString& path) {
-        const Place place = places_.at(member, path);
+        const Place place = places_.at(member, path + u'.' + member.key);
         if (!level.mark.isEmpty() && isActiveMark(member.key)) {
             // Beside the right spelling the other one may be meant for other clients.
             findings_.add(object.member(level.mark) ? "config-unknown-key" : "config-mixed-up-active", place,
                           {member.key, level.mark});
+            told_.insert(pathOf(level.mark, level, path));
             return;
         }
         for (const Level& other : levels()) {
@@ -121,6 +133,7 @@ private:
         const auto nearest = nearestWord(member.key, level.texts + level.lists);
         if (nearest && !object.member(*nearest)) {
             findings_.add("config-misspelt-key", place, {member.key, *nearest});
+            told_.insert(pathOf(*nearest, level, path));
         } else {
             findings_.add("config-unknown-key", place, {member.key});
         }
@@ -128,12 +141,15 @@ private:
 
     Findings& findings_;
     const ConfigPlaces& places_;
+    std::set<QString> told_;
 };
 
 } // namespace
 
-void checkKeys(Findings& findings, const ConfigPlaces& places, const JsonValue& root) {
-    Keys(findings, places).check(root, levels()[0], u"$"_s);
+std::set<QString> checkKeys(Findings& findings, const ConfigPlaces& places, const JsonValue& root) {
+    Keys keys(findings, places);
+    keys.check(root, levels()[0], u"$"_s);
+    return std::move(keys).told();
 }
 
 } // namespace portal::check

@@ -58,22 +58,30 @@ bool isBundle(const QString& path) {
     return path.endsWith(u".app") || QFileInfo::exists(path + u"/Contents/Info.plist"_s);
 }
 
+// A bundle or a brand is one target; of any other folder, what it holds at any depth.
 void addFolder(Targets& targets, const QString& path) {
-    const bool isBrand = QFileInfo::exists(path + u"/Info.plist"_s);
-    if (isBundle(path) || isBrand) {
-        targets.all.push_back({isBundle(path) ? TargetKind::kBundle : TargetKind::kBrand, path});
+    if (isBundle(path)) {
+        targets.all.push_back({TargetKind::kBundle, path});
         return;
     }
-    const std::size_t before = targets.all.size() + static_cast<std::size_t>(targets.refusals.size());
+    if (QFileInfo::exists(path + u"/Info.plist"_s)) {
+        targets.all.push_back({TargetKind::kBrand, path});
+        return;
+    }
     for (const QFileInfo& entry : QDir(path).entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name)) {
         const QString name = entry.filePath();
-        if (entry.isDir() && isBundle(name)) {
-            targets.all.push_back({TargetKind::kBundle, name});
+        if (entry.isDir() && !entry.isSymLink()) { // a link may lead back up
+            addFolder(targets, name);
         } else if (entry.isFile() && (isImageName(name) || name.endsWith(u".json", Qt::CaseInsensitive))) {
             targets.all.push_back({isImageName(name) ? TargetKind::kImage : TargetKind::kConfigFile, name});
         }
     }
-    if (targets.all.size() + static_cast<std::size_t>(targets.refusals.size()) == before) {
+}
+
+void addFolderTarget(Targets& targets, const QString& path) {
+    const std::size_t before = targets.all.size();
+    addFolder(targets, path);
+    if (targets.all.size() == before) {
         targets.refusals += u"%1 holds no configuration, no image and no bundle"_s.arg(path);
     }
 }
@@ -91,7 +99,7 @@ Targets findTargets(const QStringList& words) {
         if (word.startsWith(u"http://", Qt::CaseInsensitive) || word.startsWith(u"https://", Qt::CaseInsensitive)) {
             addAddress(targets, word);
         } else if (QFileInfo(word).isDir()) {
-            addFolder(targets, QDir::cleanPath(word));
+            addFolderTarget(targets, QDir::cleanPath(word));
         } else {
             addFile(targets, word);
         }

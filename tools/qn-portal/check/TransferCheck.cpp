@@ -170,8 +170,9 @@ bool TransferCheck::compare(const QString& address, const QString& locale, const
         return true;
     }
     const Place place{address, 0, 0, {}, {}};
-    findings_.add("config-differs", place, {otherLocale, locale});
-    if (!vary_.contains("locale") && !vary_.contains('*')) {
+    if (vary_.contains("locale") || vary_.contains('*')) {
+        findings_.add("config-differs", place, {otherLocale, locale});
+    } else {
         findings_.add("transfer-missing-vary", place, {u"locale"_s});
     }
     return false;

@@ -66,6 +66,23 @@ void makeExecutable(const QString& path, bool can) {
     QFile::setPermissions(path, can ? readable | QFileDevice::ExeOwner : readable);
 }
 
+void writeGoodBundle(const QString& path) {
+    write(path + u"/Contents/Info.plist"_s, goodInfo());
+    write(path + u"/Contents/MacOS/Installer"_s, "#!/bin/sh\n");
+    makeExecutable(path + u"/Contents/MacOS/Installer"_s, true);
+    const QString resources = path + u"/Contents/Resources/"_s;
+    for (const std::string_view language : languages()) {
+        const QString name = QString::fromUtf8(language.data(), static_cast<qsizetype>(language.size()));
+        write(resources + name + u".lproj/Localizable.strings"_s, goodStrings());
+    }
+    for (const QString& name :
+         {u"Base.lproj/MainMenu.ui"_s, u"Base.lproj/QNMainController.ui"_s, u"Base.lproj/QNErrorController.ui"_s,
+          u"Base.lproj/QNAlertController.ui"_s, u"unmount.sh"_s, u"no_internet.png"_s,
+          u"install_failed_block_img.png"_s, u"window_close.png"_s, u"connecting_Spinner.png"_s}) {
+        write(resources + name, "x");
+    }
+}
+
 // A bundle with nothing wrong.
 class KitBundle {
 public:
@@ -146,23 +163,6 @@ std::vector<Case> resourceCases() {
 }
 
 } // namespace
-
-void writeGoodBundle(const QString& path) {
-    write(path + u"/Contents/Info.plist"_s, goodInfo());
-    write(path + u"/Contents/MacOS/Installer"_s, "#!/bin/sh\n");
-    makeExecutable(path + u"/Contents/MacOS/Installer"_s, true);
-    const QString resources = path + u"/Contents/Resources/"_s;
-    for (const std::string_view language : languages()) {
-        const QString name = QString::fromUtf8(language.data(), static_cast<qsizetype>(language.size()));
-        write(resources + name + u".lproj/Localizable.strings"_s, goodStrings());
-    }
-    for (const QString& name :
-         {u"Base.lproj/MainMenu.ui"_s, u"Base.lproj/QNMainController.ui"_s, u"Base.lproj/QNErrorController.ui"_s,
-          u"Base.lproj/QNAlertController.ui"_s, u"unmount.sh"_s, u"no_internet.png"_s,
-          u"install_failed_block_img.png"_s, u"window_close.png"_s, u"connecting_Spinner.png"_s}) {
-        write(resources + name, "x");
-    }
-}
 
 void checkGoodBundle(Findings& findings) {
     KitBundle().check(findings);

@@ -27,7 +27,6 @@ std::vector<std::string> codesOf(const Findings& findings);
 
 // The good ones, without a mistake.
 QByteArray goodDocument();
-void writeGoodBundle(const QString& path);
 void checkGoodDocument(Findings& findings);
 void checkGoodImage(Findings& findings);
 void checkGoodBundle(Findings& findings);

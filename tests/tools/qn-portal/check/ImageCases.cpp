@@ -92,6 +92,17 @@ Case withBytes(const char* code, const std::function<void(QByteArray&)>& change)
             }};
 }
 
+// Puts a text among the image's resources. The trailer, the last 512 bytes, tells where their list lies.
+void addLicence(QByteArray& bytes) {
+    char* const length = bytes.data() + bytes.size() - 512 + 0xe0;
+    const auto listLength = qFromBigEndian<quint64>(length);
+    const QByteArray licence = "<key>TEXT</key><array><dict><key>Attributes</key><string>0x0000</string>"
+                               "<key>Data</key><data>TGljZW5jZQ==</data><key>ID</key><string>5000</string>"
+                               "<key>Name</key><string>English</string></dict></array>";
+    qToBigEndian<quint64>(listLength + static_cast<quint64>(licence.size()), length);
+    bytes.insert(bytes.indexOf("<key>blkx</key>"), licence);
+}
+
 Case stored(const char* code, const char* name) {
     return {code, [name](Findings& findings) {
                 check(findings, QString::fromUtf8(STORED_IMAGES) + QLatin1Char('/') + QString::fromUtf8(name));
@@ -225,7 +236,7 @@ std::vector<Case> containerCases() {
              check(findings, volume.other(u"Raw.dmg"_s));
          }},
         stored("image-empty", "apfs-gpt-lzfse-empty.dmg"),
-        stored("image-licence", "hfsplus-apm-bzip2-licence.dmg"),
+        withBytes("image-licence", addLicence),
         {"image-no-volume",
          [](Findings& findings) {
              const KitVolume volume;

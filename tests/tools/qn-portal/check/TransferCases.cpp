@@ -215,11 +215,12 @@ std::vector<Case> otherCases() {
         {"transfer-missing-vary", [](Findings& findings) { askInTwoLanguages(findings, ""); }},
         {"transfer-redirect-to-http",
          [](Findings& findings) {
-             const loopback::TlsIdentity identity = loopback::makeSelfSignedIdentity();
+             const loopback::Authority authority;
+             const loopback::TlsIdentity identity = authority.identity();
              const QTemporaryDir folder;
              QFile file(folder.filePath(u"authority.pem"_s));
              ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-             file.write(QByteArray::fromStdString(identity.certificate));
+             file.write(QByteArray::fromStdString(authority.certificate()));
              file.close();
              qputenv("SSL_CERT_FILE", file.fileName().toUtf8());
              LoopbackServer server(identity);
