@@ -168,33 +168,6 @@ class NginxPortal(unittest.TestCase):
         self.assertEqual((check.returncode, check.stderr), (0, ""), check.stdout)
         self.assertIn("0 errors, 0 warnings, 0 notes; 3 things checked.", check.stdout)
 
-    def test_installs_a_portal_s_folder_once_its_mistakes_are_mended(self):
-        """The folder of a portal, as somebody made it in a hurry; then mended by what `check` said of it."""
-        self.make_image("Sample-1.dmg")
-        good = {"analyticsUrl": f"{self.nginx.base}/analytics",
-                "userAction": [{"action": "install", "isActive": "1"}],
-                "software": [{"IsActive": "1", "macUrl": f"{self.nginx.base}/download/Sample-1.dmg",
-                              "appName": "Sample", "commandLineArgs": "--first"}]}
-        hurried = json.dumps(good, indent=1)
-        for right, wrong in (('"isActive": "1"', '"isActive": 1'), ('"IsActive"', '"isActive"'),
-                             ('"appName"', '"appname"'), ('"--first"', '["--first"]'), ("}\n ]\n}", "},\n ]\n}")):
-            self.assertEqual(hurried.count(right), 1, right)
-            hurried = hurried.replace(right, wrong)
-        config = self.nginx.root / "config.json"
-        config.write_text(hurried)
-        check = self.qn_portal("check", "--local", "--json", self.nginx.root)
-        self.assertEqual(check.returncode, 1)
-        self.assertEqual(sorted(finding["code"] for finding in json.loads(check.stdout)["findings"]),
-                         ["config-active-not-text", "config-argument-list", "config-misspelt-key",
-                          "config-mixed-up-active", "config-no-active-action", "json-trailing-comma"])
-        self.install(screen="Config parse error")
-        self.assertIsNone(self.installer_arguments())
-        config.write_text(json.dumps(good))
-        check = self.qn_portal("check", "--local", "--strict", self.nginx.root)
-        self.assertEqual(check.returncode, 0, check.stdout)
-        self.install()
-        self.assertEqual(self.installer_arguments(), ["--first"])
-
     def test_installs_at_the_second_try_once_the_image_is_there(self):
         self.nginx.publish("Sample-1.dmg", "--first")
         self.install(screen="HTTP Response with status code 404")
