@@ -58,12 +58,12 @@ int removeCode(const std::error_code& error) {
 }
 
 // Does not wait for the other end of a pipe that somebody put in a file's place.
-int openRetrying(const fs::path& path, int flags, mode_t mode = 0) {
+base::Descriptor openRetrying(const fs::path& path, int flags, mode_t mode = 0) {
     int descriptor = -1;
     do {
         descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, mode);
     } while (descriptor < 0 && errno == EINTR);
-    return descriptor;
+    return base::Descriptor(descriptor);
 }
 
 // Zero, or the errno value of the failure.
@@ -108,8 +108,8 @@ std::optional<Error> createDirectory(const QString& path) {
 }
 
 bool createFile(const QString& path) {
-    const int descriptor = openRetrying(kernelPath(path), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    return descriptor >= 0 && ::close(descriptor) == 0;
+    base::Descriptor file = openRetrying(kernelPath(path), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    return file && file.close();
 }
 
 std::optional<Error> removeItem(const QString& path) {
@@ -160,9 +160,10 @@ std::optional<QByteArray> contents(const QString& path) {
 std::optional<Error> writeAtomically(const QByteArray& bytes, const QString& path) {
     const fs::path target = kernelPath(path);
     std::string temporary = target.string() + ".XXXXXX";
-    const int descriptor = ::mkostemp(temporary.data(), O_CLOEXEC);
-    int failure = descriptor < 0 ? errno : writeAll(descriptor, bytes);
-    if (descriptor >= 0 && ::close(descriptor) != 0 && failure == 0) {
+    base::Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
+    const bool isMade = static_cast<bool>(file);
+    int failure = isMade ? writeAll(file.get(), bytes) : errno;
+    if (!file.close() && failure == 0) {
         failure = errno;
     }
     if (failure == 0 && std::rename(temporary.c_str(), target.c_str()) != 0) {
@@ -171,7 +172,7 @@ std::optional<Error> writeAtomically(const QByteArray& bytes, const QString& pat
     if (failure == 0) {
         return std::nullopt;
     }
-    if (descriptor >= 0) {
+    if (isMade) {
         ::unlink(temporary.c_str());
     }
     const std::error_code error(failure, std::generic_category());
@@ -181,16 +182,10 @@ std::optional<Error> writeAtomically(const QByteArray& bytes, const QString& pat
 } // namespace FileManager
 
 WritingFileHandle::WritingFileHandle(const QString& path)
-    : descriptor_(openRetrying(kernelPath(path), O_WRONLY | O_APPEND)) {}
-
-WritingFileHandle::~WritingFileHandle() {
-    if (isPresent()) {
-        ::close(descriptor_);
-    }
-}
+    : file_(openRetrying(kernelPath(path), O_WRONLY | O_APPEND)) {}
 
 void WritingFileHandle::seekToEndOfFile() {
-    if (isPresent() && ::lseek(descriptor_, 0, SEEK_END) < 0) {
+    if (isPresent() && ::lseek(file_.get(), 0, SEEK_END) < 0) {
         throw PlatformException::fileHandle(u"seekToEndOfFile"_s, errno);
     }
 }
@@ -199,18 +194,13 @@ void WritingFileHandle::writeData(const QByteArray& bytes) {
     if (!isPresent()) {
         return;
     }
-    if (const int failure = writeAll(descriptor_, bytes)) {
+    if (const int failure = writeAll(file_.get(), bytes)) {
         throw PlatformException::fileHandle(u"writeData:"_s, failure);
     }
 }
 
 void WritingFileHandle::closeFile() {
-    if (!isPresent()) {
-        return;
-    }
-    const int descriptor = descriptor_;
-    descriptor_ = -1;
-    if (::close(descriptor) != 0) {
+    if (!file_.close()) {
         throw PlatformException::fileHandle(u"closeFile"_s, errno);
     }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Descriptor.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -45,16 +47,13 @@ std::optional<Error> writeAtomically(const QByteArray& bytes, const QString& pat
 class WritingFileHandle {
 public:
     explicit WritingFileHandle(const QString& path);
-    ~WritingFileHandle();
-    WritingFileHandle(const WritingFileHandle&) = delete;
-    WritingFileHandle& operator=(const WritingFileHandle&) = delete;
 
-    bool isPresent() const { return descriptor_ >= 0; }
+    bool isPresent() const { return static_cast<bool>(file_); }
     void seekToEndOfFile();
     // All bytes in one call of the kernel where it takes them, so that lines of several threads do not mix.
     void writeData(const QByteArray& bytes);
     void closeFile();
 
 private:
-    int descriptor_ = -1;
+    base::Descriptor file_;
 };

@@ -24,13 +24,8 @@ constexpr QLatin1StringView kPrefix{"CFNetworkDownload_"};
 constexpr QLatin1StringView kSuffix{".tmp"};
 
 bool isAbandoned(const char* path) {
-    const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
-    if (descriptor < 0) {
-        return false;
-    }
-    const bool isLocked = flock(descriptor, LOCK_EX | LOCK_NB) != 0;
-    ::close(descriptor);
-    return !isLocked;
+    const base::Descriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+    return file && flock(file.get(), LOCK_EX | LOCK_NB) == 0;
 }
 
 struct Registry {
@@ -59,13 +54,13 @@ std::shared_ptr<PartialDownload> PartialDownload::create() {
     if (all.closed) {
         return nullptr;
     }
-    const int descriptor = mkostemps(path.data(), static_cast<int>(kSuffix.size()), O_CLOEXEC);
-    if (descriptor < 0) {
+    base::Descriptor file(mkostemps(path.data(), static_cast<int>(kSuffix.size()), O_CLOEXEC));
+    if (!file) {
         return nullptr;
     }
-    flock(descriptor, LOCK_EX | LOCK_NB);
+    flock(file.get(), LOCK_EX | LOCK_NB);
     all.paths.insert(path);
-    return std::make_shared<PartialDownload>(descriptor, std::move(path));
+    return std::make_shared<PartialDownload>(std::move(file), std::move(path));
 }
 
 void PartialDownload::removeAll() {
@@ -91,7 +86,8 @@ void PartialDownload::removeAbandoned() {
     }
 }
 
-PartialDownload::PartialDownload(int descriptor, std::string path) : file_(descriptor), path_(std::move(path)) {}
+PartialDownload::PartialDownload(base::Descriptor file, std::string path)
+    : file_(std::move(file)), path_(std::move(path)) {}
 
 PartialDownload::~PartialDownload() {
     unlink(path_.c_str());

@@ -22,7 +22,7 @@ public:
     // Deletes what earlier processes left in the temporary folder.
     static void removeAbandoned();
 
-    PartialDownload(int descriptor, std::string path);
+    PartialDownload(base::Descriptor file, std::string path);
     ~PartialDownload();
     PartialDownload(const PartialDownload&) = delete;
     PartialDownload& operator=(const PartialDownload&) = delete;

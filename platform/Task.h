@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Descriptor.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -12,8 +14,7 @@
 // The reading end of a pipe. Notifications name it by its pointer.
 class ReadingFileHandle : public std::enable_shared_from_this<ReadingFileHandle> {
 public:
-    explicit ReadingFileHandle(int descriptor) : descriptor_(descriptor) {}
-    ~ReadingFileHandle();
+    explicit ReadingFileHandle(base::Descriptor file) : file_(std::move(file)) {}
     ReadingFileHandle(const ReadingFileHandle&) = delete;
     ReadingFileHandle& operator=(const ReadingFileHandle&) = delete;
 
@@ -26,7 +27,7 @@ public:
 
 private:
     friend class Task;
-    int descriptor_;
+    base::Descriptor file_;
 };
 
 // A pipe for a child's standard output. The task that is given it closes its writing end in this process after the
@@ -35,7 +36,6 @@ class Pipe {
 public:
     // Throws PlatformException when the kernel gives no descriptors.
     Pipe();
-    ~Pipe();
     Pipe(const Pipe&) = delete;
     Pipe& operator=(const Pipe&) = delete;
 
@@ -44,7 +44,7 @@ public:
 private:
     friend class Task;
     std::shared_ptr<ReadingFileHandle> reading_;
-    int writing_ = -1;
+    base::Descriptor writing_;
 };
 
 // A child process. No shell, no search through PATH, arguments verbatim; standard input and error, environment and

@@ -1,5 +1,7 @@
 #include "platform/base/ProcessSetup.h"
 
+#include "base/Descriptor.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -9,11 +11,11 @@ namespace platform {
 
 void undoInheritedSettings() {
     // The lowest free number is given out first, so this fills exactly the gaps among 0, 1 and 2.
-    int descriptor = -1;
-    do {
-        descriptor = ::open("/dev/null", O_RDWR);
-    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-    ::close(descriptor);
+    base::Descriptor null(::open("/dev/null", O_RDWR));
+    while (null && null.get() <= STDERR_FILENO) {
+        null.release(); // stays open for the whole process
+        null.reset(::open("/dev/null", O_RDWR));
+    }
 
     std::signal(SIGXFSZ, SIG_IGN); // a write beyond the limit is then an error as any other
     std::signal(SIGCHLD, SIG_DFL);

@@ -1,5 +1,7 @@
 #include "platform/linux/BusGreeting.h"
 
+#include "base/Descriptor.h"
+
 #include <QByteArray>
 #include <QStringList>
 
@@ -148,13 +150,10 @@ public:
         const std::size_t nameLength =
             static_cast<std::size_t>(socketName.size()) + (socketName.startsWith('\0') ? 0 : 1);
         // Connecting waits where the queue of the listener is full.
-        socket_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        socket_.reset(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
         const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + nameLength);
-        isOpen_ = ::connect(socket_, reinterpret_cast<const sockaddr*>(&address), length) == 0;
+        isOpen_ = ::connect(socket_.get(), reinterpret_cast<const sockaddr*>(&address), length) == 0;
     }
-    ~Conversation() { ::close(socket_); }
-    Conversation(const Conversation&) = delete;
-    Conversation& operator=(const Conversation&) = delete;
 
     // Everything goes out at once: a bus reads one after the other.
     bool greet() {
@@ -222,7 +221,7 @@ private:
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(*deadline_ - Clock::now()).count();
             limit = static_cast<int>(std::max<decltype(left)>(left, 0));
         }
-        pollfd socket{socket_, events, 0};
+        pollfd socket{socket_.get(), events, 0};
         int ready = -1;
         do {
             ready = ::poll(&socket, 1, limit);
@@ -233,7 +232,7 @@ private:
     bool write(QByteArray bytes) const {
         while (!bytes.isEmpty()) {
             const ssize_t count =
-                ::send(socket_, bytes.constData(), static_cast<std::size_t>(bytes.size()), MSG_NOSIGNAL);
+                ::send(socket_.get(), bytes.constData(), static_cast<std::size_t>(bytes.size()), MSG_NOSIGNAL);
             if (count < 0 && (errno != EAGAIN || !waitFor(POLLOUT))) {
                 return false;
             }
@@ -248,12 +247,12 @@ private:
         if (received_.size() > kLargestMessage || !waitFor(POLLIN)) {
             return false;
         }
-        const ssize_t count = ::recv(socket_, piece.data(), piece.size(), 0);
+        const ssize_t count = ::recv(socket_.get(), piece.data(), piece.size(), 0);
         received_.append(piece.data(), std::max<ssize_t>(count, 0));
         return count > 0;
     }
 
-    int socket_ = -1;
+    base::Descriptor socket_;
     bool isOpen_ = false;
     std::optional<Clock::time_point> deadline_;
     std::uint32_t serial_ = 0;

@@ -1,5 +1,6 @@
 #include "platform/linux/FileTransfer.h"
 
+#include "base/Descriptor.h"
 #include "platform/base/AddressPath.h"
 #include "platform/base/MediaTypes.h"
 #include "platform/base/PathText.h"
@@ -14,24 +15,6 @@
 #include <vector>
 
 namespace {
-
-class OpenFile {
-public:
-    // Without waiting for a writer, should the path be a pipe.
-    explicit OpenFile(const char* path) : descriptor_(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
-    ~OpenFile() {
-        if (descriptor_ >= 0) {
-            close(descriptor_);
-        }
-    }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-
-    int descriptor() const { return descriptor_; }
-
-private:
-    int descriptor_;
-};
 
 TransportError::Code codeFor(int errorNumber) {
     return errorNumber == ENOENT || errorNumber == ENOTDIR || errorNumber == ENAMETOOLONG
@@ -88,11 +71,12 @@ TransferResult transferFile(const QString& address, long blockSize, const BodySi
     if (const auto refusal = judge(path, status)) {
         return TransportError{*refusal, address};
     }
-    const OpenFile file(path.constData());
-    if (file.descriptor() < 0) {
+    // Without waiting for a writer, should the path be a pipe.
+    const base::Descriptor file(open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!file) {
         return TransportError{codeFor(errno), address};
     }
-    if (const auto failure = copyTo(sink, file.descriptor(), blockSize, status.st_size)) {
+    if (const auto failure = copyTo(sink, file.get(), blockSize, status.st_size)) {
         return TransportError{*failure, address};
     }
     return responseFor(address);

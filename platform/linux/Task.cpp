@@ -94,15 +94,11 @@ PlatformException launchFailure(int error) {
 
 } // namespace
 
-ReadingFileHandle::~ReadingFileHandle() {
-    ::close(descriptor_);
-}
-
 QByteArray ReadingFileHandle::readDataToEndOfFile() {
     QByteArray data;
     std::array<char, kChunk> chunk; // NOLINT: filled by read
     ssize_t count = 0;
-    while ((count = readOnce(descriptor_, chunk)) > 0) {
+    while ((count = readOnce(file_.get(), chunk)) > 0) {
         data.append(chunk.data(), count);
     }
     if (count < 0) {
@@ -114,7 +110,7 @@ QByteArray ReadingFileHandle::readDataToEndOfFile() {
 void ReadingFileHandle::readInBackgroundAndNotify() {
     onHelperThread([self = shared_from_this()] {
         std::array<char, kChunk> chunk; // NOLINT: filled by read
-        const ssize_t count = readOnce(self->descriptor_, chunk);
+        const ssize_t count = readOnce(self->file_.get(), chunk);
         // A failed read ends the data as the end of file does.
         const QByteArray data = count > 0 ? QByteArray(chunk.data(), count) : QByteArray("", 0);
         MainQueue::async([self, data] {
@@ -129,14 +125,8 @@ Pipe::Pipe() {
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
         throw PlatformException::fileHandle(u"pipe"_s, errno);
     }
-    reading_ = std::make_shared<ReadingFileHandle>(ends[0]);
-    writing_ = ends[1];
-}
-
-Pipe::~Pipe() {
-    if (writing_ >= 0) {
-        ::close(writing_);
-    }
+    reading_ = std::make_shared<ReadingFileHandle>(base::Descriptor(ends[0]));
+    writing_.reset(ends[1]);
 }
 
 Task::~Task() {
@@ -184,19 +174,19 @@ bool Task::takeOver() {
         return false;
     }
     // Whoever reads may hold the handle already, so it is its descriptor that changes.
-    if (::dup3(other.task->standardOutput_->reading_->descriptor_, standardOutput_->reading_->descriptor_, O_CLOEXEC) <
-        0) {
+    const base::Descriptor& read = other.task->standardOutput_->reading_->file_;
+    if (::dup3(read.get(), standardOutput_->reading_->file_.get(), O_CLOEXEC) < 0) {
         return false;
     }
     pid_ = std::exchange(other.task->pid_, -1);
-    ::close(std::exchange(standardOutput_->writing_, -1));
+    standardOutput_->writing_.reset();
     return true;
 }
 
 void Task::start() {
     platform::SpawnRequest request{.program = platform::realPath(*launchPath_), .arguments = arguments_};
     if (standardOutput_) {
-        request.standardOutput = standardOutput_->writing_;
+        request.standardOutput = standardOutput_->writing_.get();
     }
     if (*launchPath_ == u"/usr/bin/hdiutil"_s) {
         request.variable = nameForDiskImageTool();
@@ -207,7 +197,7 @@ void Task::start() {
     }
     pid_ = *child;
     if (standardOutput_) {
-        ::close(std::exchange(standardOutput_->writing_, -1));
+        standardOutput_->writing_.reset();
     }
 }
 

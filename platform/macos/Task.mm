@@ -80,15 +80,11 @@ int spawn(const QString& path, const QStringList& arguments, int standardOutput,
 
 } // namespace
 
-ReadingFileHandle::~ReadingFileHandle() {
-    ::close(descriptor_);
-}
-
 QByteArray ReadingFileHandle::readDataToEndOfFile() {
     QByteArray data;
     std::array<char, kChunk> chunk;
     ssize_t count = 0;
-    while ((count = readOnce(descriptor_, chunk)) > 0) {
+    while ((count = readOnce(file_.get(), chunk)) > 0) {
         data.append(chunk.data(), count);
     }
     if (count < 0) {
@@ -101,7 +97,7 @@ void ReadingFileHandle::readInBackgroundAndNotify() {
     const auto self = shared_from_this();
     onHelperThread(^{
       std::array<char, kChunk> chunk;
-      const ssize_t count = readOnce(self->descriptor_, chunk);
+      const ssize_t count = readOnce(self->file_.get(), chunk);
       const QByteArray data = count > 0 ? QByteArray(chunk.data(), count) : QByteArray("", 0);
       MainQueue::async([self, data] {
           NotificationCenter::defaultCenter().post(kFileHandleReadCompletion, static_cast<const void*>(self.get()),
@@ -117,14 +113,8 @@ Pipe::Pipe() {
     }
     ::fcntl(ends[0], F_SETFD, FD_CLOEXEC);
     ::fcntl(ends[1], F_SETFD, FD_CLOEXEC);
-    reading_ = std::make_shared<ReadingFileHandle>(ends[0]);
-    writing_ = ends[1];
-}
-
-Pipe::~Pipe() {
-    if (writing_ >= 0) {
-        ::close(writing_);
-    }
+    reading_ = std::make_shared<ReadingFileHandle>(base::Descriptor(ends[0]));
+    writing_.reset(ends[1]);
 }
 
 Task::~Task() {
@@ -146,13 +136,13 @@ void Task::launch() {
 }
 
 void Task::start() {
-    const int output = standardOutput_ ? standardOutput_->writing_ : STDOUT_FILENO;
+    const int output = standardOutput_ ? standardOutput_->writing_.get() : STDOUT_FILENO;
     if (spawn(*launchPath_, arguments_, output, pid_) != 0) {
         pid_ = -1;
         throw PlatformException::invalidArgument(u"launch path not accessible"_s);
     }
     if (standardOutput_) {
-        ::close(std::exchange(standardOutput_->writing_, -1));
+        standardOutput_->writing_.reset();
     }
 }
 

@@ -47,10 +47,10 @@ LoopbackServer::~LoopbackServer() {
 }
 
 void LoopbackServer::listen() {
-    const auto bound = bindToPort(0);
-    listener_ = bound.socket;
+    auto bound = bindToPort(0);
+    listener_ = std::move(bound.socket);
     port_ = bound.port;
-    if (::listen(listener_, SOMAXCONN) != 0) {
+    if (::listen(listener_.get(), SOMAXCONN) != 0) {
         throw std::system_error(errno, std::generic_category(), "cannot listen");
     }
     acceptor_ = std::thread([this] { acceptConnections(); });
@@ -64,12 +64,12 @@ void LoopbackServer::stop() {
             connection.stop();
         }
     }
-    shutdown(listener_, SHUT_RDWR);
+    shutdown(listener_.get(), SHUT_RDWR);
     acceptor_.join();
     for (auto& thread : threads_) {
         thread.join();
     }
-    close(listener_);
+    listener_.reset();
 }
 
 std::string LoopbackServer::address(std::string_view path) const {
@@ -120,15 +120,12 @@ void LoopbackServer::verify() {
 void LoopbackServer::acceptConnections() {
     blockBrokenPipeSignal();
     while (true) {
-        const int accepted = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+        base::Descriptor accepted(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
         const std::lock_guard lock(mutex_);
-        if (stopping_ || accepted < 0) {
-            if (accepted >= 0) {
-                close(accepted);
-            }
+        if (stopping_ || !accepted) {
             return;
         }
-        auto& connection = connectionList_.emplace_back(accepted);
+        auto& connection = connectionList_.emplace_back(std::move(accepted));
         threads_.emplace_back([this, &connection] { serveConnection(connection); });
     }
 }
@@ -168,27 +165,20 @@ Reply LoopbackServer::replyTo(const Request& request) {
 }
 
 BusyPort::BusyPort() {
-    const auto bound = bindToPort(0);
-    socket_ = bound.socket;
+    auto bound = bindToPort(0);
+    socket_ = std::move(bound.socket);
     port_ = bound.port;
-    ::listen(socket_, 0);
+    ::listen(socket_.get(), 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port_);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     constexpr int kMoreThanTheQueueHolds = 4;
     for (int i = 0; i < kMoreThanTheQueueHolds; ++i) {
-        waiting_.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        waiting_.emplace_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
         // The first ones connect, the others keep trying; neither matters.
-        static_cast<void>(connect(waiting_.back(), reinterpret_cast<const sockaddr*>(&address), sizeof address));
+        static_cast<void>(connect(waiting_.back().get(), reinterpret_cast<const sockaddr*>(&address), sizeof address));
     }
-}
-
-BusyPort::~BusyPort() {
-    for (const int waiting : waiting_) {
-        close(waiting);
-    }
-    close(socket_);
 }
 
 std::string BusyPort::address(std::string_view path) const {

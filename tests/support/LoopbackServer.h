@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Descriptor.h"
 #include "tools/loopback/Ports.h"
 #include "tools/loopback/Reply.h"
 
@@ -77,7 +78,7 @@ private:
     void stop();
 
     std::unique_ptr<TlsContext> tls_;
-    int listener_ = -1;
+    base::Descriptor listener_;
     std::uint16_t port_ = 0;
     std::thread acceptor_;
 
@@ -96,17 +97,14 @@ private:
 class BusyPort {
 public:
     BusyPort();
-    ~BusyPort();
-    BusyPort(const BusyPort&) = delete;
-    BusyPort& operator=(const BusyPort&) = delete;
 
     std::uint16_t port() const { return port_; }
     std::string address(std::string_view path = "/") const;
 
 private:
-    int socket_ = -1;
+    base::Descriptor socket_;
     std::uint16_t port_ = 0;
-    std::vector<int> waiting_;
+    std::vector<base::Descriptor> waiting_;
 };
 
 } // namespace loopback

@@ -255,6 +255,16 @@ void f() {
             "ui/a.cpp:4: what happens once for the process goes through std::call_once",
         )
 
+    def test_names_a_descriptor_that_is_closed_by_hand(self):
+        self.put("tools/a.cpp", "void f(int file) {\n    ::close(file);\n    close(file);\n}\n")
+        self.put("platform/macos/a.mm", "Pipe::~Pipe() {\n    :: close (writing_);\n}\n")
+        self.put("tools/good.cpp", "bool f(base::Descriptor file) {\n    alert->close();\n    close();\n"
+                                   "    return file.close() && Reader::close(1);\n}\n")
+        self.put("tests/a.cpp", "void f(int file) {\n    ::close(file);\n}\n")
+        self.put("base/Descriptor.h", "inline void f(int file) {\n    ::close(file);\n}\n")
+        why = "a descriptor is owned, and closed, by base::Descriptor"
+        self.expect_bad(f"platform/macos/a.mm:2: {why}", f"tools/a.cpp:2: {why}", f"tools/a.cpp:3: {why}")
+
     def test_names_words_that_leave_open_what_is_meant(self):
         self.put("ui/a.h", "// As the " + "platform does.\nint a;\n")
         self.put("docs/a.md", "The " + "toolkit paints.\n")

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <exception>
 #include <system_error>
+#include <utility>
 
 namespace faults {
 
@@ -19,13 +20,13 @@ using loopback::Request;
 
 FaultyServer::FaultyServer(Options options) : options_(std::move(options)) {
     std::signal(SIGPIPE, SIG_IGN); // of clients that go: OpenSSL writes without MSG_NOSIGNAL
-    const loopback::BoundSocket bound = loopback::bindToPort(options_.port);
-    listener_ = bound.socket;
+    loopback::BoundSocket bound = loopback::bindToPort(options_.port);
+    listener_ = std::move(bound.socket);
     port_ = bound.port;
     base_ = loopback::addressOf(options_.hasTls ? "https" : "http", port_, "");
     tlsFault_ = answers().tls;
     tls_ = options_.hasTls ? makeTls(tlsFault_) : nullptr;
-    if (::listen(listener_, SOMAXCONN) != 0) {
+    if (::listen(listener_.get(), SOMAXCONN) != 0) {
         throw std::system_error(errno, std::generic_category(), "the port cannot be listened to");
     }
     acceptor_ = std::thread([this] { acceptConnections(); });
@@ -39,12 +40,11 @@ FaultyServer::~FaultyServer() {
             connection.stop();
         }
     }
-    ::shutdown(listener_, SHUT_RDWR); // wakes the acceptor
+    ::shutdown(listener_.get(), SHUT_RDWR); // wakes the acceptor
     acceptor_.join();
     for (Worker& worker : workers_) {
         worker.thread.join();
     }
-    ::close(listener_);
 }
 
 std::string FaultyServer::authority() const {
@@ -78,19 +78,16 @@ Answers FaultyServer::answers() const {
 
 void FaultyServer::acceptConnections() {
     while (true) {
-        const int socket = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+        base::Descriptor socket(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
         const std::lock_guard lock(mutex_);
         if (stopping_) {
-            if (socket >= 0) {
-                ::close(socket);
-            }
             return;
         }
-        if (socket < 0) {
+        if (!socket) {
             continue; // a connection that went before it was taken
         }
         joinEnded();
-        Connection& connection = connections_.emplace_back(socket);
+        Connection& connection = connections_.emplace_back(std::move(socket));
         Worker& worker = workers_.emplace_back();
         worker.thread = std::thread([this, &connection, &worker] {
             serveConnection(connection);

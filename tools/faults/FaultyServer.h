@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Descriptor.h"
 #include "tools/faults/Scenario.h"
 #include "tools/loopback/Certificate.h"
 #include "tools/loopback/Connection.h"
@@ -79,7 +80,7 @@ private:
     loopback::RefusingPort refusing_;
     loopback::Authority trusted_;
     loopback::Authority unknown_;
-    int listener_ = -1;
+    base::Descriptor listener_;
     std::uint16_t port_ = 0;
     std::string base_;
     TlsFault tlsFault_ = TlsFault::kNone;

@@ -1,5 +1,7 @@
 #include "tools/launcher/Archive.h"
 
+#include "base/Descriptor.h"
+#include "base/Files.h"
 #include "tools/launcher/Problem.h"
 
 #include <fcntl.h>
@@ -68,23 +70,11 @@ Entry entryAt(std::string_view archive, std::size_t place) {
 }
 
 void writeFile(const Entry& entry, int folder) {
-    const int file =
-        ::openat(folder, entry.name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, entry.mode);
-    if (file < 0) {
+    base::Descriptor file(
+        ::openat(folder, entry.name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, entry.mode));
+    if (!file || !base::writeAll(file.get(), entry.contents) || !file.close()) {
         notWritten(entry);
     }
-    std::string_view rest = entry.contents;
-    while (!rest.empty()) {
-        const ssize_t written = ::write(file, rest.data(), rest.size());
-        if (written < 0 && errno != EINTR) {
-            const int error = errno;
-            ::close(file);
-            errno = error;
-            notWritten(entry);
-        }
-        rest.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
-    }
-    ::close(file);
 }
 
 void writeEntry(const Entry& entry, int folder) {

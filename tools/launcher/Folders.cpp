@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace launcher {
@@ -65,11 +66,10 @@ PrivateFolder findPrivateFolder(const std::string& identifier) {
     std::string tried;
     for (const std::string& path : candidates(identifier)) {
         const bool made = ::mkdir(path.c_str(), 0700) == 0;
-        const int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-        if (folder >= 0 && isUsable(folder)) {
-            return {folder, path};
+        base::Descriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (folder && isUsable(folder.get())) {
+            return {std::move(folder), path};
         }
-        ::close(folder);
         if (made) {
             static_cast<void>(::rmdir(path.c_str()));
         }

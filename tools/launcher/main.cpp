@@ -1,3 +1,4 @@
+#include "base/Descriptor.h"
 #include "tools/launcher/Archive.h"
 #include "tools/launcher/Folders.h"
 #include "tools/launcher/Payload.h"
@@ -49,7 +50,7 @@ void removeOthers(const PrivateFolder& folder, const std::string& current) {
     for (const auto& entry : std::filesystem::directory_iterator(folder.path, ignored)) {
         const std::string name = entry.path().filename();
         if (name != current && !isInUse(inFolder(folder, name))) {
-            launcher::removeFolder(folder.descriptor, name);
+            launcher::removeFolder(folder.descriptor.get(), name);
         }
     }
 }
@@ -58,20 +59,19 @@ void removeOthers(const PrivateFolder& folder, const std::string& current) {
 void unpackInto(const PrivateFolder& folder, int self, const Payload& payload) {
     const std::string archive = launcher::unpack(self, payload);
     removeOthers(folder, payload.digest);
-    const int target = ::mkdirat(folder.descriptor, kUnfinished, 0700) != 0
-                           ? -1
-                           : ::openat(folder.descriptor, kUnfinished, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (target < 0) {
+    const bool isMade = ::mkdirat(folder.descriptor.get(), kUnfinished, 0700) == 0;
+    const base::Descriptor target(
+        isMade ? ::openat(folder.descriptor.get(), kUnfinished, O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1);
+    if (!target) {
         throw Problem("Cannot make a folder in " + folder.path + ": " + std::strerror(errno));
     }
     try {
-        launcher::writeArchive(archive, target);
+        launcher::writeArchive(archive, target.get());
     } catch (const Problem&) {
-        launcher::removeFolder(folder.descriptor, kUnfinished);
+        launcher::removeFolder(folder.descriptor.get(), kUnfinished);
         throw;
     }
-    ::close(target);
-    if (::renameat(folder.descriptor, kUnfinished, folder.descriptor, payload.digest.c_str()) != 0) {
+    if (::renameat(folder.descriptor.get(), kUnfinished, folder.descriptor.get(), payload.digest.c_str()) != 0) {
         throw Problem("Cannot unpack to " + folder.path + ": " + std::strerror(errno));
     }
 }
@@ -82,12 +82,11 @@ std::string programOf(int self) {
     std::string program = inFolder(folder, payload.digest + "/" + kProgram);
     const auto isThere = [&program] { return ::access(program.c_str(), X_OK) == 0; };
     if (!isThere()) {
-        static_cast<void>(::flock(folder.descriptor, LOCK_EX)); // until the descriptor is closed
+        static_cast<void>(::flock(folder.descriptor.get(), LOCK_EX)); // until the descriptor is closed
         if (!isThere()) {
             unpackInto(folder, self, payload);
         }
     }
-    ::close(folder.descriptor);
     return program;
 }
 
@@ -95,8 +94,8 @@ std::string programOf(int self) {
 
 int main(int, char** argv) {
     try {
-        const int self = ::open("/proc/self/exe", O_RDONLY | O_CLOEXEC);
-        const std::string program = programOf(self);
+        const base::Descriptor self(::open("/proc/self/exe", O_RDONLY | O_CLOEXEC));
+        const std::string program = programOf(self.get());
         ::execv(program.c_str(), argv);
         throw Problem("Cannot start " + program + ": " + std::strerror(errno));
     } catch (const std::exception& problem) {

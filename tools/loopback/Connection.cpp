@@ -84,7 +84,6 @@ TlsContext::~TlsContext() {
 
 Connection::~Connection() {
     SSL_free(ssl_);
-    close(socket_);
 }
 
 bool Connection::startTls(const TlsContext* context) {
@@ -92,19 +91,19 @@ bool Connection::startTls(const TlsContext* context) {
         return true;
     }
     ssl_ = SSL_new(context->get());
-    SSL_set_fd(ssl_, socket_);
+    SSL_set_fd(ssl_, socket_.get());
     return SSL_accept(ssl_) == 1;
 }
 
 void Connection::stop() {
     stopped_ = true;
-    shutdown(socket_, SHUT_RDWR);
+    shutdown(socket_.get(), SHUT_RDWR);
 }
 
 bool Connection::fill() {
     std::array<char, 16384> bytes;
     const auto count = ssl_ ? SSL_read(ssl_, bytes.data(), static_cast<int>(bytes.size()))
-                            : static_cast<int>(recv(socket_, bytes.data(), bytes.size(), 0));
+                            : static_cast<int>(recv(socket_.get(), bytes.data(), bytes.size(), 0));
     if (count <= 0) {
         return false;
     }
@@ -143,7 +142,7 @@ std::optional<Request> Connection::readRequest() {
 
 // False when the server stops meanwhile, or the peer goes.
 bool Connection::waitFor(std::chrono::milliseconds time) {
-    return time.count() == 0 || (!hasInput(socket_, time) && !stopped_);
+    return time.count() == 0 || (!hasInput(socket_.get(), time) && !stopped_);
 }
 
 bool Connection::write(std::string_view bytes) {
@@ -164,7 +163,7 @@ bool Connection::write(std::string_view bytes) {
 bool Connection::writeAtOnce(std::string_view bytes) {
     while (!bytes.empty()) {
         const auto count = ssl_ ? SSL_write(ssl_, bytes.data(), static_cast<int>(bytes.size()))
-                                : static_cast<int>(::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL));
+                                : static_cast<int>(::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL));
         if (count <= 0) {
             return false;
         }
@@ -229,7 +228,7 @@ bool Connection::sendSlowly(std::string_view bytes, std::chrono::milliseconds pa
     }
     for (const char& byte : bytes) {
         // A peer that goes away or a server that stops ends the pause at once.
-        if (hasInput(socket_, pause) || stopped_ || !write(std::string_view(&byte, 1))) {
+        if (hasInput(socket_.get(), pause) || stopped_ || !write(std::string_view(&byte, 1))) {
             return false;
         }
     }
@@ -247,7 +246,7 @@ bool Connection::end(Ending ending) {
         break;
     case Ending::kReset: {
         const linger atOnce{1, 0};
-        setsockopt(socket_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+        setsockopt(socket_.get(), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
         break;
     }
     case Ending::kStall:
@@ -260,7 +259,7 @@ bool Connection::end(Ending ending) {
 void Connection::waitForStop() {
     bool hasEnded = false;
     while (!hasEnded) {
-        hasEnded = stopped_ || hasInput(socket_, std::chrono::milliseconds(1000));
+        hasEnded = stopped_ || hasInput(socket_.get(), std::chrono::milliseconds(1000));
     }
 }
 
@@ -269,20 +268,19 @@ void Connection::tunnelTo(std::uint16_t port) {
     target.sin_family = AF_INET;
     target.sin_port = htons(port);
     target.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const int other = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    bool open = connect(other, reinterpret_cast<const sockaddr*>(&target), sizeof target) == 0;
-    ::send(other, unread_.data(), unread_.size(), MSG_NOSIGNAL);
+    const base::Descriptor other(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    bool open = connect(other.get(), reinterpret_cast<const sockaddr*>(&target), sizeof target) == 0;
+    ::send(other.get(), unread_.data(), unread_.size(), MSG_NOSIGNAL);
     while (open && !stopped_) {
-        std::array<pollfd, 2> ends{pollfd{socket_, POLLIN, 0}, pollfd{other, POLLIN, 0}};
+        std::array<pollfd, 2> ends{pollfd{socket_.get(), POLLIN, 0}, pollfd{other.get(), POLLIN, 0}};
         poll(ends.data(), ends.size(), -1);
         if (ends[0].revents != 0) {
-            open = pass(socket_, other);
+            open = pass(socket_.get(), other.get());
         }
         if (open && ends[1].revents != 0) {
-            open = pass(other, socket_);
+            open = pass(other.get(), socket_.get());
         }
     }
-    close(other);
 }
 
 } // namespace loopback

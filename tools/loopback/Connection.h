@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Descriptor.h"
 #include "tools/loopback/Reply.h"
 
 #include <atomic>
@@ -8,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 struct ssl_st;
 struct ssl_ctx_st;
@@ -39,8 +41,7 @@ private:
 // One accepted connection. All functions but stop() belong to the connection's own thread.
 class Connection {
 public:
-    // Takes the socket over.
-    explicit Connection(int socket) : socket_(socket) {}
+    explicit Connection(base::Descriptor socket) : socket_(std::move(socket)) {}
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
@@ -66,7 +67,7 @@ private:
     void waitForStop();
     void tunnelTo(std::uint16_t port);
 
-    int socket_;
+    base::Descriptor socket_;
     ssl_st* ssl_ = nullptr;
     std::string unread_;
     std::uint64_t bytesPerSecond_ = 0; // of the present answer

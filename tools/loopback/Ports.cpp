@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 namespace loopback {
 
@@ -15,40 +16,28 @@ BoundSocket bindToPort(std::uint16_t port) {
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const int bound = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    base::Descriptor bound(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const int yes = 1;
     if (port != 0) {
-        setsockopt(bound, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        setsockopt(bound.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
     }
     socklen_t length = sizeof address;
-    if (bound < 0 || bind(bound, reinterpret_cast<const sockaddr*>(&address), length) != 0 ||
-        getsockname(bound, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        const int reason = errno;
-        if (bound >= 0) {
-            close(bound);
-        }
-        throw std::system_error(reason, std::generic_category(), "no port of the loopback interface");
+    if (!bound || bind(bound.get(), reinterpret_cast<const sockaddr*>(&address), length) != 0 ||
+        getsockname(bound.get(), reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+        throw std::system_error(errno, std::generic_category(), "no port of the loopback interface");
     }
-    return {bound, ntohs(address.sin_port)};
+    return {std::move(bound), ntohs(address.sin_port)};
 }
 
 std::string addressOf(const char* scheme, std::uint16_t port, std::string_view path) {
     return std::string(scheme) + "://127.0.0.1:" + std::to_string(port) + std::string(path);
 }
 
-RefusingPort::RefusingPort() {
-    // Bound but not listening: the port can neither be connected to nor taken by somebody else.
-    const auto bound = bindToPort(0);
-    socket_ = bound.socket;
-    port_ = bound.port;
-}
-
-RefusingPort::~RefusingPort() {
-    close(socket_);
-}
+// Bound but not listening: the port can neither be connected to nor taken by somebody else.
+RefusingPort::RefusingPort() : bound_(bindToPort(0)) {}
 
 std::string RefusingPort::address(std::string_view path) const {
-    return addressOf("http", port_, path);
+    return addressOf("http", bound_.port, path);
 }
 
 } // namespace loopback

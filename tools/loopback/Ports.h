@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Descriptor.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -7,10 +9,10 @@
 namespace loopback {
 
 struct BoundSocket {
-    int socket;
-    std::uint16_t port;
+    base::Descriptor socket;
+    std::uint16_t port = 0;
 };
-// A socket bound to 127.0.0.1, to any free port with 0. The caller closes it. Throws std::system_error.
+// A socket bound to 127.0.0.1, to any free port with 0. Throws std::system_error.
 BoundSocket bindToPort(std::uint16_t port);
 
 // SCHEME://127.0.0.1:PORT and the path.
@@ -20,15 +22,11 @@ std::string addressOf(const char* scheme, std::uint16_t port, std::string_view p
 class RefusingPort {
 public:
     RefusingPort();
-    ~RefusingPort();
-    RefusingPort(const RefusingPort&) = delete;
-    RefusingPort& operator=(const RefusingPort&) = delete;
 
     std::string address(std::string_view path = "/") const;
 
 private:
-    int socket_ = -1;
-    std::uint16_t port_ = 0;
+    BoundSocket bound_;
 };
 
 } // namespace loopback

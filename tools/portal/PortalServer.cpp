@@ -1,5 +1,6 @@
 #include "tools/portal/PortalServer.h"
 
+#include "base/Descriptor.h"
 #include "tools/portal/Content.h"
 
 #include <httplib.h>
@@ -27,32 +28,25 @@ constexpr int kNotFound = 404;
 
 class OpenFile {
 public:
-    explicit OpenFile(const std::string& path) : descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
-    ~OpenFile() {
-        if (descriptor_ >= 0) {
-            close(descriptor_);
-        }
-    }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
+    explicit OpenFile(const std::string& path) : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
 
-    bool isOpen() const { return descriptor_ >= 0; }
+    bool isOpen() const { return static_cast<bool>(file_); }
 
     std::size_t size() const {
         struct stat status {};
-        return fstat(descriptor_, &status) == 0 ? static_cast<std::size_t>(status.st_size) : 0;
+        return fstat(file_.get(), &status) == 0 ? static_cast<std::size_t>(status.st_size) : 0;
     }
 
     // Sends the next piece of at most a mebibyte.
     bool sendPiece(std::size_t offset, std::size_t length, httplib::DataSink& sink) const {
         constexpr std::size_t kPiece = std::size_t{1024} * 1024;
         std::vector<char> bytes(std::min(length, kPiece));
-        const ssize_t count = pread(descriptor_, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        const ssize_t count = pread(file_.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
         return count > 0 && sink.write(bytes.data(), static_cast<std::size_t>(count));
     }
 
 private:
-    int descriptor_;
+    base::Descriptor file_;
 };
 
 void requireReadable(const std::optional<std::string>& path) {

@@ -27,15 +27,9 @@ Record::Record(const std::string& path) {
         return;
     }
     constexpr mode_t kMode = 0666; // less the umask
-    descriptor_ = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kMode);
-    if (descriptor_ < 0) {
+    file_.reset(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, kMode));
+    if (!file_) {
         throw std::system_error(errno, std::generic_category(), path);
-    }
-}
-
-Record::~Record() {
-    if (descriptor_ >= 0) {
-        close(descriptor_);
     }
 }
 
@@ -43,7 +37,7 @@ void Record::add(const RequestEntry& entry) {
     const std::string line = recordLine(entry) + "\n";
     const std::lock_guard lock(mutex_);
     std::fprintf(stderr, "portal: %s %s: %d\n", entry.method.c_str(), entry.target.c_str(), entry.status);
-    if (descriptor_ >= 0 && write(descriptor_, line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
+    if (file_ && write(file_.get(), line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
         std::fprintf(stderr, "portal: the record cannot be written\n");
     }
 }

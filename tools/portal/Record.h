@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Descriptor.h"
+
 #include <mutex>
 #include <string>
 #include <utility>
@@ -25,14 +27,11 @@ class Record {
 public:
     // Nothing is written anywhere without a path. Throws std::system_error when the file cannot be opened.
     explicit Record(const std::string& path);
-    ~Record();
-    Record(const Record&) = delete;
-    Record& operator=(const Record&) = delete;
 
     void add(const RequestEntry& entry);
 
 private:
-    int descriptor_ = -1;
+    base::Descriptor file_;
     std::mutex mutex_;
 };
 

@@ -1,5 +1,7 @@
 #include "tools/standins/PermanentAddresses.h"
 
+#include "base/Descriptor.h"
+
 #include <linux/if_link.h>
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
@@ -92,18 +94,14 @@ bool readLinks(std::string_view answer, std::map<long, std::string>& found) {
 
 std::map<long, std::string> permanentAddresses() {
     std::map<long, std::string> found;
-    const int socket = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE);
-    if (socket < 0) {
-        return found;
-    }
-    if (askForLinks(socket)) {
+    const base::Descriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
+    if (socket && askForLinks(socket.get())) {
         std::array<char, 65536> answer{}; // more than the kernel puts into one
         ssize_t length = 0;
         do {
-            length = ::recv(socket, answer.data(), answer.size(), 0);
+            length = ::recv(socket.get(), answer.data(), answer.size(), 0);
         } while (length > 0 && readLinks({answer.data(), static_cast<std::size_t>(length)}, found));
     }
-    ::close(socket);
     return found;
 }
 

@@ -6,19 +6,17 @@
 namespace portal::check {
 
 QuietConsole::QuietConsole() {
-    const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (nowhere < 0) {
+    const base::Descriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+    if (!nowhere) {
         return;
     }
-    kept_ = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
-    ::dup2(nowhere, STDERR_FILENO);
-    ::close(nowhere);
+    kept_.reset(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3));
+    ::dup2(nowhere.get(), STDERR_FILENO);
 }
 
 QuietConsole::~QuietConsole() {
-    if (kept_ >= 0) {
-        ::dup2(kept_, STDERR_FILENO);
-        ::close(kept_);
+    if (kept_) {
+        ::dup2(kept_.get(), STDERR_FILENO);
     }
 }
 

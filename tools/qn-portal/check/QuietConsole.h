@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Descriptor.h"
+
 namespace portal::check {
 
 // While it lives, standard error leads nowhere: the installer's own code tells its console what it does, and a check
@@ -12,7 +14,7 @@ public:
     QuietConsole& operator=(const QuietConsole&) = delete;
 
 private:
-    int kept_ = -1;
+    base::Descriptor kept_;
 };
 
 } // namespace portal::check

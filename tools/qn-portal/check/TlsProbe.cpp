@@ -1,5 +1,7 @@
 #include "tools/qn-portal/check/TlsProbe.h"
 
+#include "base/Descriptor.h"
+
 #include <QTimeZone>
 
 #include <openssl/err.h>
@@ -39,36 +41,24 @@ public:
             return;
         }
         const Owned<addrinfo> list(found);
-        for (const addrinfo* entry = found; entry != nullptr && descriptor_ < 0; entry = entry->ai_next) {
+        for (const addrinfo* entry = found; entry != nullptr && !socket_; entry = entry->ai_next) {
             connectTo(*entry);
         }
     }
-    ~Socket() {
-        if (descriptor_ >= 0) {
-            ::close(descriptor_);
-        }
-    }
-    Socket(const Socket&) = delete;
-    Socket& operator=(const Socket&) = delete;
 
-    int descriptor() const { return descriptor_; }
+    int descriptor() const { return socket_.get(); }
 
 private:
     void connectTo(const addrinfo& entry) {
-        const int descriptor = ::socket(entry.ai_family, entry.ai_socktype | SOCK_CLOEXEC, entry.ai_protocol);
-        if (descriptor < 0) {
-            return;
-        }
-        ::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &kPatience, sizeof kPatience);
-        ::setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
-        if (::connect(descriptor, entry.ai_addr, entry.ai_addrlen) == 0) {
-            descriptor_ = descriptor;
-        } else {
-            ::close(descriptor);
+        base::Descriptor fresh(::socket(entry.ai_family, entry.ai_socktype | SOCK_CLOEXEC, entry.ai_protocol));
+        ::setsockopt(fresh.get(), SOL_SOCKET, SO_SNDTIMEO, &kPatience, sizeof kPatience);
+        ::setsockopt(fresh.get(), SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
+        if (::connect(fresh.get(), entry.ai_addr, entry.ai_addrlen) == 0) {
+            socket_ = std::move(fresh);
         }
     }
 
-    int descriptor_ = -1;
+    base::Descriptor socket_;
 };
 
 QString textOf(const X509_NAME* name) {

@@ -35,18 +35,17 @@ void Archive::Free::operator()(archive* writer) const {
 
 Archive::Archive(std::string path)
     : path_(std::move(path)), unfinished_(path_ + ".XXXXXX"), writer_(archive_write_new()) {
-    descriptor_ = mkstemp(unfinished_.data());
-    if (descriptor_ < 0) {
+    file_.reset(mkstemp(unfinished_.data()));
+    if (!file_) {
         fail(path_, std::strerror(errno));
     }
     check(archive_write_set_format_zip(writer_.get()));
-    check(archive_write_open_fd(writer_.get(), descriptor_));
+    check(archive_write_open_fd(writer_.get(), file_.get()));
 }
 
 Archive::~Archive() {
-    if (descriptor_ >= 0) {
-        writer_.reset();
-        close(descriptor_);
+    if (file_) {
+        writer_.reset(); // which still writes to the file
         unlink(unfinished_.c_str());
     }
 }
@@ -74,12 +73,11 @@ void Archive::finish() {
     const mode_t mask = umask(0);
     umask(mask);
     constexpr mode_t kMode = 0666;
-    if (fchmod(descriptor_, kMode & ~mask) != 0 || fsync(descriptor_) != 0 ||
+    if (fchmod(file_.get(), kMode & ~mask) != 0 || fsync(file_.get()) != 0 ||
         std::rename(unfinished_.c_str(), path_.c_str()) != 0) {
         fail(path_, std::strerror(errno));
     }
-    close(descriptor_);
-    descriptor_ = -1;
+    file_.reset();
 }
 
 void Archive::check(int status) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Descriptor.h"
+
 #include <memory>
 #include <string>
 #include <string_view>
@@ -31,7 +33,7 @@ private:
 
     std::string path_;
     std::string unfinished_; // beside it, so that it can be renamed
-    int descriptor_ = -1;
+    base::Descriptor file_;
     std::unique_ptr<archive, Free> writer_;
 };
 

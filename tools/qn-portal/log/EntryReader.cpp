@@ -82,7 +82,7 @@ public:
         std::size_t behindTail = findBehindTail(span_, outer_.size, tails_);
         while (head != kNone || behindTail != kNone) {
             if (behindTail <= head) {
-                close(behindTail);
+                closeBracket(behindTail);
                 behindTail = findBehindTail(span_, behindTail, tails_);
             } else {
                 const Head inner = *headOf(span_.substr(head));
@@ -96,7 +96,7 @@ public:
     }
 
 private:
-    void close(std::size_t behindTail) {
+    void closeBracket(std::size_t behindTail) {
         const std::size_t closed = open_.empty() ? top_ : open_.back();
         brackets_[closed].to = behindTail;
         if (!open_.empty()) {

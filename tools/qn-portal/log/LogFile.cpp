@@ -21,21 +21,16 @@ namespace {
 } // namespace
 
 LogFile::LogFile(std::string path)
-    : path_(std::move(path)),
-      descriptor_(path_ == "-" ? dup(STDIN_FILENO) : open(path_.c_str(), O_RDONLY | O_CLOEXEC)) {
-    if (descriptor_ < 0) {
+    : path_(std::move(path)), file_(path_ == "-" ? dup(STDIN_FILENO) : open(path_.c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (!file_) {
         failReading(path_);
     }
-}
-
-LogFile::~LogFile() {
-    close(descriptor_);
 }
 
 // 0 at the end, and when a signal came.
 std::size_t LogFile::fill(EntryReader& reader) {
     const std::span<char> room = reader.room();
-    const ssize_t count = read(descriptor_, room.data(), room.size());
+    const ssize_t count = read(file_.get(), room.data(), room.size());
     if (count < 0 && errno != EINTR) {
         failReading(path_);
     }
@@ -79,12 +74,12 @@ void LogFile::follow(const EntryReader::Receiver& receiver, const std::function<
 
 bool LogFile::becameShorter() const {
     struct stat status {};
-    const off_t at = lseek(descriptor_, 0, SEEK_CUR);
-    return fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode) && at > status.st_size;
+    const off_t at = lseek(file_.get(), 0, SEEK_CUR);
+    return fstat(file_.get(), &status) == 0 && S_ISREG(status.st_mode) && at > status.st_size;
 }
 
 void LogFile::rewind() {
-    if (lseek(descriptor_, 0, SEEK_SET) != 0) {
+    if (lseek(file_.get(), 0, SEEK_SET) != 0) {
         throw LogError(path_ + " cannot be read twice: " + std::strerror(errno));
     }
 }

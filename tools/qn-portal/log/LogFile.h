@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Descriptor.h"
 #include "tools/qn-portal/log/EntryReader.h"
 
 #include <atomic>
@@ -11,9 +12,6 @@ namespace portal::eventlog {
 class LogFile {
 public:
     explicit LogFile(std::string path);
-    ~LogFile();
-    LogFile(const LogFile&) = delete;
-    LogFile& operator=(const LogFile&) = delete;
 
     // Reads it to its end.
     void readAll(const EntryReader::Receiver& receiver);
@@ -31,7 +29,7 @@ private:
     bool becameShorter() const;
 
     std::string path_;
-    int descriptor_;
+    base::Descriptor file_;
 };
 
 } // namespace portal::eventlog

@@ -1,5 +1,6 @@
 #include "tools/qn-portal/log/LogVerb.h"
 
+#include "base/Descriptor.h"
 #include "tools/qn-portal/Verb.h"
 #include "tools/qn-portal/log/Bundle.h"
 #include "tools/qn-portal/log/LogError.h"
@@ -46,20 +47,17 @@ std::unique_ptr<Printer> printerOf(const Options& options, Output& output) {
 class OutputFile {
 public:
     explicit OutputFile(const std::string& path)
-        : descriptor_(path.empty() ? dup(STDOUT_FILENO)
-                                   : open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
-        if (descriptor_ < 0) {
+        : file_(path.empty() ? dup(STDOUT_FILENO)
+                             : open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
+        if (!file_) {
             throw LogError((path.empty() ? "the output" : path) + " cannot be written: " + std::strerror(errno));
         }
     }
-    ~OutputFile() { close(descriptor_); }
-    OutputFile(const OutputFile&) = delete;
-    OutputFile& operator=(const OutputFile&) = delete;
 
-    int descriptor() const { return descriptor_; }
+    int descriptor() const { return file_.get(); }
 
 private:
-    int descriptor_;
+    base::Descriptor file_;
 };
 
 int show(const Options& options) {

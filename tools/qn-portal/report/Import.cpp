@@ -1,5 +1,6 @@
 #include "tools/qn-portal/report/Import.h"
 
+#include "base/Descriptor.h"
 #include "tools/qn-portal/report/EventLine.h"
 #include "tools/qn-portal/report/ReportError.h"
 #include "tools/qn-portal/report/RunBuilder.h"
@@ -21,23 +22,16 @@ constexpr std::size_t kLongestLine = 4U << 20U; // a body is a few kilobytes; wh
 class Input {
 public:
     explicit Input(const std::string& path)
-        : path_(path), descriptor_(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-        if (descriptor_ < 0) {
+        : path_(path), file_(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+        if (!file_) {
             fail();
         }
     }
-    ~Input() {
-        if (descriptor_ >= 0) {
-            close(descriptor_);
-        }
-    }
-    Input(const Input&) = delete;
-    Input& operator=(const Input&) = delete;
 
     // 0 at the end.
     std::size_t read(char* bytes, std::size_t size, const std::atomic<bool>& isCancelled) const {
         for (;;) {
-            const ssize_t count = ::read(descriptor_, bytes, size);
+            const ssize_t count = ::read(file_.get(), bytes, size);
             if (isCancelled) {
                 throw Interrupted("the import was ended; the database is as it was before");
             }
@@ -54,7 +48,7 @@ private:
     [[noreturn]] void fail() const { throw ReportError(path_ + " cannot be read: " + std::strerror(errno)); }
 
     std::string path_;
-    int descriptor_;
+    base::Descriptor file_;
 };
 
 // Cuts a stream of bytes into lines. A line beyond the limit is counted and left out.

@@ -43,13 +43,13 @@ void RunBuilder::add(const Event& event) {
     judge(run, event);
     if (event.name == "End") {
         run.hasEnded = true;
-        close(byClient_.at(run.client));
+        endRun(byClient_.at(run.client));
     }
 }
 
 void RunBuilder::finish() {
     while (!open_.empty()) {
-        close(open_.begin());
+        endRun(open_.begin());
     }
 }
 
@@ -60,10 +60,10 @@ Run& RunBuilder::runOf(const Event& event) {
         if (event.name != "Start") {
             return *found->second;
         }
-        close(found->second);
+        endRun(found->second);
     }
     if (open_.size() >= kMostOpenRuns) {
-        close(open_.begin());
+        endRun(open_.begin());
     }
     Run& run = open_.emplace_back();
     byClient_.emplace(key, std::prev(open_.end()));
@@ -83,7 +83,7 @@ std::int64_t RunBuilder::identityOf(const Event& event) {
     return static_cast<std::int64_t>(first + number * kOdd);
 }
 
-void RunBuilder::close(OpenRuns::iterator run) {
+void RunBuilder::endRun(OpenRuns::iterator run) {
     ++(store_.add(*run) ? added_ : known_);
     byClient_.erase(run->client);
     open_.erase(run);

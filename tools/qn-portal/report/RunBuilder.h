@@ -30,7 +30,7 @@ private:
 
     Run& runOf(const Event& event);
     std::int64_t identityOf(const Event& event);
-    void close(OpenRuns::iterator run);
+    void endRun(OpenRuns::iterator run);
     void describe(Run& run, const Event& event);
     void judge(Run& run, const Event& event);
 

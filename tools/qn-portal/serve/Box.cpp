@@ -1,5 +1,7 @@
 #include "tools/qn-portal/serve/Box.h"
 
+#include "base/Descriptor.h"
+#include "base/Files.h"
 #include "hdiutil/image/DiskImage.h"
 #include "hdiutil/image/ImageError.h"
 #include "tools/portal/Content.h"
@@ -153,15 +155,9 @@ void Box::writeAuthority() {
         return;
     }
     authorityFile_ = options_.authorityFile.value_or("/tmp/qn-portal-authority-" + std::to_string(::getpid()) + ".pem");
-    const int file = ::open(authorityFile_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0644);
-    const std::string text = server_->authority();
-    const bool isWritten = file >= 0 && ::write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-    const int reason = errno;
-    if (file >= 0) {
-        ::close(file);
-    }
-    if (!isWritten) {
-        throw std::system_error(reason, std::generic_category(), authorityFile_);
+    base::Descriptor file(::open(authorityFile_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0644));
+    if (!file || !base::writeAll(file.get(), server_->authority()) || !file.close()) {
+        throw std::system_error(errno, std::generic_category(), authorityFile_);
     }
 }
 
