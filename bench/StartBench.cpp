@@ -24,7 +24,9 @@
 // white, is white. The bundle's program takes turns with a minimal one of the same window size. Told for both screens
 // that it can begin with: the one while it connects, and the one without a network.
 //
-// usage: start_bench BUNDLE MINIMAL-PROGRAM [RUNS]      on an X display of its own, without a compositor
+// usage: start_bench BUNDLE OTHER [RUNS]      on an X display of its own, without a compositor
+//
+// OTHER is the minimal program, or a second bundle that was built another way: so a part of the start is measured.
 
 namespace {
 
@@ -92,24 +94,37 @@ Times timesOf(const std::string& program, xcb_connection_t* connection, xcb_wind
     return times;
 }
 
+double median(std::vector<double> values) {
+    std::ranges::sort(values);
+    return values[values.size() / 2];
+}
+
 double median(const std::vector<Times>& times, double Times::*member) {
     std::vector<double> values;
     for (const Times& each : times) {
         values.push_back(each.*member);
     }
-    std::ranges::sort(values);
-    return values[values.size() / 2];
+    return median(values);
+}
+
+// Of the differences between one's run and the other's next to it, which share what else the machine does just then.
+double pairedMedian(const std::vector<Times>& ours, const std::vector<Times>& other, double Times::*member) {
+    std::vector<double> differences;
+    for (std::size_t run = 0; run < ours.size(); ++run) {
+        differences.push_back(other[run].*member - ours[run].*member);
+    }
+    return median(differences);
 }
 
 bool allPainted(const std::vector<Times>& times) {
     return std::ranges::all_of(times, [](const Times& each) { return each.elapsed > 0.0; });
 }
 
-void report(const char* what, const std::vector<Times>& ours, const std::vector<Times>& minimal,
-            double Times::*member) {
+void report(const char* what, const std::vector<Times>& ours, const std::vector<Times>& other, double Times::*member) {
     const double first = median(ours, member);
-    const double second = median(minimal, member);
-    std::printf("  %-15s ours %6.1f ms, minimal %6.1f ms, ratio %.2f\n", what, first, second, first / second);
+    const double second = median(other, member);
+    std::printf("  %-15s ours %6.1f ms, other %6.1f ms, ratio %.2f, other's run less ours %+6.2f ms\n", what, first,
+                second, first / second, pairedMedian(ours, other, member));
 }
 
 struct Screen {
@@ -149,11 +164,15 @@ void makeSurroundings(const fs::path& folder) {
     static_cast<void>(std::freopen("/dev/null", "w", stderr));
 }
 
+std::string programOf(const fs::path& given) {
+    return fs::is_directory(given) ? given / "Contents/MacOS/QNInstaller" : given;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     if (argc < 3) {
-        std::fputs("usage: start_bench BUNDLE MINIMAL-PROGRAM [RUNS]\n", stderr);
+        std::fputs("usage: start_bench BUNDLE OTHER-BUNDLE|PROGRAM [RUNS]\n", stderr);
         return 2;
     }
     const int runs = argc > 3 ? std::atoi(argv[3]) : 21;
@@ -162,21 +181,23 @@ int main(int argc, char** argv) {
     makeSurroundings(folder);
     xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-    const std::string ours = std::string(argv[1]) + "/Contents/MacOS/QNInstaller";
+    const std::string ours = programOf(argv[1]);
+    const std::string other = programOf(argv[2]);
+    const int logged = fs::is_directory(argv[2]) ? 2 * runs : runs;
     bool painted = true;
     for (const Screen& screen : kScreens) {
         std::ofstream(folder / "root/proc/net/route") << kNoRoutes << screen.routes;
         std::vector<Times> oursTimes;
-        std::vector<Times> minimalTimes;
+        std::vector<Times> otherTimes;
         for (int run = 0; run < runs; ++run) {
             oursTimes.push_back(timesOf(ours, connection, root));
-            minimalTimes.push_back(timesOf(argv[2], connection, root));
+            otherTimes.push_back(timesOf(other, connection, root));
         }
         std::printf("%s\n", screen.name);
-        report("wall clock", oursTimes, minimalTimes, &Times::elapsed);
-        report("processor time", oursTimes, minimalTimes, &Times::processor);
-        painted =
-            painted && allPainted(oursTimes) && allPainted(minimalTimes) && timesShown(screen, folder / "home") == runs;
+        report("wall clock", oursTimes, otherTimes, &Times::elapsed);
+        report("processor time", oursTimes, otherTimes, &Times::processor);
+        const bool showsIt = timesShown(screen, folder / "home") == logged;
+        painted = painted && allPainted(oursTimes) && allPainted(otherTimes) && showsIt;
         fs::remove_all(folder / "home/Library");
     }
     xcb_disconnect(connection);
