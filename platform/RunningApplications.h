@@ -17,7 +17,6 @@ public:
 
     RunningApplication(pid_t pid, bool isOwnCopy) : pid_(pid), isOwnCopy_(isOwnCopy) {}
 
-    pid_t processIdentifier() const { return pid_; }
     // Unknown counts as not active.
     bool isActive() const;
     // Asks for all windows of the application to be brought to the front. A refusal is not reported.

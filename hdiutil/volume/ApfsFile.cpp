@@ -109,17 +109,12 @@ Attributes ApfsVolume::readAttributes(libfsapfs_file_entry_t* entry) const {
     container_->check(libfsapfs_file_entry_get_file_mode(entry, &mode, &error), kWhat, error);
     attributes.kind = S_ISDIR(mode) ? NodeKind::kFolder : S_ISLNK(mode) ? NodeKind::kSymlink : NodeKind::kFile;
     attributes.mode = mode & 0777U;
-    container_->check(libfsapfs_file_entry_get_owner_identifier(entry, &attributes.owner, &error), kWhat, error);
-    container_->check(libfsapfs_file_entry_get_group_identifier(entry, &attributes.group, &error), kWhat, error);
     std::int64_t modified = 0;
     std::int64_t changed = 0;
-    std::int64_t created = 0;
     container_->check(libfsapfs_file_entry_get_modification_time(entry, &modified, &error), kWhat, error);
     container_->check(libfsapfs_file_entry_get_inode_change_time(entry, &changed, &error), kWhat, error);
-    container_->check(libfsapfs_file_entry_get_creation_time(entry, &created, &error), kWhat, error);
     attributes.modified = toTime(modified);
     attributes.changed = toTime(changed);
-    attributes.created = toTime(created);
     if (attributes.kind == NodeKind::kSymlink) {
         std::size_t size = 0;
         if (libfsapfs_file_entry_get_utf8_symbolic_link_target_size(entry, &size, nullptr) == 1 && size > 0) {

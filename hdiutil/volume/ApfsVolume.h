@@ -27,7 +27,6 @@ public:
     ~ApfsVolume() override;
 
     const std::string& name() const override { return name_; }
-    const std::string& fileSystem() const override { return fileSystem_; }
     std::uint64_t capacity() const override { return capacity_; }
     std::uint64_t freeSpace() const override { return freeSpace_; }
     NodeId root() const override { return 2; }
@@ -72,7 +71,6 @@ private:
     std::shared_ptr<ApfsContainer> container_;
     apfs::LibraryVolume volume_;
     std::string name_;
-    std::string fileSystem_ = "APFS";
     std::uint64_t capacity_ = 0;
     std::uint64_t freeSpace_ = 0;
     bool caseSensitive_ = false;

@@ -15,14 +15,11 @@ namespace hdi::hfs {
 // What the catalog says of one file or folder. Kept small: a volume may have two million of them.
 struct Node {
     std::uint32_t id = 0;
-    std::uint32_t owner = 0;
-    std::uint32_t group = 0;
     std::uint16_t mode = 0; // as stored, with the type's bits; 0: never set
     bool isFolder = false;
     bool isCompressed = false;
     bool isSymlinkByType = false; // by type and creator, for volumes whose modes were never set
-    std::uint32_t created = 0;    // seconds since 1904
-    std::uint32_t modified = 0;
+    std::uint32_t modified = 0;   // seconds since 1904
     std::uint32_t changed = 0;
     std::uint32_t links = 1;
     std::uint64_t size = 0;

@@ -110,13 +110,10 @@ bool CatalogLoader::isOwnFile(const CatalogRecord& record) const {
 void CatalogLoader::addNode(const CatalogRecord& record) {
     Node node;
     node.id = record.id;
-    node.owner = record.owner;
-    node.group = record.group;
     node.mode = record.mode;
     node.isFolder = record.isFolder;
     node.isCompressed = !record.isFolder && (record.ownerFlags & kCompressedOwnerFlag) != 0;
     node.isSymlinkByType = record.type == kSymlinkType && record.creator == kSymlinkCreator;
-    node.created = record.created;
     node.modified = record.modified;
     node.changed = record.changed;
     node.size = record.data.logicalSize;

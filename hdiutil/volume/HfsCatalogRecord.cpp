@@ -26,11 +26,8 @@ void parseKey(std::span<const std::byte> key, CatalogRecord& record) {
 void parseCommon(std::span<const std::byte> data, CatalogRecord& record) {
     record.flags = be16(data, 2);
     record.id = be32(data, 8);
-    record.created = be32(data, 12);
     record.modified = be32(data, 16);
     record.changed = be32(data, 20);
-    record.owner = be32(data, 32);
-    record.group = be32(data, 36);
     record.ownerFlags = byteAt(data, 41);
     record.mode = be16(data, 42);
     record.special = be32(data, 44);

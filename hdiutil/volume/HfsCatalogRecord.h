@@ -16,11 +16,8 @@ struct CatalogRecord {
     bool isFolder = false;
     std::uint16_t flags = 0;
     std::uint32_t id = 0;
-    std::uint32_t created = 0;
     std::uint32_t modified = 0;
     std::uint32_t changed = 0;
-    std::uint32_t owner = 0;
-    std::uint32_t group = 0;
     std::uint8_t ownerFlags = 0;
     std::uint16_t mode = 0;
     std::uint32_t special = 0; // of a hard link: what it refers to

@@ -82,8 +82,7 @@ std::unique_ptr<HfsVolume> HfsVolume::open(const ByteSourcePtr& partition) {
 }
 
 HfsVolume::HfsVolume(const ByteSourcePtr& partition, const hfs::VolumeHeader& header)
-    : header_(header), space_(partition, header.blockSize, header.totalBlocks),
-      fileSystem_(header.signature == hfs::kXSignature ? "HFSX" : "HFS+"), overflow_(loadOverflow(space_, header)),
+    : header_(header), space_(partition, header.blockSize, header.totalBlocks), overflow_(loadOverflow(space_, header)),
       catalog_(loadCatalog(space_, header, overflow_)) {
     if (header.attributesFile.logicalSize != 0) {
         attributesFile_ = std::make_unique<hfs::ForkSource>(
@@ -130,13 +129,10 @@ Attributes HfsVolume::attributes(NodeId id) const {
     Attributes attributes;
     attributes.kind = kindOf(node);
     attributes.mode = (node.mode & S_IFMT) == 0 ? kDefaultMode : node.mode & 0777U;
-    attributes.owner = node.owner;
-    attributes.group = node.group;
     attributes.links = node.links;
     attributes.size = sizeOf(node);
     attributes.modified = toTime(node.modified);
     attributes.changed = toTime(node.changed);
-    attributes.created = toTime(node.created);
     return attributes;
 }
 

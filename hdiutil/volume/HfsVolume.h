@@ -29,7 +29,6 @@ public:
     HfsVolume(const ByteSourcePtr& partition, const hfs::VolumeHeader& header);
 
     const std::string& name() const override { return catalog_.volumeName(); }
-    const std::string& fileSystem() const override { return fileSystem_; }
     std::uint64_t capacity() const override;
     std::uint64_t freeSpace() const override;
     NodeId root() const override { return hfs::kRootFolderId; }
@@ -63,7 +62,6 @@ private:
 
     hfs::VolumeHeader header_;
     hfs::BlockSpace space_;
-    std::string fileSystem_;
     hfs::OverflowExtents overflow_;
     hfs::Catalog catalog_;
     std::unique_ptr<hfs::ForkSource> attributesFile_;              // null: the volume has none

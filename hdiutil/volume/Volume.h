@@ -21,13 +21,10 @@ enum class NodeKind { kFile, kFolder, kSymlink };
 struct Attributes {
     NodeKind kind = NodeKind::kFile;
     std::uint32_t mode = 0; // permission bits only, without setuid, setgid and sticky
-    std::uint32_t owner = 0;
-    std::uint32_t group = 0;
     std::uint32_t links = 1;
     std::uint64_t size = 0; // bytes; of a link, of its target
     std::timespec modified{};
     std::timespec changed{};
-    std::timespec created{};
 };
 
 struct DirectoryEntry {
@@ -43,10 +40,9 @@ class Volume {
 public:
     virtual ~Volume() = default;
 
-    virtual const std::string& name() const = 0;       // UTF-8, as stored; may hold anything
-    virtual const std::string& fileSystem() const = 0; // "HFS+", "HFSX", "APFS"
-    virtual std::uint64_t capacity() const = 0;        // bytes
-    virtual std::uint64_t freeSpace() const = 0;       // bytes
+    virtual const std::string& name() const = 0; // UTF-8, as stored; may hold anything
+    virtual std::uint64_t capacity() const = 0;  // bytes
+    virtual std::uint64_t freeSpace() const = 0; // bytes
     virtual NodeId root() const = 0;
 
     virtual Attributes attributes(NodeId node) const = 0;

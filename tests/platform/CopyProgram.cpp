@@ -1,5 +1,5 @@
 #include "platform/Bundle.h"
-#include "platform/RunningApplications.h"
+#include "platform/linux/CopyRegistry.h"
 
 #include <unistd.h>
 
@@ -9,9 +9,9 @@
 // then stays until its standard input ends if it is alone, as the application does, and ends otherwise.
 int main() {
     const auto identifier = Bundle::mainBundle().bundleIdentifier();
-    const auto copies = RunningApplication::withBundleIdentifier(identifier.value_or(QString()));
-    for (const RunningApplication& copy : copies) {
-        std::printf("%d ", static_cast<int>(copy.processIdentifier()));
+    const auto copies = platform::registerAndListCopies(identifier.value_or(QString()));
+    for (const pid_t copy : copies) {
+        std::printf("%d ", static_cast<int>(copy));
     }
     std::printf("\n");
     std::fflush(stdout);

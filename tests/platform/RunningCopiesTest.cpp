@@ -1,6 +1,7 @@
 #include "platform/Bundle.h"
 #include "platform/RunningApplications.h"
 #include "platform/linux/CopyRegistry.h"
+#include "platform/linux/ProcessTable.h"
 #include "tests/platform/ChildProcess.h"
 #include "tests/platform/ProgramBundle.h"
 #include "tests/support/TestEnvironment.h"
@@ -108,17 +109,14 @@ TEST(RunningCopies, OfOtherIdentifiersAreOthers) {
     ChildProcess copy({program});
     seenBy(copy);
     test::setInfo(u"CFBundleIdentifier"_s, u"com.example.other"_s);
-    const auto own = RunningApplication::withBundleIdentifier(u"com.example.other"_s);
-    ASSERT_EQ(own.size(), 1U);
-    EXPECT_EQ(own[0].processIdentifier(), ::getpid());
+    EXPECT_EQ(platform::registerAndListCopies(u"com.example.other"_s), Processes({::getpid()}));
 }
 
 TEST(RunningCopies, ListThisProcessOnceHoweverOftenItAsks) {
     test::setInfo(u"CFBundleIdentifier"_s, u"com.example.self"_s);
     for (int count = 0; count < 3; ++count) {
-        const auto own = RunningApplication::withBundleIdentifier(u"com.example.self"_s);
-        ASSERT_EQ(own.size(), 1U);
-        EXPECT_EQ(own[0].processIdentifier(), ::getpid());
+        EXPECT_EQ(RunningApplication::withBundleIdentifier(u"com.example.self"_s).size(), 1U);
+        EXPECT_EQ(platform::registerAndListCopies(u"com.example.self"_s), Processes({::getpid()}));
     }
 }
 
@@ -189,18 +187,14 @@ TEST(RunningApplications, OfAnotherIdentifierAreFoundByTheirExecutableNewestFirs
     test::setEnvironment("XDG_RUNTIME_DIR", test::home().toUtf8()); // a list of its own, so that the next stays too
     ChildProcess second({program});
     seenBy(second);
-    const auto found = RunningApplication::withBundleIdentifier(kIdentifier);
-    ASSERT_EQ(found.size(), 2U);
-    EXPECT_EQ(found[0].processIdentifier(), second.process());
-    EXPECT_EQ(found[1].processIdentifier(), first.process());
+    EXPECT_EQ(RunningApplication::withBundleIdentifier(kIdentifier).size(), 2U);
+    EXPECT_EQ(platform::processesWithBundleIdentifier(kIdentifier), Processes({second.process(), first.process()}));
 }
 
 TEST(RunningApplications, AreFoundByTheScriptThatAnInterpreterRuns) {
     ChildProcess running({putScript("echo ready\nread -r line\n")});
     seenBy(running);
-    const auto found = RunningApplication::withBundleIdentifier(kScriptIdentifier);
-    ASSERT_EQ(found.size(), 1U);
-    EXPECT_EQ(found[0].processIdentifier(), running.process());
+    EXPECT_EQ(platform::processesWithBundleIdentifier(kScriptIdentifier), Processes({running.process()}));
     running.finish();
     EXPECT_TRUE(RunningApplication::withBundleIdentifier(kScriptIdentifier).empty());
 }
@@ -208,9 +202,7 @@ TEST(RunningApplications, AreFoundByTheScriptThatAnInterpreterRuns) {
 TEST(RunningApplications, AreNotTheProcessesThatAnApplicationMadeOfItself) {
     ChildProcess running({putScript("(echo ready; read -r line)\n:\n")});
     seenBy(running);
-    const auto found = RunningApplication::withBundleIdentifier(kScriptIdentifier);
-    ASSERT_EQ(found.size(), 1U);
-    EXPECT_EQ(found[0].processIdentifier(), running.process());
+    EXPECT_EQ(platform::processesWithBundleIdentifier(kScriptIdentifier), Processes({running.process()}));
 }
 
 // A program counts as started before the kernel has its command line.

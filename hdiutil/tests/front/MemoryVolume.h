@@ -15,16 +15,16 @@ class MemoryVolume final : public Volume {
 public:
     static constexpr NodeId kRoot = 2;
 
-    MemoryVolume() { nodes_[kRoot].attributes = {NodeKind::kFolder, 0755, 0, 0, 1, 0, {}, {}, {}}; }
+    MemoryVolume() { nodes_[kRoot].attributes = {NodeKind::kFolder, 0755, 1, 0, {}, {}}; }
 
     NodeId addFolder(NodeId parent, const std::string& name, std::uint32_t mode = 0755) {
-        return add(parent, name, {NodeKind::kFolder, mode, 0, 0, 1, 0, {}, {}, {}}, "");
+        return add(parent, name, {NodeKind::kFolder, mode, 1, 0, {}, {}}, "");
     }
     NodeId addFile(NodeId parent, const std::string& name, const std::string& text, std::uint32_t mode = 0644) {
-        return add(parent, name, {NodeKind::kFile, mode, 0, 0, 1, text.size(), {1000, 5}, {}, {}}, text);
+        return add(parent, name, {NodeKind::kFile, mode, 1, text.size(), {1000, 5}, {}}, text);
     }
     NodeId addLink(NodeId parent, const std::string& name, const std::string& target) {
-        return add(parent, name, {NodeKind::kSymlink, 0777, 0, 0, 1, target.size(), {}, {}, {}}, target);
+        return add(parent, name, {NodeKind::kSymlink, 0777, 1, target.size(), {}, {}}, target);
     }
     void addEntry(NodeId parent, const std::string& name, NodeId node) {
         nodes_[parent].entries.push_back({name, node});
@@ -34,7 +34,6 @@ public:
     void setSize(NodeId node, std::uint64_t size) { nodes_[node].attributes.size = size; }
 
     const std::string& name() const override { return name_; }
-    const std::string& fileSystem() const override { return name_; }
     std::uint64_t capacity() const override { return 1U << 20; }
     std::uint64_t freeSpace() const override { return 0; }
     NodeId root() const override { return kRoot; }
