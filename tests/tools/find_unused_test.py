@@ -2,6 +2,8 @@
 """.ci/find-unused on small programs. Run by .ci/run alone: it needs libclang, which building and testing do not."""
 
 import json
+import pathlib
+import tempfile
 import unittest
 
 from check_scripts_test import Tree
@@ -41,6 +43,8 @@ int main() {
     auto address = &A::byAddress;
     A a;
     (a.*address)();
+    Base& base = a;
+    base.overridden();
     B b;
     inTemplate(b);
 }
@@ -73,6 +77,43 @@ int main() {
             "ui/C.cpp:4: outer is called by nothing, or by tests alone",
             "ui/C.cpp:5: self is called by nothing, or by tests alone",
         )
+
+    def test_knows_that_a_library_calls_what_its_header_declares(self):
+        with tempfile.TemporaryDirectory() as library:
+            header = pathlib.Path(library, "library.h")
+            header.write_text("void hook();\nstruct Listener {\n    virtual void told() {}\n};\n", encoding="utf-8")
+            self.put("ui/C.cpp", f"""#include "{header}"
+namespace {{
+void byHook() {{}}
+void byListener() {{}}
+}}
+void hook() {{ byHook(); }}
+struct Ours : Listener {{
+    void told() override {{ byListener(); }}
+}};
+struct OursOfOurs : Ours {{
+    void told() override {{ byListener(); }}
+}};
+""")
+            self.compile("app/main.cpp", "ui/A.cpp", "ui/C.cpp")
+            self.expect_good()
+            header.write_text("struct Listener {};\n", encoding="utf-8")
+            self.put("ui/C.cpp", "void byHook() {}\nvoid hook() { byHook(); }\n")
+            self.expect_bad(
+                "ui/C.cpp:1: byHook is called by functions that are not run themselves",
+                "ui/C.cpp:2: hook is called by nothing, or by tests alone",
+            )
+
+    def test_names_an_override_of_a_function_of_ours_that_nobody_calls(self):
+        self.put("ui/C.cpp", """struct Shape {
+    virtual int sides() const = 0;
+};
+struct Square : Shape {
+    int sides() const override { return 4; }
+};
+""")
+        self.compile("app/main.cpp", "ui/A.cpp", "ui/C.cpp")
+        self.expect_bad("ui/C.cpp:5: Square::sides is called by nothing, or by tests alone")
 
     def test_tells_functions_of_one_name_apart(self):
         self.put("ui/C.cpp", "struct C {\n    void byAddress();\n};\nvoid C::byAddress() {}\n")
