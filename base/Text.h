@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstddef>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -18,6 +19,13 @@ inline std::vector<std::string_view> split(std::string_view text, char separator
         text.remove_prefix(std::min(length + 1, text.size()));
     }
     return parts;
+}
+
+// Without the blanks at both ends.
+inline std::string_view trimmed(std::string_view text, std::string_view blanks = " \t\r\n") {
+    const std::size_t begin = std::min(text.find_first_not_of(blanks), text.size());
+    text.remove_prefix(begin);
+    return text.substr(0, text.find_last_not_of(blanks) + 1);
 }
 
 // The whole text as a number without blanks; absent when it is none or does not fit.

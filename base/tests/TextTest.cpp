@@ -15,6 +15,13 @@ TEST(Split, KeepsEmptyPartsButNoneAtTheEnd) {
     EXPECT_EQ(split("", ' '), Parts());
 }
 
+TEST(Trimmed, LosesTheBlanksAtItsEndsOnly) {
+    EXPECT_EQ(trimmed(" \t a b\r\n"), "a b");
+    EXPECT_EQ(trimmed("\ta ", " "), "\ta");
+    EXPECT_EQ(trimmed(" \n "), "");
+    EXPECT_EQ(trimmed(""), "");
+}
+
 TEST(ParseNumber, TakesWholeTextsOnly) {
     EXPECT_EQ(parseNumber<int>("-12"), -12);
     EXPECT_EQ(parseNumber<std::uint64_t>("18446744073709551615"), 18446744073709551615U);

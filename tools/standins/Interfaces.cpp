@@ -1,7 +1,8 @@
 #include "tools/standins/Interfaces.h"
 
+#include "base/Files.h"
+#include "base/Text.h"
 #include "tools/standins/PermanentAddresses.h"
-#include "tools/standins/SystemFiles.h"
 
 #include <net/if.h>
 
@@ -18,7 +19,7 @@ namespace standins {
 namespace {
 
 std::string value(const std::filesystem::path& folder, const char* name) {
-    return trimmed(readFile(folder / name).value_or(std::string()));
+    return std::string(base::trimmed(base::readSmallFile(folder / name).value_or(std::string())));
 }
 
 bool isUsableAddress(const std::string& text) {

@@ -1,23 +1,24 @@
 #include "tools/standins/Processor.h"
 
+#include "base/Files.h"
+#include "base/Text.h"
 #include "tools/standins/SystemFiles.h"
 
 #include <sys/utsname.h>
 
-#include <sstream>
+#include <string_view>
 
 namespace standins {
 namespace {
 
-std::optional<std::string> firstValue(const std::string& cpuInformation, const std::string& label) {
-    std::istringstream lines(cpuInformation);
-    for (std::string line; std::getline(lines, line);) {
-        const auto colon = line.find(':');
-        if (colon == std::string::npos || trimmed(line.substr(0, colon)) != label) {
+std::optional<std::string> firstValue(const std::string& cpuInformation, std::string_view label) {
+    for (const std::string_view line : base::split(cpuInformation, '\n')) {
+        const std::size_t colon = line.find(':');
+        if (colon == std::string_view::npos || base::trimmed(line.substr(0, colon)) != label) {
             continue;
         }
-        if (std::string value = trimmed(line.substr(colon + 1)); !value.empty()) {
-            return value;
+        if (const std::string_view value = base::trimmed(line.substr(colon + 1)); !value.empty()) {
+            return std::string(value);
         }
     }
     return std::nullopt;
@@ -31,7 +32,7 @@ std::optional<std::string> processorNameIn(const std::string& cpuInformation) {
 }
 
 std::string processorName() {
-    const auto information = readFile(systemPath("/proc/cpuinfo"));
+    const auto information = base::readSmallFile(systemPath("/proc/cpuinfo"));
     if (auto name = processorNameIn(information.value_or(std::string()))) {
         return *name;
     }
