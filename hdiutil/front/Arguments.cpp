@@ -117,9 +117,11 @@ Handlers handlersOf(Verb verb) {
         return {{"-quiet", flag(&Arguments::quiet, true)}};
     case Verb::kCreate:
         return createHandlers();
-    default:
+    case Verb::kHelp:
+    case Verb::kVersion:
         return {};
     }
+    return {}; // of no enumerator
 }
 
 Verb verbNamed(const std::string& word) {

@@ -1,9 +1,9 @@
 #include "hdiutil/front/AttachRecord.h"
 
 #include "base/Files.h"
+#include "base/Text.h"
 
 #include <algorithm>
-#include <charconv>
 #include <iterator>
 
 namespace hdi {
@@ -13,8 +13,9 @@ constexpr std::string_view kKind = "hdiutil-record 1";
 
 template <typename Number>
 bool readNumber(const std::string& text, Number& number) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size();
+    const std::optional<Number> read = base::parseNumber<Number>(text);
+    number = read.value_or(number);
+    return read.has_value();
 }
 
 bool readIdentity(const Fields& f, ImageIdentity& identity) {

@@ -1,6 +1,7 @@
 #include "hdiutil/front/AttachedState.h"
 
 #include "base/Files.h"
+#include "base/Text.h"
 #include "base/VolumesFolder.h"
 #include "hdiutil/front/FrontError.h"
 
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <filesystem>
 
 namespace hdi {
@@ -37,12 +37,11 @@ bool isStillNamed(int fd, const std::string& path) {
 }
 
 std::optional<int> diskOfFile(const std::string& name) {
-    int disk = 0;
-    const char* begin = name.data() + std::min(kRecordPrefix.size(), name.size());
-    const char* end = name.data() + name.size();
-    const auto [stop, error] = std::from_chars(begin, end, disk);
-    const bool whole = name.starts_with(kRecordPrefix) && error == std::errc() && stop == end;
-    return whole && disk >= kFirstDisk ? std::optional(disk) : std::nullopt;
+    if (!name.starts_with(kRecordPrefix)) {
+        return std::nullopt;
+    }
+    const std::optional<int> disk = base::parseNumber<int>(std::string_view(name).substr(kRecordPrefix.size()));
+    return disk >= kFirstDisk ? disk : std::nullopt;
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "hdiutil/front/VolumeName.h"
 
+#include "base/Text.h"
+
 #include <array>
 #include <cstdint>
 
@@ -52,14 +54,7 @@ bool isDropped(char32_t value) {
     return control || lineEnd || value == kBroken;
 }
 
-std::string trimmed(const std::string& text) {
-    constexpr std::string_view kBlanks = " ";
-    const std::size_t begin = text.find_first_not_of(kBlanks);
-    if (begin == std::string::npos) {
-        return {};
-    }
-    return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
-}
+constexpr std::string_view kBlank = " ";
 
 // The longest beginning of at most `limit` bytes that splits no character.
 std::string cut(const std::string& text, std::size_t limit) {
@@ -69,7 +64,7 @@ std::string cut(const std::string& text, std::size_t limit) {
     while (limit > 0 && (static_cast<unsigned char>(text[limit]) & 0xC0) == 0x80) {
         --limit;
     }
-    return trimmed(text.substr(0, limit));
+    return std::string(base::trimmed(std::string_view(text).substr(0, limit), kBlank));
 }
 
 } // namespace
@@ -83,7 +78,7 @@ std::string cleanVolumeName(std::string_view stored) {
         }
         stored.remove_prefix(point.bytes);
     }
-    const std::string name = cut(trimmed(kept), kLongestName);
+    const std::string name = cut(std::string(base::trimmed(kept, kBlank)), kLongestName);
     return name.empty() || name == "." || name == ".." ? "Untitled" : name;
 }
 
