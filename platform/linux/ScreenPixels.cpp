@@ -1,27 +1,21 @@
 #include "platform/linux/ScreenPixels.h"
 
+#include "platform/linux/XcbReply.h"
+
 #include <QGuiApplication>
 #include <QScreen>
 
 #include <xcb/randr.h>
 #include <xcb/xcb.h>
 
-#include <cstdlib>
-#include <memory>
 #include <string>
 
 namespace platform {
 
 namespace {
 
-struct FreeReply {
-    void operator()(void* reply) const { std::free(reply); }
-};
-template <typename Reply>
-using ReplyPointer = std::unique_ptr<Reply, FreeReply>;
-
 QString nameOf(xcb_connection_t* connection, xcb_atom_t atom) {
-    const ReplyPointer<xcb_get_atom_name_reply_t> reply(
+    const XcbReply<xcb_get_atom_name_reply_t> reply(
         xcb_get_atom_name_reply(connection, xcb_get_atom_name(connection, atom), nullptr));
     return reply ? QString::fromUtf8(xcb_get_atom_name_name(reply.get()), xcb_get_atom_name_name_length(reply.get()))
                  : QString();
@@ -36,7 +30,7 @@ std::optional<QSize> pixelsOf(const QScreen& screen) {
     }
     xcb_connection_t* const connection = x11->connection();
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-    const ReplyPointer<xcb_randr_get_monitors_reply_t> reply(
+    const XcbReply<xcb_randr_get_monitors_reply_t> reply(
         xcb_randr_get_monitors_reply(connection, xcb_randr_get_monitors(connection, root, 1), nullptr));
     if (!reply) {
         return std::nullopt;

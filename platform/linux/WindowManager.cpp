@@ -1,22 +1,17 @@
 #include "platform/linux/WindowManager.h"
 
+#include "platform/linux/XcbReply.h"
+
 #include <xcb/xcb.h>
 
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string_view>
 #include <vector>
 
 namespace platform {
 namespace {
-
-struct Free {
-    void operator()(void* memory) const { std::free(memory); }
-};
-template <typename Reply>
-using Owned = std::unique_ptr<Reply, Free>;
 
 // A connection to the display that DISPLAY names, and the root window of its screen.
 class Display {
@@ -39,7 +34,7 @@ public:
 
     xcb_atom_t atom(std::string_view name) const {
         const auto cookie = xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data());
-        const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection_, cookie, nullptr));
+        const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection_, cookie, nullptr));
         return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
     }
 
@@ -47,7 +42,7 @@ public:
     std::vector<std::uint32_t> values(xcb_window_t window, std::string_view property, xcb_atom_t type) const {
         constexpr std::uint32_t kMost = 64 * 1024;
         const auto cookie = xcb_get_property(connection_, 0, window, atom(property), type, 0, kMost);
-        const Owned<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection_, cookie, nullptr));
+        const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection_, cookie, nullptr));
         if (!reply || reply->format != 32) {
             return {};
         }
@@ -79,7 +74,7 @@ public:
     // Returns when the server has seen all requests: this process may end right after.
     void synchronize() const {
         const auto cookie = xcb_get_input_focus(connection_);
-        const Owned<xcb_get_input_focus_reply_t> reply(xcb_get_input_focus_reply(connection_, cookie, nullptr));
+        const XcbReply<xcb_get_input_focus_reply_t> reply(xcb_get_input_focus_reply(connection_, cookie, nullptr));
     }
 
 private:

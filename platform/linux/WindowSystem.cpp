@@ -1,5 +1,7 @@
 #include "platform/WindowSystem.h"
 
+#include "platform/linux/XcbReply.h"
+
 #include <QAbstractNativeEventFilter>
 #include <QGuiApplication>
 #include <QWindow>
@@ -8,21 +10,13 @@
 #include <xcb/xcb.h>
 #include <xcb/xfixes.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <utility>
 
 namespace platform {
 
 namespace {
-
-struct FreeReply {
-    void operator()(void* reply) const { std::free(reply); }
-};
-template <typename Reply>
-using ReplyPointer = std::unique_ptr<Reply, FreeReply>;
 
 // Null when the display is no X server.
 xcb_connection_t* connectionToX() {
@@ -34,7 +28,7 @@ xcb_atom_t compositorSelection(xcb_connection_t* connection) {
     static const xcb_atom_t selection = [connection] {
         const std::string name = "_NET_WM_CM_S0";
         const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-        const ReplyPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
+        const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
         return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
     }();
     return selection;
@@ -96,8 +90,7 @@ bool compositorIsRunning() {
     }
     const xcb_atom_t selection = compositorSelection(connection);
     const auto cookie = xcb_get_selection_owner(connection, selection);
-    const ReplyPointer<xcb_get_selection_owner_reply_t> reply(
-        xcb_get_selection_owner_reply(connection, cookie, nullptr));
+    const XcbReply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(connection, cookie, nullptr));
     return reply && reply->owner != XCB_WINDOW_NONE;
 }
 
