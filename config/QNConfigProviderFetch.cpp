@@ -22,7 +22,7 @@ constexpr const char* kFunction = "+[QNConfigProvider loadConfigWithCompletion:]
 
 std::optional<QString> addressOfThisRun() {
     const auto configured = QNConfigProvider::getConfigUrl();
-    const QStringList& arguments = processArguments();
+    const QStringList& arguments = platform::processArguments();
     consoleLog(formatText("ARGS: %@", arguments));
     const auto overriding = ConfigRequest::overridingAddress(arguments);
     auto address = overriding ? overriding : configured;

@@ -52,8 +52,8 @@ void QNMainController::startDownload() {
 
 void QNMainController::showNoInternet() {
     setViewHidden(false);
-    showInfoAlertWithMessage(localizedString(u"MessagePleaseTryLater"_s),
-                             localizedString(u"MessageNoInternetConnection"_s), imageNamed(u"no_internet"_s),
+    showInfoAlertWithMessage(platform::localizedString(u"MessagePleaseTryLater"_s),
+                             platform::localizedString(u"MessageNoInternetConnection"_s), imageNamed(u"no_internet"_s),
                              Retry{true}, Close{false}, ContactSupport{false}, StyledText(QString()));
 }
 

@@ -38,7 +38,7 @@ void QNMainController::readOutputOf(const std::shared_ptr<Task>& task,
 }
 
 void QNMainController::receivedData(const Notification& notification) {
-    const std::optional<QString> text = decodeUtf8(dataItemOf(notification));
+    const std::optional<QString> text = platform::decodeUtf8(dataItemOf(notification));
     platform::consoleLog(formatText("stringOutput: %@", text));
     // The numbers are checked by being read; nothing shows them.
     if (text) {
@@ -52,7 +52,7 @@ void QNMainController::receivedData(const Notification& notification) {
 void QNMainController::taskCompletion(const Notification& notification) {
     constexpr auto kFunction = "-[QNMainController taskCompletion:]";
     platform::consoleLog(formatText("aNotification: %@", describe(notification)));
-    platform::consoleLog(formatText("completeOutput: %@", decodeUtf8(dataItemOf(notification))));
+    platform::consoleLog(formatText("completeOutput: %@", platform::decodeUtf8(dataItemOf(notification))));
     const std::optional<QString> name = QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s);
     // Compared as a whole number: 100.9 is 100.
     if (progressPercents_ >= kWhole && progressPercents_ < kWhole + 1.0) {

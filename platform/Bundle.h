@@ -32,9 +32,13 @@ private:
     QVariantMap info_;
 };
 
+namespace platform {
+
 // The text of `key` in the main bundle's table Localizable.strings of the one chosen language. A missing text is empty,
 // never its key, and is not looked up in another language.
 QString localizedString(const QString& key);
 
 // The language chosen for the main bundle, such as "de-DE".
 QString chosenLocalization();
+
+} // namespace platform

@@ -73,5 +73,5 @@ QString QNSystemInfo::configLocale(const QString& locale) {
 }
 
 bool QNSystemInfo::isRTL() {
-    return LocaleChoice::isRightToLeft(chosenLocalization());
+    return LocaleChoice::isRightToLeft(platform::chosenLocalization());
 }

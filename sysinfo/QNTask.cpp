@@ -29,7 +29,7 @@ std::optional<QString> QNTask::runTaskWithPath(const QString& path, const QStrin
     try {
         QByteArray output;
         platform::translatingSystemExceptions([&] { output = outputOf(path, arguments); });
-        return output.isEmpty() ? std::nullopt : std::optional(decodeSystemText(output));
+        return output.isEmpty() ? std::nullopt : std::optional(platform::decodeSystemText(output));
     } catch (const PlatformException& exception) {
         platform::consoleLog(formatText("Exception: %@", exception));
         QNLogger::error(formatText("Run Task with path: %@ threw an exception: %@", path, exception),

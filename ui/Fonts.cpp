@@ -21,7 +21,7 @@ constexpr double kDefaultSize = 12.0;
 // One character has several forms, and left to itself the system takes those of its own language, not of ours.
 QString hanFamily() {
     static const QString family = [] {
-        const QString language = chosenLocalization();
+        const QString language = platform::chosenLocalization();
         return language == u"ja"_s        ? u"Noto Sans CJK JP"_s
                : language == u"ko"_s      ? u"Noto Sans CJK KR"_s
                : language == u"zh-Hant"_s ? u"Noto Sans CJK TC"_s

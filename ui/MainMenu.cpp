@@ -38,7 +38,7 @@ void setIconLater(QWidget* window) {
 } // namespace
 
 MainMenu::MainMenu(QAction* quit, QObject* parent) : QObject(parent), quit_(quit) {
-    quit_->setText(localizedString(u"MenuQuit"_s));
+    quit_->setText(platform::localizedString(u"MenuQuit"_s));
     connect(quit_, &QAction::triggered, this, &MainMenu::quitRequested);
     if (platform::programsHaveAMenu()) {
         quit_->setMenuRole(QAction::QuitRole);

@@ -30,7 +30,7 @@ void Screens::setupLayer() {
 }
 
 void Screens::setupConnectingLabel() {
-    connectingLabel_->setText(localizedString(u"MessageConnecting"_s));
+    connectingLabel_->setText(platform::localizedString(u"MessageConnecting"_s));
     styleLabel(*connectingLabel_, hexColor("#1A1A1A"), {kCommonSans, 32.0});
     for (QNSpinner* const spinner : spinnerView_->findChildren<QNSpinner*>()) {
         spinner->setAccessibleName(connectingLabel_->string());
@@ -93,16 +93,16 @@ void Screens::showErrorPanel() {
 void Screens::showGenericDownloadScreen() {
     QNLogger::debug(u"Show generic download screen."_s, logContext("-[QNMainController showGenericDownloadScreen]"));
     showErrorPanel();
-    showInfoAlertWithMessage(setupGenericDownloadUI(), localizedString(u"MessageGetLatestVersion"_s),
+    showInfoAlertWithMessage(setupGenericDownloadUI(), platform::localizedString(u"MessageGetLatestVersion"_s),
                              imageNamed(u"dl"_s), Retry{false}, Close{true}, ContactSupport{true},
-                             setupVisitOnlineSiteLabelUI(), localizedString(u"MessageDownloadButtonText"_s),
+                             setupVisitOnlineSiteLabelUI(), platform::localizedString(u"MessageDownloadButtonText"_s),
                              config_ ? config_->actionUrl() : std::nullopt);
 }
 
 void Screens::showGenericError() {
     QNLogger::debug(u"Show generic error screen."_s, logContext("-[QNMainController showGenericError]"));
     showErrorPanel();
-    showInfoAlertWithMessage(setupContactSupportLabelsUI(), localizedString(u"MessageInstallationFailed"_s),
+    showInfoAlertWithMessage(setupContactSupportLabelsUI(), platform::localizedString(u"MessageInstallationFailed"_s),
                              imageNamed(u"install_failed_block_img"_s), Retry{false}, Close{true}, ContactSupport{true},
                              setupVisitOnlineSiteLabelUI());
 }

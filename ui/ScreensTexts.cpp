@@ -19,7 +19,7 @@ constexpr double kSmall = 14.0;
 constexpr double kLarge = 16.0;
 
 QString text(const char* key) {
-    return localizedString(QLatin1String(key));
+    return platform::localizedString(QLatin1String(key));
 }
 
 // The base set comes first and is overwritten over the whole run: neither its font nor its colour is ever seen.

@@ -21,7 +21,7 @@ Screens::Screens(const QString& interfaceName) {
     }
     static_cast<void>(root.release());
     // It shows a cross and no words.
-    closeButton_->setAccessibleName(localizedString(u"MenuQuit"_s));
+    closeButton_->setAccessibleName(platform::localizedString(u"MenuQuit"_s));
 }
 
 Screens::~Screens() {

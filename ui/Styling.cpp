@@ -22,7 +22,7 @@ void styleLabel(TextField& label, const std::optional<Color>& color, const FontC
 }
 
 void styleButton(Button& button, const ButtonLook& look) {
-    button.setTitle(localizedString(look.titleKey));
+    button.setTitle(platform::localizedString(look.titleKey));
     TextAttributes attributes;
     attributes.color = look.titleColor;
     attributes.font = look.font;

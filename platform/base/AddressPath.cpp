@@ -29,7 +29,7 @@ QString lastComponentOf(const QString& address) {
     while (path.endsWith(u'/')) {
         path.chop(1);
     }
-    return decodeSystemText(QByteArray::fromPercentEncoding(path.section(u'/', -1).toUtf8()));
+    return platform::decodeSystemText(QByteArray::fromPercentEncoding(path.section(u'/', -1).toUtf8()));
 }
 
 } // namespace AddressPath

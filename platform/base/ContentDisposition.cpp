@@ -51,7 +51,7 @@ std::optional<QString> decodeExtended(const QByteArray& value) {
     const QByteArray charset = value.left(first).toLower();
     const QByteArray bytes = QByteArray::fromPercentEncoding(value.mid(second + 1));
     if (charset == "utf-8") {
-        return decodeUtf8(bytes);
+        return platform::decodeUtf8(bytes);
     }
     if (charset == "iso-8859-1") {
         return QString::fromLatin1(bytes);
@@ -66,7 +66,7 @@ std::optional<QString> filename(const QByteArray& value) {
     std::optional<QString> extended;
     for (const auto& [name, text] : parametersOf(value)) {
         if (name == "filename" && !plain) {
-            plain = decodeSystemText(text);
+            plain = platform::decodeSystemText(text);
         } else if (name == "filename*" && !extended) {
             extended = decodeExtended(text);
         }

@@ -10,6 +10,8 @@ bool meansNoRoute(long systemError) {
 
 } // namespace
 
+namespace platform {
+
 TransportError::Code transportErrorCode(CURLcode code, long systemError, bool hasRoute) {
     switch (code) {
     case CURLE_URL_MALFORMAT:
@@ -53,3 +55,5 @@ TransportError::Code transportErrorCode(CURLcode code, long systemError, bool ha
         return TransportError::kUnknown;
     }
 }
+
+} // namespace platform

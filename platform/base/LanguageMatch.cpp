@@ -83,6 +83,8 @@ std::optional<QString> byLanguageAndScript(const QString& wanted, const QStringL
 
 } // namespace
 
+namespace platform {
+
 std::optional<QString> matchLanguage(const QString& wanted, const QStringList& available) {
     const QString tag = canonical(wanted);
     const QString other = underOtherCode(tag);
@@ -100,3 +102,5 @@ std::optional<QString> matchLanguage(const QString& wanted, const QStringList& a
     }
     return other.isEmpty() ? std::nullopt : byLanguageAndScript(other, available);
 }
+
+} // namespace platform

@@ -5,6 +5,8 @@
 
 #include <optional>
 
+namespace platform {
+
 // Which of the available localisations serves a wanted language. Names are BCP 47 tags or the older forms with a
 // region and no script ("zh-TW"); _ counts as -, and letters as the same in both cases.
 //
@@ -17,3 +19,5 @@
 // 3. a table of another region in the same language and script: de-AT finds de-DE, zh-Hant-HK finds zh-TW.
 // Absent when no table is in the wanted language: Chinese in one script is not the other's reader's language.
 std::optional<QString> matchLanguage(const QString& wanted, const QStringList& available);
+
+} // namespace platform

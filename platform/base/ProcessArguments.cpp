@@ -9,6 +9,8 @@ QStringList& slot() {
 
 } // namespace
 
+namespace platform {
+
 void setProcessArguments(const QStringList& arguments) {
     slot() = arguments;
 }
@@ -16,3 +18,5 @@ void setProcessArguments(const QStringList& arguments) {
 const QStringList& processArguments() {
     return slot();
 }
+
+} // namespace platform

@@ -166,11 +166,11 @@ std::optional<Table> parse(const QByteArray& bytes) {
 QString chooseLocalization(const QStringList& preferred, const QStringList& available,
                            const QString& developmentRegion) {
     for (const QString& language : preferred) {
-        if (const std::optional<QString> found = matchLanguage(language, available)) {
+        if (const std::optional<QString> found = platform::matchLanguage(language, available)) {
             return *found;
         }
     }
-    return matchLanguage(developmentRegion, available).value_or(developmentRegion);
+    return platform::matchLanguage(developmentRegion, available).value_or(developmentRegion);
 }
 
 } // namespace StringsTable

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace platform {
+
 std::optional<QString> decodeUtf8(const QByteArray& bytes) {
     QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
     const QString text = decoder.decode(bytes);
@@ -12,5 +14,7 @@ std::optional<QString> decodeUtf8(const QByteArray& bytes) {
 
 QString decodeSystemText(const QByteArray& bytes) {
     const QByteArray text(bytes.constData(), std::find(bytes.cbegin(), bytes.cend(), '\0') - bytes.cbegin());
-    return decodeUtf8(text).value_or(QString::fromLatin1(text));
+    return platform::decodeUtf8(text).value_or(QString::fromLatin1(text));
 }
+
+} // namespace platform

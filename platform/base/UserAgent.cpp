@@ -4,6 +4,8 @@
 
 using namespace Qt::StringLiterals;
 
+namespace platform {
+
 QByteArray userAgent(const QVariantMap& infoDictionary) {
     QString name = infoDictionary.value(u"CFBundleName"_s).toString();
     if (name.isEmpty()) {
@@ -13,3 +15,5 @@ QByteArray userAgent(const QVariantMap& infoDictionary) {
     const QByteArray product = name.isEmpty() ? "QNInstaller" : QUrl::toPercentEncoding(name);
     return version.isEmpty() ? product : product + '/' + QUrl::toPercentEncoding(version);
 }
+
+} // namespace platform

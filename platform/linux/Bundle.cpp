@@ -63,8 +63,8 @@ QString chooseLocalizationOf(const Bundle& bundle) {
 }
 
 StringsTable::Table readChosenTable() {
-    const QString path = resourcesOf(Bundle::mainBundle().path()) + u'/' + chosenLocalization() + kLocalizationSuffix +
-                         u"/Localizable.strings"_s;
+    const QString path = resourcesOf(Bundle::mainBundle().path()) + u'/' + platform::chosenLocalization() +
+                         kLocalizationSuffix + u"/Localizable.strings"_s;
     const auto bytes = platform::readSystemFile(path);
     const auto table = bytes ? StringsTable::parse(*bytes) : std::nullopt;
     return table.value_or(StringsTable::Table());
@@ -117,7 +117,7 @@ std::optional<QString> Bundle::pathForResource(const QString& name, const QStrin
     const QString file = type.isEmpty() ? name : name + u'.' + type;
     const QString resources = resourcesOf(path_);
     const bool isMain = this == &mainBundle();
-    const QString language = isMain ? chosenLocalization() : chooseLocalizationOf(*this);
+    const QString language = isMain ? platform::chosenLocalization() : chooseLocalizationOf(*this);
     for (const QString& folder : {QString(), u'/' + language + kLocalizationSuffix, u"/Base.lproj"_s}) {
         if (const QString path = resources + folder + u'/' + file; isFile(path)) {
             return path;
@@ -125,6 +125,8 @@ std::optional<QString> Bundle::pathForResource(const QString& name, const QStrin
     }
     return std::nullopt;
 }
+
+namespace platform {
 
 QString localizedString(const QString& key) {
     static const StringsTable::Table table = readChosenTable();
@@ -135,3 +137,5 @@ QString chosenLocalization() {
     static const QString chosen = chooseLocalizationOf(Bundle::mainBundle());
     return chosen;
 }
+
+} // namespace platform

@@ -23,7 +23,7 @@ QByteArray withoutLineEnds(const QString& text) {
 }
 
 void append(CurlList& list, const QByteArray& line) {
-    curl_slist* const longer = curlLibrary()->append(list.get(), line.constData());
+    curl_slist* const longer = platform::curlLibrary()->append(list.get(), line.constData());
     if (!longer) {
         return;
     }
@@ -32,6 +32,8 @@ void append(CurlList& list, const QByteArray& line) {
 }
 
 } // namespace
+
+namespace platform {
 
 CurlHandle makeCurlHandle() {
     const CurlLibrary* const curl = curlLibrary();
@@ -83,3 +85,5 @@ void setHop(CURL* handle, const QString& address, const QString& method, const Q
         setOption(handle, CURLOPT_CUSTOMREQUEST, method.toUtf8().constData());
     }
 }
+
+} // namespace platform

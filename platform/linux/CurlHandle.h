@@ -8,15 +8,17 @@
 // A libcurl transfer handle, and how this program sets it up.
 
 struct CurlHandleFree {
-    void operator()(CURL* handle) const { curlLibrary()->cleanup(handle); }
-    void operator()(curl_slist* list) const { curlLibrary()->freeList(list); }
-    void operator()(CURLU* address) const { curlLibrary()->urlCleanup(address); }
-    void operator()(char* text) const { curlLibrary()->free(text); }
+    void operator()(CURL* handle) const { platform::curlLibrary()->cleanup(handle); }
+    void operator()(curl_slist* list) const { platform::curlLibrary()->freeList(list); }
+    void operator()(CURLU* address) const { platform::curlLibrary()->urlCleanup(address); }
+    void operator()(char* text) const { platform::curlLibrary()->free(text); }
 };
 using CurlHandle = std::unique_ptr<CURL, CurlHandleFree>;
 using CurlList = std::unique_ptr<curl_slist, CurlHandleFree>;
 using CurlAddress = std::unique_ptr<CURLU, CurlHandleFree>;
 using CurlText = std::unique_ptr<char, CurlHandleFree>;
+
+namespace platform {
 
 // Loads and prepares the library when it is first needed, which the program's start does not pay for. Any thread
 // but the main one. Null when there is no library or no memory.
@@ -39,3 +41,5 @@ void setCommonOptions(CURL* handle, const TransferLimits& limits, const CurlList
 
 // The address and the method of one hop; the body goes along with a POST only, and must outlive the hop.
 void setHop(CURL* handle, const QString& address, const QString& method, const QByteArray& body);
+
+} // namespace platform

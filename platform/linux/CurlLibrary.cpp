@@ -38,7 +38,11 @@ std::optional<CurlLibrary> load() {
 
 } // namespace
 
+namespace platform {
+
 const CurlLibrary* curlLibrary() {
     static const std::optional<CurlLibrary> kLibrary = load();
     return kLibrary ? &*kLibrary : nullptr;
 }
+
+} // namespace platform

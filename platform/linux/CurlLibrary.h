@@ -22,6 +22,10 @@ struct CurlLibrary {
     decltype(&curl_free) free = nullptr;
 };
 
+namespace platform {
+
 // Any thread but the main one: the first call waits for the first frame. Null when the system has no such library, or
 // too old a one; the console then says so, once.
 const CurlLibrary* curlLibrary();
+
+} // namespace platform

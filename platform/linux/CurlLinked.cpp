@@ -1,6 +1,8 @@
 #include "platform/base/FirstFrame.h"
 #include "platform/linux/CurlLibrary.h"
 
+namespace platform {
+
 const CurlLibrary* curlLibrary() {
     static const CurlLibrary kLibrary{
         .globalInit = &curl_global_init,
@@ -21,3 +23,5 @@ const CurlLibrary* curlLibrary() {
     static_cast<void>(platform::waitForFirstFrame());
     return &kLibrary;
 }
+
+} // namespace platform

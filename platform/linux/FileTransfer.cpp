@@ -65,6 +65,8 @@ UrlResponse responseFor(const QString& address) {
 
 } // namespace
 
+namespace platform {
+
 TransferResult transferFile(const QString& address, long blockSize, const BodySink& sink) {
     const QByteArray path = AddressPath::decodedPathOf(address);
     struct stat status {};
@@ -81,3 +83,5 @@ TransferResult transferFile(const QString& address, long blockSize, const BodySi
     }
     return responseFor(address);
 }
+
+} // namespace platform

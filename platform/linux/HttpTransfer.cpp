@@ -10,18 +10,18 @@
 HttpTransfer::HttpTransfer(const UrlRequest& request, const TransferLimits& limits, std::int64_t mostBody,
                            const BodySink& sink)
     : request_(request), limits_(limits), sink_(sink), address_(request.address->text), method_(request.method),
-      handle_(makeCurlHandle()), clock_(limits.idle, limits.whole, std::chrono::steady_clock::now()),
+      handle_(platform::makeCurlHandle()), clock_(limits.idle, limits.whole, std::chrono::steady_clock::now()),
       mostBody_(mostBody) {}
 
 TransferResult HttpTransfer::run() {
     if (!handle_) {
         return TransportError{TransportError::kUnknown, address_};
     }
-    headers_ = headerLines(request_);
-    setCommonOptions(handle_.get(), limits_, headers_);
+    headers_ = platform::headerLines(request_);
+    platform::setCommonOptions(handle_.get(), limits_, headers_);
     connectCallbacks();
     for (long followed = 0;; ++followed) {
-        setHop(handle_.get(), address_, method_, request_.body);
+        platform::setHop(handle_.get(), address_, method_, request_.body);
         if (const auto failure = performHop()) {
             return TransportError{*failure, address_};
         }
@@ -35,21 +35,21 @@ TransferResult HttpTransfer::run() {
 }
 
 void HttpTransfer::connectCallbacks() {
-    setOption(handle_.get(), CURLOPT_WRITEFUNCTION, takeBody);
-    setOption(handle_.get(), CURLOPT_WRITEDATA, this);
-    setOption(handle_.get(), CURLOPT_HEADERFUNCTION, takeHeader);
-    setOption(handle_.get(), CURLOPT_HEADERDATA, this);
-    setOption(handle_.get(), CURLOPT_XFERINFOFUNCTION, takeProgress);
-    setOption(handle_.get(), CURLOPT_XFERINFODATA, this);
-    setOption(handle_.get(), CURLOPT_NOPROGRESS, 0L);
+    platform::setOption(handle_.get(), CURLOPT_WRITEFUNCTION, takeBody);
+    platform::setOption(handle_.get(), CURLOPT_WRITEDATA, this);
+    platform::setOption(handle_.get(), CURLOPT_HEADERFUNCTION, takeHeader);
+    platform::setOption(handle_.get(), CURLOPT_HEADERDATA, this);
+    platform::setOption(handle_.get(), CURLOPT_XFERINFOFUNCTION, takeProgress);
+    platform::setOption(handle_.get(), CURLOPT_XFERINFODATA, this);
+    platform::setOption(handle_.get(), CURLOPT_NOPROGRESS, 0L);
 }
 
 std::optional<TransportError::Code> HttpTransfer::performHop() {
     CURLcode code = performOnce();
     if (brokeBeforeAnAnswer(code)) {
-        setOption(handle_.get(), CURLOPT_FRESH_CONNECT, 1L);
+        platform::setOption(handle_.get(), CURLOPT_FRESH_CONNECT, 1L);
         code = performOnce();
-        setOption(handle_.get(), CURLOPT_FRESH_CONNECT, 0L);
+        platform::setOption(handle_.get(), CURLOPT_FRESH_CONNECT, 0L);
     }
     if (isDoneWithHop_) {
         return std::nullopt;
@@ -68,8 +68,8 @@ std::optional<TransportError::Code> HttpTransfer::performHop() {
         return TransportError::kTimedOut;
     }
     long systemError = 0;
-    curlLibrary()->getInfo(handle_.get(), CURLINFO_OS_ERRNO, &systemError);
-    return transportErrorCode(code, systemError, platform::defaultRouteIsReachable());
+    platform::curlLibrary()->getInfo(handle_.get(), CURLINFO_OS_ERRNO, &systemError);
+    return platform::transportErrorCode(code, systemError, platform::defaultRouteIsReachable());
 }
 
 CURLcode HttpTransfer::performOnce() {
@@ -79,13 +79,13 @@ CURLcode HttpTransfer::performOnce() {
     isDoneWithHop_ = false;
     bodyBegan_ = false;
     decoder_.reset();
-    return curlLibrary()->perform(handle_.get());
+    return platform::curlLibrary()->perform(handle_.get());
 }
 
 // A server may close a connection that it kept at the moment at which we use it again.
 bool HttpTransfer::brokeBeforeAnAnswer(CURLcode code) const {
     long connects = 1;
-    curlLibrary()->getInfo(handle_.get(), CURLINFO_NUM_CONNECTS, &connects);
+    platform::curlLibrary()->getInfo(handle_.get(), CURLINFO_NUM_CONNECTS, &connects);
     const bool broke = code == CURLE_GOT_NOTHING || code == CURLE_RECV_ERROR || code == CURLE_SEND_ERROR;
     return broke && connects == 0 && headBytes_ == 0;
 }
@@ -105,7 +105,7 @@ std::optional<TransportError::Code> HttpTransfer::goOn(long followed) {
 
 // The Location, seen from the present address. As it stands when it is no reference to an address (RFC 3986, 4.1).
 QString HttpTransfer::redirectTarget() const {
-    const CurlLibrary& curl = *curlLibrary();
+    const CurlLibrary& curl = *platform::curlLibrary();
     const char* const location = header("Location");
     const CurlAddress address(curl.url());
     char* target = nullptr;
@@ -188,14 +188,14 @@ bool HttpTransfer::isRedirect() const {
 
 long HttpTransfer::status() const {
     long status = 0;
-    curlLibrary()->getInfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
+    platform::curlLibrary()->getInfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
     return status;
 }
 
 const char* HttpTransfer::header(const char* name) const {
     curl_header* found = nullptr;
     constexpr int kOfLastRequest = -1;
-    return curlLibrary()->header(handle_.get(), name, 0, CURLH_HEADER, kOfLastRequest, &found) == CURLHE_OK
+    return platform::curlLibrary()->header(handle_.get(), name, 0, CURLH_HEADER, kOfLastRequest, &found) == CURLHE_OK
                ? found->value
                : nullptr;
 }
@@ -212,7 +212,7 @@ std::int64_t HttpTransfer::expectedLength() const {
         return -1;
     }
     curl_off_t length = -1;
-    curlLibrary()->getInfo(handle_.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    platform::curlLibrary()->getInfo(handle_.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     return length;
 }
 

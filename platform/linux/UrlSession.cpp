@@ -47,7 +47,7 @@ TransferResult transfer(const UrlRequest& request, const TransferLimits& limits,
     }
     const QString scheme = address->scheme.value_or(QString()).toLower();
     if (scheme == u"file"_s) {
-        return transferFile(address->text, limits.receiveBuffer, sink);
+        return platform::transferFile(address->text, limits.receiveBuffer, sink);
     }
     const bool isHttp = scheme == u"http"_s || scheme == u"https"_s;
     if (!isHttp || address->host.value_or(QString()).isEmpty()) {

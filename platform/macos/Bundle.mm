@@ -118,6 +118,8 @@ std::optional<QString> Bundle::pathForResource(const QString& name, const QStrin
     return textOf([native pathForResource:name.toNSString() ofType:type.toNSString()]);
 }
 
+namespace platform {
+
 // Given no value the system answers with the key, so it is given one that no table holds.
 QString localizedString(const QString& key) {
     NSString* const missing = @"\uE000missing";
@@ -128,3 +130,5 @@ QString localizedString(const QString& key) {
 QString chosenLocalization() {
     return QString::fromNSString([NSBundle mainBundle].preferredLocalizations.firstObject);
 }
+
+} // namespace platform

@@ -69,7 +69,7 @@ protected:
     }
 
     static void setArguments(const QStringList& arguments) {
-        setProcessArguments(QStringList{u"/Program"_s} + arguments);
+        platform::setProcessArguments(QStringList{u"/Program"_s} + arguments);
     }
     static void configure(const std::string& address) {
         test::setSetting(u"PRODUCTION_URL"_s, QString::fromStdString(address));

@@ -142,8 +142,8 @@ TEST(LocalizedString, ComesFromTheChosenLanguage) {
     emptyResources();
     putTable(u"de-DE"_s, "/* title */ \"T\" = \"Größe\";\n");
     putTable(u"en-US"_s, "\"T\" = \"Size\";\n");
-    EXPECT_EQ(localizedString(u"T"_s), u"Größe"_s);
-    EXPECT_EQ(chosenLocalization(), u"de-DE"_s);
+    EXPECT_EQ(platform::localizedString(u"T"_s), u"Größe"_s);
+    EXPECT_EQ(platform::chosenLocalization(), u"de-DE"_s);
 }
 
 TEST(LocalizedString, IsEmptyForAMissingTextAndNotLookedUpInAnotherLanguage) {
@@ -152,8 +152,8 @@ TEST(LocalizedString, IsEmptyForAMissingTextAndNotLookedUpInAnotherLanguage) {
     putTable(u"de"_s, "\"A\" = \"a\";\n");
     putTable(u"en"_s, "\"T\" = \"Size\";\n");
     putTable(u"Base"_s, "\"T\" = \"Base\";\n");
-    EXPECT_EQ(localizedString(u"T"_s), QString());
-    EXPECT_EQ(localizedString(QString()), QString());
+    EXPECT_EQ(platform::localizedString(u"T"_s), QString());
+    EXPECT_EQ(platform::localizedString(QString()), QString());
 }
 
 TEST(LocalizedString, ComesFromTheDevelopmentRegionForALanguageWithoutATable) {
@@ -162,7 +162,7 @@ TEST(LocalizedString, ComesFromTheDevelopmentRegionForALanguageWithoutATable) {
     emptyResources();
     putTable(u"en-US"_s, "\"T\" = \"Size\";\n");
     putTable(u"fr-FR"_s, "\"T\" = \"Taille\";\n");
-    EXPECT_EQ(localizedString(u"T"_s), u"Taille"_s);
+    EXPECT_EQ(platform::localizedString(u"T"_s), u"Taille"_s);
 }
 
 TEST(LocalizedString, ComesFromTheNextLanguageOfTheUsersList) {
@@ -171,14 +171,14 @@ TEST(LocalizedString, ComesFromTheNextLanguageOfTheUsersList) {
     emptyResources();
     putTable(u"en-US"_s, "\"T\" = \"Size\";\n");
     putTable(u"nb-NO"_s, "\"T\" = \"Størrelse\";\n");
-    EXPECT_EQ(localizedString(u"T"_s), u"Størrelse"_s);
+    EXPECT_EQ(platform::localizedString(u"T"_s), u"Størrelse"_s);
 }
 
 TEST(LocalizedString, IsEmptyWhenTheTableIsMissingOrDamaged) {
     test::setEnvironment("LANG", "de_DE.UTF-8");
     emptyResources();
     putTable(u"de"_s, "\"T\" = \"Size\n");
-    EXPECT_EQ(localizedString(u"T"_s), QString());
+    EXPECT_EQ(platform::localizedString(u"T"_s), QString());
 }
 
 TEST(LocalizedString, KeepsTheLanguageThatHeldWhenItWasFirstAsked) {
@@ -186,7 +186,7 @@ TEST(LocalizedString, KeepsTheLanguageThatHeldWhenItWasFirstAsked) {
     emptyResources();
     putTable(u"de"_s, "\"T\" = \"Größe\";\n");
     putTable(u"en"_s, "\"T\" = \"Size\";\n");
-    EXPECT_EQ(localizedString(u"T"_s), u"Größe"_s);
+    EXPECT_EQ(platform::localizedString(u"T"_s), u"Größe"_s);
     test::setEnvironment("LANG", "en_US.UTF-8");
-    EXPECT_EQ(localizedString(u"T"_s), u"Größe"_s);
+    EXPECT_EQ(platform::localizedString(u"T"_s), u"Größe"_s);
 }

@@ -29,7 +29,7 @@ int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     locale.reset();
     QApplication::setQuitOnLastWindowClosed(false);
-    setProcessArguments(QCoreApplication::arguments());
+    platform::setProcessArguments(QCoreApplication::arguments());
     MainQueue::attachToMainThread();
     runCasesAndEnd();
 }

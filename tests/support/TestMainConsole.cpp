@@ -18,7 +18,7 @@ int main(int argc, char** argv) {
     std::optional<test::Utf8Locale> locale(std::in_place);
     const QCoreApplication application(argc, argv);
     locale.reset();
-    setProcessArguments(QCoreApplication::arguments());
+    platform::setProcessArguments(QCoreApplication::arguments());
     MainQueue::attachToMainThread();
     runCasesAndEnd();
 }

@@ -265,6 +265,33 @@ void f() {
         why = "a descriptor is owned, and closed, by base::Descriptor"
         self.expect_bad(f"platform/macos/a.mm:2: {why}", f"tools/a.cpp:2: {why}", f"tools/a.cpp:3: {why}")
 
+    def test_names_a_service_of_another_form(self):
+        self.put("platform/Good.h", """namespace platform {
+int good();
+}
+class Handle {
+public:
+    static Handle open();
+    int read();
+};
+""")
+        self.put("platform/base/Values.h", "int value();\nstruct Pair {\n    static Pair none() { return {}; }\n    int one;\n};\n")
+        self.put("ui/QNPublished.h", "class QNPublished {\npublic:\n    static int ask();\n};\n")
+        self.put("platform/Bad.h", "int bad();\nnamespace platform {\nint good();\n}\n")
+        self.put("platform/linux/Bad.h", "inline int bad() {\n    return 1;\n}\n")
+        self.put("ui/Asking.h", """class Asking {
+public:
+    Asking() = delete;
+    static int ask();
+    static int other() { return 1; }
+};
+""")
+        self.expect_bad(
+            "platform/Bad.h:1: a service's function stands in a namespace",
+            "platform/linux/Bad.h:1: a service's function stands in a namespace",
+            "ui/Asking.h:1: a service without state is a namespace of functions",
+        )
+
     def test_names_words_that_leave_open_what_is_meant(self):
         self.put("ui/a.h", "// As the " + "platform does.\nint a;\n")
         self.put("docs/a.md", "The " + "toolkit paints.\n")

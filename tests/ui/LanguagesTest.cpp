@@ -37,7 +37,7 @@ std::vector<std::pair<QString, QByteArray>> languages() {
     const QStringList folders = resources.entryList({u"*.lproj"_s}, QDir::Dirs).replaceInStrings(u".lproj"_s, u""_s);
     std::vector<std::pair<QString, QByteArray>> found;
     for (const char* locale : LocaleChoice::kSupportedLocales) {
-        found.emplace_back(matchLanguage(QString::fromLatin1(locale), folders).value_or(QString()),
+        found.emplace_back(platform::matchLanguage(QString::fromLatin1(locale), folders).value_or(QString()),
                            QByteArray(locale).replace('-', '_'));
     }
     return found;
@@ -306,8 +306,8 @@ TEST_F(LayoutTest, DISABLED_FitsItsScreens) {
     c.spinnerView()->setHidden(false);
     expectFits(shown);
     QNAlertController alert;
-    alert.showWindow(nullptr, localizedString(u"MenuQuit"_s), localizedString(u"MessagePleaseTryLater"_s), u"Y"_s,
-                     u"N"_s);
+    alert.showWindow(nullptr, platform::localizedString(u"MenuQuit"_s),
+                     platform::localizedString(u"MessagePleaseTryLater"_s), u"Y"_s, u"N"_s);
     expectFits(*alert.window());
 }
 

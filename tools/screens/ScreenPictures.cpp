@@ -74,8 +74,8 @@ bool saveAll(Window& window, QNMainController& controller, const QString& prefix
     controller.showConnectingScreen();
     saved = savePicture(window, prefix + u"connecting.png"_s) && saved;
     QNAlertController alert;
-    alert.showWindow(nullptr, localizedString(u"MenuQuit"_s), localizedString(u"MessagePleaseTryLater"_s), u"Y"_s,
-                     u"N"_s);
+    alert.showWindow(nullptr, platform::localizedString(u"MenuQuit"_s),
+                     platform::localizedString(u"MessagePleaseTryLater"_s), u"Y"_s, u"N"_s);
     window.orderOut();
     return savePicture(*alert.window(), prefix + u"alert.png"_s) && saved;
 }

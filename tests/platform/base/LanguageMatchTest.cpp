@@ -24,7 +24,7 @@ const QStringList kPlain = {u"de"_s, u"en"_s, u"he"_s, u"nb"_s, u"pt-BR"_s, u"pt
 
 void expectMatches(const std::vector<Row>& rows, const QStringList& available) {
     for (const Row& row : rows) {
-        const auto found = matchLanguage(QString::fromUtf8(row.wanted), available);
+        const auto found = platform::matchLanguage(QString::fromUtf8(row.wanted), available);
         EXPECT_EQ(found, row.expected ? std::optional(QString::fromUtf8(row.expected)) : std::nullopt) << row.wanted;
     }
 }

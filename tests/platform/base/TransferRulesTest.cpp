@@ -47,7 +47,7 @@ TEST(CurlErrors, AreCalledByThePlatformsCodes) {
         {CURLE_OUT_OF_MEMORY, 0, true, -1},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(transportErrorCode(row.code, row.systemError, row.hasRoute), row.expected)
+        EXPECT_EQ(platform::transportErrorCode(row.code, row.systemError, row.hasRoute), row.expected)
             << "code " << row.code << " " << row.systemError;
     }
 }
@@ -153,13 +153,14 @@ TEST(TransferClock, EndsWithTheWholeTimeHoweverManyBytesCome) {
 }
 
 TEST(UserAgent, IsNameAndVersionOfTheBundle) {
-    EXPECT_EQ(userAgent({{u"CFBundleName"_s, u"Kit Installer"_s},
-                         {u"CFBundleExecutable"_s, u"QNInstaller"_s},
-                         {u"CFBundleShortVersionString"_s, u"1.2"_s}}),
+    EXPECT_EQ(platform::userAgent({{u"CFBundleName"_s, u"Kit Installer"_s},
+                                   {u"CFBundleExecutable"_s, u"QNInstaller"_s},
+                                   {u"CFBundleShortVersionString"_s, u"1.2"_s}}),
               "Kit%20Installer/1.2");
-    EXPECT_EQ(userAgent({{u"CFBundleExecutable"_s, u"QNInstaller"_s}, {u"CFBundleShortVersionString"_s, u"1.2"_s}}),
-              "QNInstaller/1.2");
-    EXPECT_EQ(userAgent({{u"CFBundleName"_s, u"Kit"_s}}), "Kit");
-    EXPECT_EQ(userAgent({}), "QNInstaller");
-    EXPECT_EQ(userAgent({{u"CFBundleName"_s, u"a\r\nb: c"_s}}), "a%0D%0Ab%3A%20c");
+    EXPECT_EQ(
+        platform::userAgent({{u"CFBundleExecutable"_s, u"QNInstaller"_s}, {u"CFBundleShortVersionString"_s, u"1.2"_s}}),
+        "QNInstaller/1.2");
+    EXPECT_EQ(platform::userAgent({{u"CFBundleName"_s, u"Kit"_s}}), "Kit");
+    EXPECT_EQ(platform::userAgent({}), "QNInstaller");
+    EXPECT_EQ(platform::userAgent({{u"CFBundleName"_s, u"a\r\nb: c"_s}}), "a%0D%0Ab%3A%20c");
 }

@@ -69,11 +69,11 @@ QStringList checkTexts(Findings& findings, const BundleInfo& info) {
         return found;
     }
     const QString development = info.top().value(u"CFBundleDevelopmentRegion"_s).toString();
-    if (!development.isEmpty() && !matchLanguage(development, found)) {
+    if (!development.isEmpty() && !platform::matchLanguage(development, found)) {
         findings.add("bundle-development-language", info.place(u"CFBundleDevelopmentRegion"_s), {development});
     }
     for (const QString& language : listOf(languages())) {
-        if (!matchLanguage(language, found)) {
+        if (!platform::matchLanguage(language, found)) {
             findings.add("bundle-language-missing", info.place({}), {language});
         }
     }

@@ -22,7 +22,7 @@ using Clock = std::chrono::steady_clock;
 class Transfer {
 public:
     explicit Transfer(const ProbeRequest& request)
-        : request_(request), handle_(makeCurlHandle()), clock_(request.idle, request.limit, Clock::now()) {}
+        : request_(request), handle_(platform::makeCurlHandle()), clock_(request.idle, request.limit, Clock::now()) {}
 
     ProbeAnswer run() {
         const auto begin = Clock::now();
@@ -38,13 +38,13 @@ private:
     std::optional<TransportError::Code> follow() {
         UrlRequest fields;
         fields.headers = request_.headers;
-        const CurlList headers = headerLines(fields);
-        setCommonOptions(handle_.get(), limits_, headers);
+        const CurlList headers = platform::headerLines(fields);
+        platform::setCommonOptions(handle_.get(), limits_, headers);
         connectCallbacks();
         address_ = request_.address;
         QString method = request_.method;
         for (long followed = 0;; ++followed) {
-            setHop(handle_.get(), address_, method, request_.body);
+            platform::setHop(handle_.get(), address_, method, request_.body);
             answer_.hops.push_back({address_, 0, {}});
             if (const auto failure = performHop()) {
                 return failure;
@@ -67,13 +67,13 @@ private:
     }
 
     void connectCallbacks() {
-        setOption(handle_.get(), CURLOPT_WRITEFUNCTION, takeBody);
-        setOption(handle_.get(), CURLOPT_WRITEDATA, this);
-        setOption(handle_.get(), CURLOPT_HEADERFUNCTION, takeHeader);
-        setOption(handle_.get(), CURLOPT_HEADERDATA, this);
-        setOption(handle_.get(), CURLOPT_XFERINFOFUNCTION, takeProgress);
-        setOption(handle_.get(), CURLOPT_XFERINFODATA, this);
-        setOption(handle_.get(), CURLOPT_NOPROGRESS, 0L);
+        platform::setOption(handle_.get(), CURLOPT_WRITEFUNCTION, takeBody);
+        platform::setOption(handle_.get(), CURLOPT_WRITEDATA, this);
+        platform::setOption(handle_.get(), CURLOPT_HEADERFUNCTION, takeHeader);
+        platform::setOption(handle_.get(), CURLOPT_HEADERDATA, this);
+        platform::setOption(handle_.get(), CURLOPT_XFERINFOFUNCTION, takeProgress);
+        platform::setOption(handle_.get(), CURLOPT_XFERINFODATA, this);
+        platform::setOption(handle_.get(), CURLOPT_NOPROGRESS, 0L);
     }
 
     std::optional<TransportError::Code> performHop() {
@@ -81,7 +81,7 @@ private:
         decoder_.reset();
         bodyBegan_ = headIsWhole_ = false;
         headBytes_ = answer_.received = 0;
-        const CURLcode code = curlLibrary()->perform(handle_.get());
+        const CURLcode code = platform::curlLibrary()->perform(handle_.get());
         answer_.hops.back().status = static_cast<int>(status());
         if (!headIsWhole_) {
             answer_.hops.pop_back(); // nobody answered
@@ -102,19 +102,19 @@ private:
             return std::nullopt;
         }
         long systemError = 0;
-        curlLibrary()->getInfo(handle_.get(), CURLINFO_OS_ERRNO, &systemError);
-        return transportErrorCode(code, systemError, platform::defaultRouteIsReachable());
+        platform::curlLibrary()->getInfo(handle_.get(), CURLINFO_OS_ERRNO, &systemError);
+        return platform::transportErrorCode(code, systemError, platform::defaultRouteIsReachable());
     }
 
     long status() const {
         long status = 0;
-        curlLibrary()->getInfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
+        platform::curlLibrary()->getInfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
         return status;
     }
 
     QString redirectTarget() const {
         const char* target = nullptr;
-        curlLibrary()->getInfo(handle_.get(), CURLINFO_REDIRECT_URL, &target);
+        platform::curlLibrary()->getInfo(handle_.get(), CURLINFO_REDIRECT_URL, &target);
         return QString::fromUtf8(target);
     }
 

@@ -90,7 +90,7 @@ std::span<const std::string_view> languages() {
 QString localeFor(const QString& language) {
     for (const char* const known : LocaleChoice::kSupportedLocales) {
         QString locale = QString::fromLatin1(known);
-        if (matchLanguage(locale, {language})) {
+        if (platform::matchLanguage(locale, {language})) {
             return locale;
         }
     }
