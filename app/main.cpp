@@ -69,7 +69,7 @@ int run(Application& application) {
 //    where they would be shared: 5.5 and 5.4 ms. The released program has them inside.
 // 2. That request waits for the first frame (platform/base/FirstFrame.h): 1.9 and 0.2 ms.
 // 3. The bundle's own fonts are read while the display is connected: 3.1 and 3.1 ms.
-// 4. The tool that the first log line needs, and the one of the first event, work meanwhile: 2.9 and 0.8 ms. A copy
+// 4. The tool that the first log line needs, and the one of the first event, work meanwhile: 3.1 and 0.9 ms. A copy
 // that
 //    has to leave needs neither.
 void startAhead(const Bundle& bundle) {
