@@ -64,14 +64,12 @@ int run(Application& application) {
 // in the released program while it connects and without a network. bench/StartBench.cpp measured each alone;
 // docs/performance.md has the table.
 //
-// 1. libcurl and the thirty libraries that it brings along are loaded with the first request
-// (platform/linux/CurlLibrary.h)
-//    where they would be shared: 5.5 and 5.4 ms. The released program has them inside.
+// 1. libcurl and the thirty libraries that it brings along are loaded with the first request where they are shared
+//    (platform/linux/CurlLibrary.h): 5.5 and 5.4 ms. The released program has them inside.
 // 2. That request waits for the first frame (platform/base/FirstFrame.h): 1.9 and 0.2 ms.
 // 3. The bundle's own fonts are read while the display is connected: 3.1 and 3.1 ms.
-// 4. The tool that the first log line needs, and the one of the first event, work meanwhile: 3.1 and 0.9 ms. A copy
-// that
-//    has to leave needs neither.
+// 4. The tool that the first log line needs, and the one of the first event, work meanwhile: 3.1 and 0.9 ms. A second
+//    copy, which has to leave, needs neither.
 void startAhead(const Bundle& bundle) {
     platform::expectFirstFrame();
     platform::addOwnFonts(bundle.path() + u"/Contents/Resources/Fonts"_s);
