@@ -38,8 +38,8 @@ constexpr std::array kFaults{
              [](A a, C) { a.analytics = loopback::replyWithStatus(204); }},
     Scenario{"analytics-redirect", "a redirect that makes a GET of the POST", "",
              [](A a, C) {
-                 a.more["/moved"] = a.analytics;
-                 a.analytics = loopback::redirectTo("/moved", 301);
+                 a.more["/hop/1"] = a.analytics;
+                 a.analytics = loopback::redirectTo("/hop/1", 301);
              }},
     Scenario{"analytics-huge", "so many MiB of answer", "16",
              [](A a, C c) { a.analytics.generated = static_cast<std::uint64_t>(numberOf(c.value)) * 1024 * 1024; }},
@@ -65,6 +65,18 @@ constexpr std::array kTlsFaults{
     Scenario{"tls-garbage", "bytes that are no TLS", "", setTls<TlsFault::kGarbage>, true},
     Scenario{"tls-plain", "HTTP without TLS on an https address", "", setTls<TlsFault::kPlain>, true},
     Scenario{"tls-reset", "a reset instead of a handshake", "", setTls<TlsFault::kReset>, true},
+    Scenario{"tls-close", "the connection closes instead of a handshake", "", setTls<TlsFault::kClose>, true},
+    Scenario{"tls-wants-certificate", "no client without a certificate of its own", "",
+             setTls<TlsFault::kWantsCertificate>, true},
+    Scenario{"tls-no-farewell", "answers without a length, ended without TLS's own goodbye", "",
+             [](A a, C) {
+                 a.tls = TlsFault::kNoFarewell;
+                 for (loopback::Reply* const reply : {&a.configuration, &a.image, &a.analytics}) {
+                     reply->contentLength = "";
+                     reply->ending = Ending::kClose;
+                 }
+             },
+             true},
     Scenario{"tls-stall", "no answer to the handshake", "", setTls<TlsFault::kStall>, true},
 };
 

@@ -44,11 +44,11 @@ std::string inUtf16(const std::string& ascii) {
 
 // A chain of redirects that ends at the document.
 void redirect(Answers& answers, long count) {
-    answers.more["/redirect/0"] = answers.configuration;
+    answers.more["/hop/0"] = answers.configuration;
     for (long at = 1; at < count; ++at) {
-        answers.more["/redirect/" + std::to_string(at)] = loopback::redirectTo("/redirect/" + std::to_string(at - 1));
+        answers.more["/hop/" + std::to_string(at)] = loopback::redirectTo("/hop/" + std::to_string(at - 1));
     }
-    answers.configuration = loopback::redirectTo("/redirect/" + std::to_string(count - 1));
+    answers.configuration = loopback::redirectTo("/hop/" + std::to_string(count - 1));
 }
 
 // gzip's head, and nothing that can be unpacked behind it.

@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <exception>
@@ -18,6 +19,26 @@ using loopback::Ending;
 using loopback::Reply;
 using loopback::Request;
 
+namespace {
+
+// Its own, and the one that clients reach through a proxy.
+const std::string kNames = std::string(loopback::kLoopbackNames) + ",DNS:" + kBehindProxy;
+
+loopback::TlsUse tlsUseOf(TlsFault fault) {
+    switch (fault) {
+    case TlsFault::kOldVersionOnly:
+        return loopback::TlsUse::kOldOnly;
+    case TlsFault::kWantsCertificate:
+        return loopback::TlsUse::kWantsCertificate;
+    case TlsFault::kNoFarewell:
+        return loopback::TlsUse::kNoFarewell;
+    default:
+        return loopback::TlsUse::kUsual;
+    }
+}
+
+} // namespace
+
 FaultyServer::FaultyServer(Options options) : options_(std::move(options)) {
     std::signal(SIGPIPE, SIG_IGN); // of clients that go: OpenSSL writes without MSG_NOSIGNAL
     loopback::BoundSocket bound = loopback::bindToPort(options_.port);
@@ -29,7 +50,22 @@ FaultyServer::FaultyServer(Options options) : options_(std::move(options)) {
     if (::listen(listener_.get(), SOMAXCONN) != 0) {
         throw std::system_error(errno, std::generic_category(), "the port cannot be listened to");
     }
-    acceptor_ = std::thread([this] { acceptConnections(); });
+    const bool leadsToSix = std::ranges::any_of(
+        options_.faults, [](const ChosenFault& fault) { return fault.scenario->name.starts_with("ipv6"); });
+    if (leadsToSix) {
+        listenOnSix();
+    }
+    acceptor_ = std::thread([this] { acceptConnections(listener_); });
+}
+
+void FaultyServer::listenOnSix() {
+    loopback::BoundSocket bound = loopback::bindToPort(0, loopback::Family::kSix);
+    sixListener_ = std::move(bound.socket);
+    sixPort_ = bound.port;
+    if (::listen(sixListener_.get(), SOMAXCONN) != 0) {
+        throw std::system_error(errno, std::generic_category(), "the port of ::1 cannot be listened to");
+    }
+    sixAcceptor_ = std::thread([this] { acceptConnections(sixListener_); });
 }
 
 FaultyServer::~FaultyServer() {
@@ -42,6 +78,10 @@ FaultyServer::~FaultyServer() {
     }
     ::shutdown(listener_.get(), SHUT_RDWR); // wakes the acceptor
     acceptor_.join();
+    if (sixAcceptor_.joinable()) {
+        ::shutdown(sixListener_.get(), SHUT_RDWR);
+        sixAcceptor_.join();
+    }
     for (Worker& worker : workers_) {
         worker.thread.join();
     }
@@ -53,7 +93,7 @@ std::string FaultyServer::authority() const {
 
 std::unique_ptr<loopback::TlsContext> FaultyServer::makeTls(TlsFault fault) const {
     using namespace std::chrono_literals;
-    const std::string names = fault == TlsFault::kOtherHost ? "DNS:elsewhere.invalid" : loopback::kLoopbackNames;
+    const std::string names = fault == TlsFault::kOtherHost ? "DNS:elsewhere.invalid" : kNames;
     const loopback::Authority& authority = fault == TlsFault::kUnknownAuthority ? unknown_ : trusted_;
     loopback::Validity validity;
     if (fault == TlsFault::kExpired) {
@@ -64,21 +104,47 @@ std::unique_ptr<loopback::TlsContext> FaultyServer::makeTls(TlsFault fault) cons
     const loopback::TlsIdentity identity =
         fault == TlsFault::kSelfSigned ? loopback::makeSelfSignedIdentity()
                                        : authority.identity(names, validity, fault != TlsFault::kMissingIntermediate);
-    return std::make_unique<loopback::TlsContext>(
-        identity, fault == TlsFault::kOldVersionOnly ? loopback::TlsVersions::kOldOnly : loopback::TlsVersions::kUsual);
+    return std::make_unique<loopback::TlsContext>(identity, tlsUseOf(fault));
 }
 
 Answers FaultyServer::answers() const {
     Answers answers = options_.good(base_);
     for (const ChosenFault& fault : options_.faults) {
-        fault.scenario->apply(answers, {base_, refusing_.address(""), fault.value});
+        apply(fault, answers, context());
+    }
+    std::string& document = answers.configuration.body;
+    const std::pair<Target, const char*> inDocument[] = {{Target::kImage, kImagePath},
+                                                         {Target::kAnalytics, kAnalyticsPath}};
+    for (const auto& [target, path] : inDocument) {
+        const std::string here = base_ + path;
+        const std::string& place = answers.places.at(static_cast<std::size_t>(target));
+        const std::size_t at = document.find(here);
+        if (!place.empty() && at != std::string::npos) {
+            document.replace(at, here.size(), place + path);
+        }
     }
     return answers;
 }
 
-void FaultyServer::acceptConnections() {
+Context FaultyServer::context() const {
+    return {base_,
+            refusing_.address(""),
+            "http://[::1]:" + std::to_string(sixPort_),
+            "http://localhost:" + std::to_string(sixPort_),
+            {}};
+}
+
+std::string FaultyServer::address(Target target) const {
+    const char* const path = target == Target::kConfiguration ? kConfigPath
+                             : target == Target::kImage       ? kImagePath
+                                                              : kAnalyticsPath;
+    const std::string place = answers().places.at(static_cast<std::size_t>(target));
+    return (place.empty() ? base_ : place) + path;
+}
+
+void FaultyServer::acceptConnections(const base::Descriptor& listener) {
     while (true) {
-        base::Descriptor socket(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+        base::Descriptor socket(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
         const std::lock_guard lock(mutex_);
         if (stopping_) {
             return;
@@ -99,6 +165,12 @@ void FaultyServer::acceptConnections() {
 // Whether requests can be read; else the connection has had its end.
 bool FaultyServer::begin(Connection& connection) const {
     Reply instead;
+    // A client may take what comes sooner than its greeting for a failure to connect.
+    const bool isInsteadOfTls =
+        tlsFault_ == TlsFault::kGarbage || tlsFault_ == TlsFault::kReset || tlsFault_ == TlsFault::kClose;
+    if (isInsteadOfTls) {
+        connection.awaitBytes();
+    }
     switch (tlsFault_) {
     case TlsFault::kGarbage:
         instead.raw = loopback::generatedBytes(0, 500);
@@ -106,6 +178,9 @@ bool FaultyServer::begin(Connection& connection) const {
         break;
     case TlsFault::kReset:
         resetAtOnce(instead);
+        break;
+    case TlsFault::kClose:
+        closeAtOnce(instead);
         break;
     case TlsFault::kStall:
         stall(instead);
@@ -151,14 +226,33 @@ void FaultyServer::joinEnded() {
 Reply FaultyServer::replyTo(const Request& request) const {
     const std::size_t first = request.line.find(' ');
     const std::size_t second = request.line.find(' ', first + 1);
+    const std::string method = request.line.substr(0, first);
     const std::string target = request.line.substr(first + 1, second - first - 1);
-    const std::string path = target.substr(0, target.find('?'));
-    Reply reply = route(request.line.substr(0, first), path, answers(), request);
+    const Answers given = answers();
+    const std::size_t host = target.find("://");
+    Reply reply;
+    if (method == "CONNECT" || (host != std::string::npos && given.proxied)) {
+        reply = replyAsProxy(method, given);
+    } else {
+        // A proxy is asked for a whole address.
+        const std::size_t begin = host == std::string::npos ? 0 : target.find('/', host + 3);
+        const std::string path = target.substr(std::min(begin, target.size()));
+        reply = route(method, path.substr(0, path.find('?')), given, request);
+    }
     reply.delay += options_.latency;
     if (options_.bytesPerSecond != 0 && reply.bytesPerSecond == 0) {
         reply.bytesPerSecond = options_.bytesPerSecond;
     }
     return reply;
+}
+
+Reply FaultyServer::replyAsProxy(const std::string& method, const Answers& answers) const {
+    if (method != "CONNECT") {
+        return *answers.proxied;
+    }
+    Reply tunnel;
+    tunnel.tunnelTo = options_.tunnelPort.value_or(port_);
+    return answers.tunnel.value_or(tunnel);
 }
 
 Reply FaultyServer::route(const std::string& method, const std::string& path, const Answers& answers,

@@ -23,11 +23,6 @@ inline constexpr const char* kConfigPath = "/config.json";
 inline constexpr const char* kImagePath = "/download/Installer.dmg";
 inline constexpr const char* kAnalyticsPath = "/analytics";
 
-struct ChosenFault {
-    const Scenario* scenario;
-    std::string value; // as Context::value
-};
-
 // A portal on 127.0.0.1 that does what it should, but for the faults that were chosen.
 //
 // Threads: one for accepting and one for each connection; the functions of `Options` are called on those, several at
@@ -44,6 +39,7 @@ public:
         std::function<Answers(const std::string& base)> good;
         // For every other path; absent: 404.
         std::function<std::optional<loopback::Reply>(const loopback::Request&)> others;
+        std::optional<std::uint16_t> tunnelPort; // where tunnels of clients that take it for their proxy lead; here
         // Called before the answer is sent. What it throws ends the connection without one.
         std::function<void(const loopback::Request&, int status)> seen;
     };
@@ -57,6 +53,8 @@ public:
 
     std::uint16_t port() const { return port_; }
     const std::string& base() const { return base_; } // "http://127.0.0.1:PORT" or https
+    // Where a client has to ask for it, which is elsewhere with some faults.
+    std::string address(Target target) const;
     // What a client must trust, as PEM; empty without TLS.
     std::string authority() const;
 
@@ -67,12 +65,15 @@ private:
     };
 
     Answers answers() const;
+    Context context() const;
     std::unique_ptr<loopback::TlsContext> makeTls(TlsFault fault) const;
-    void acceptConnections();
+    void listenOnSix();
+    void acceptConnections(const base::Descriptor& listener);
     void serveConnection(loopback::Connection& connection);
     void joinEnded();
     bool begin(loopback::Connection& connection) const;
     loopback::Reply replyTo(const loopback::Request& request) const;
+    loopback::Reply replyAsProxy(const std::string& method, const Answers& answers) const;
     loopback::Reply route(const std::string& method, const std::string& path, const Answers& answers,
                           const loopback::Request& request) const;
 
@@ -86,6 +87,9 @@ private:
     TlsFault tlsFault_ = TlsFault::kNone;
     std::unique_ptr<loopback::TlsContext> tls_;
     std::thread acceptor_;
+    base::Descriptor sixListener_; // only where a fault leads there
+    std::uint16_t sixPort_ = 0;
+    std::thread sixAcceptor_;
     std::mutex mutex_;
     std::list<loopback::Connection> connections_;
     std::list<Worker> workers_;

@@ -2,8 +2,6 @@
 #include "tools/faults/Scenario.h"
 
 #include <array>
-#include <fstream>
-#include <iterator>
 
 namespace faults {
 
@@ -14,21 +12,11 @@ namespace {
 using A = Answers&;
 using C = const Context&;
 
-void setBody(Answers& answers, std::string body) {
-    answers.image.file.reset();
-    answers.image.body = std::move(body);
-}
-
 // The image's bytes, changed.
 template <typename Change>
 void edit(Answers& answers, const Change& change) {
-    std::string bytes = answers.image.body;
-    if (answers.image.file) {
-        std::ifstream file(*answers.image.file, std::ios::binary);
-        bytes.assign(std::istreambuf_iterator<char>(file), {});
-    }
-    change(bytes);
-    setBody(answers, std::move(bytes));
+    holdBody(answers.image);
+    change(answers.image.body);
 }
 
 void nameIt(Answers& answers, const std::string& name) {
@@ -50,12 +38,12 @@ constexpr std::array kFaults{
     Scenario{"image-status", "the image with another status", "206",
              [](A a, C c) { a.image.status = static_cast<int>(numberOf(c.value)); }},
     Scenario{"image-204", "status 204 without a body", "", [](A a, C) { a.image = loopback::replyWithStatus(204); }},
-    Scenario{"image-empty", "an empty image", "", [](A a, C) { setBody(a, ""); }},
+    Scenario{"image-empty", "an empty image", "", [](A a, C) { setBody(a.image, ""); }},
     Scenario{"image-noise", "bytes that are no image", "",
-             [](A a, C) { setBody(a, loopback::generatedBytes(0, 65536)); }},
+             [](A a, C) { setBody(a.image, loopback::generatedBytes(0, 65536)); }},
     Scenario{"image-page", "a page in the image's place", "",
              [](A a, C) {
-                 setBody(a, "<!DOCTYPE html><title>Sign in to the network</title>\n");
+                 setBody(a.image, "<!DOCTYPE html><title>Sign in to the network</title>\n");
                  setHeader(a.image, "Content-Type", "text/html");
              }},
     Scenario{"image-one-byte", "one byte of the image is another", "",
@@ -109,8 +97,8 @@ constexpr std::array kFaults{
              [](A a, C) { setHeader(a.image, "Content-Encoding", "gzip"); }},
     Scenario{"image-redirect", "a redirect to the image", "",
              [](A a, C) {
-                 a.more["/elsewhere/Installer.dmg"] = a.image;
-                 moveTo(a, "/elsewhere/Installer.dmg");
+                 a.more["/hop/1/Installer.dmg"] = a.image;
+                 moveTo(a, "/hop/1/Installer.dmg");
              }},
     Scenario{"image-redirect-loop", "a redirect to itself", "", [](A a, C) { moveTo(a, "/download/Installer.dmg"); }},
     Scenario{"image-named-outside", "a name that leads out of the folder", "",

@@ -32,6 +32,15 @@ long numberOf(const std::string& value) {
     return number;
 }
 
+void holdBody(Reply& reply) {
+    setBody(reply, bodyOf(reply));
+}
+
+void setBody(Reply& reply, std::string bytes) {
+    reply.file.reset();
+    reply.body = std::move(bytes);
+}
+
 void delayBy(Reply& reply, const std::string& seconds) {
     reply.delay = std::chrono::seconds(numberOf(seconds));
 }

@@ -11,6 +11,9 @@ namespace faults {
 // As a whole number; 0 for what is none.
 long numberOf(const std::string& value);
 
+// The body as bytes in `body`, where it was a file.
+void holdBody(loopback::Reply& reply);
+void setBody(loopback::Reply& reply, std::string bytes);
 void delayBy(loopback::Reply& reply, const std::string& seconds);
 // Nothing at all comes.
 void stall(loopback::Reply& reply);

@@ -4,9 +4,35 @@
 
 namespace faults {
 
+loopback::Reply& Answers::of(Target target) {
+    switch (target) {
+    case Target::kConfiguration:
+        return configuration;
+    case Target::kImage:
+        return image;
+    case Target::kAnalytics:
+        break;
+    }
+    return analytics;
+}
+
+void apply(const ChosenFault& fault, Answers& answers, Context context) {
+    context.value = fault.value;
+    if (fault.scenario->spoil == nullptr) {
+        fault.scenario->apply(answers, context);
+        return;
+    }
+    for (const Target target : {Target::kConfiguration, Target::kImage, Target::kAnalytics}) {
+        if (fault.target.value_or(target) == target) {
+            fault.scenario->spoil(answers, target, context);
+        }
+    }
+}
+
 std::vector<const Scenario*> scenarios() {
     std::vector<const Scenario*> all;
-    for (const auto& area : {configurationFaults(), imageFaults(), analyticsFaults(), tlsFaults()}) {
+    for (const auto& area : {configurationFaults(), imageFaults(), analyticsFaults(), tlsFaults(), connectionFaults(),
+                             framingFaults(), headFaults(), bodyFaults(), redirectFaults(), placeFaults()}) {
         for (const Scenario& scenario : area) {
             all.push_back(&scenario);
         }

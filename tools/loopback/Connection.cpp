@@ -54,7 +54,8 @@ bool pass(int from, int to) {
 
 } // namespace
 
-TlsContext::TlsContext(const TlsIdentity& identity, TlsVersions versions) : context_(SSL_CTX_new(TLS_server_method())) {
+TlsContext::TlsContext(const TlsIdentity& identity, TlsUse use)
+    : context_(SSL_CTX_new(TLS_server_method())), use_(use) {
     const auto certificates = reader(identity.certificate);
     const auto next = [&] {
         return std::unique_ptr<X509, CertificateFree>(PEM_read_bio_X509(certificates.get(), nullptr, nullptr, nullptr));
@@ -70,11 +71,14 @@ TlsContext::TlsContext(const TlsIdentity& identity, TlsVersions versions) : cont
         SSL_CTX_add1_chain_cert(context_, issuer.get());
     }
     ERR_clear_error(); // of the end of the text
-    if (versions == TlsVersions::kOldOnly) {
+    if (use == TlsUse::kOldOnly) {
         // The library would not speak it by itself.
         SSL_CTX_set_cipher_list(context_, "ALL:@SECLEVEL=0");
         SSL_CTX_set_min_proto_version(context_, TLS1_1_VERSION);
         SSL_CTX_set_max_proto_version(context_, TLS1_1_VERSION);
+    }
+    if (use == TlsUse::kWantsCertificate) {
+        SSL_CTX_set_verify(context_, SSL_VERIFY_PEER | SSL_VERIFY_FAIL_IF_NO_PEER_CERT, nullptr);
     }
 }
 
@@ -92,7 +96,13 @@ bool Connection::startTls(const TlsContext* context) {
     }
     ssl_ = SSL_new(context->get());
     SSL_set_fd(ssl_, socket_.get());
+    saysFarewell_ = context->saysFarewell();
     return SSL_accept(ssl_) == 1;
+}
+
+void Connection::awaitBytes() const {
+    pollfd waiting{socket_.get(), POLLIN, 0};
+    poll(&waiting, 1, -1);
 }
 
 void Connection::stop() {
@@ -240,7 +250,7 @@ bool Connection::end(Ending ending) {
     case Ending::kKeepConnection:
         return true;
     case Ending::kClose:
-        if (ssl_) {
+        if (ssl_ && saysFarewell_) {
             SSL_shutdown(ssl_);
         }
         break;
@@ -257,9 +267,12 @@ bool Connection::end(Ending ending) {
 }
 
 void Connection::waitForStop() {
+    // What the peer goes on saying is no end.
+    std::array<char, 4096> unheard;
     bool hasEnded = false;
     while (!hasEnded) {
-        hasEnded = stopped_ || hasInput(socket_.get(), std::chrono::milliseconds(1000));
+        const bool isThere = hasInput(socket_.get(), std::chrono::milliseconds(1000));
+        hasEnded = stopped_ || (isThere && recv(socket_.get(), unheard.data(), unheard.size(), 0) <= 0);
     }
 }
 

@@ -18,24 +18,28 @@ namespace loopback {
 
 struct TlsIdentity;
 
-enum class TlsVersions {
+enum class TlsUse {
     kUsual,
-    kOldOnly, // TLS 1.1 and nothing newer
+    kOldOnly,          // TLS 1.1 and nothing newer
+    kWantsCertificate, // no client without one
+    kNoFarewell,       // connections end without TLS's own goodbye
 };
 
 // What all connections of a server that speaks TLS share.
 class TlsContext {
 public:
     // Throws std::runtime_error when the identity is none.
-    explicit TlsContext(const TlsIdentity& identity, TlsVersions versions = TlsVersions::kUsual);
+    explicit TlsContext(const TlsIdentity& identity, TlsUse use = TlsUse::kUsual);
     ~TlsContext();
     TlsContext(const TlsContext&) = delete;
     TlsContext& operator=(const TlsContext&) = delete;
 
     ssl_ctx_st* get() const { return context_; }
+    bool saysFarewell() const { return use_ != TlsUse::kNoFarewell; }
 
 private:
     ssl_ctx_st* context_;
+    TlsUse use_;
 };
 
 // One accepted connection. All functions but stop() belong to the connection's own thread.
@@ -48,6 +52,8 @@ public:
 
     // Plain without a context. False when the peer does not accept us.
     bool startTls(const TlsContext* context);
+    // Until the peer has sent something, or is gone.
+    void awaitBytes() const;
     // Absent at the end of the connection, and for what is no request.
     std::optional<Request> readRequest();
     // False when the connection is over.
@@ -69,6 +75,7 @@ private:
 
     base::Descriptor socket_;
     ssl_st* ssl_ = nullptr;
+    bool saysFarewell_ = true;
     std::string unread_;
     std::uint64_t bytesPerSecond_ = 0; // of the present answer
     std::atomic<bool> stopped_ = false;

@@ -12,8 +12,9 @@ struct BoundSocket {
     base::Descriptor socket;
     std::uint16_t port = 0;
 };
-// A socket bound to 127.0.0.1, to any free port with 0. Throws std::system_error.
-BoundSocket bindToPort(std::uint16_t port);
+enum class Family { kFour, kSix };
+// A socket bound to 127.0.0.1, or to ::1, to any free port with 0. Throws std::system_error.
+BoundSocket bindToPort(std::uint16_t port, Family family = Family::kFour);
 
 // SCHEME://127.0.0.1:PORT and the path.
 std::string addressOf(const char* scheme, std::uint16_t port, std::string_view path);

@@ -19,6 +19,8 @@ Answers good() {
     return answers;
 }
 
+const Context kContext{"http://127.0.0.1:1", "http://127.0.0.1:2", "http://[::1]:3", "http://localhost:3", {}};
+
 // Everything of an answer that a client could tell.
 std::string shown(const loopback::Reply& reply) {
     return loopback::headOf(reply) + reply.body + reply.raw.value_or("") +
@@ -29,7 +31,7 @@ std::string shown(const loopback::Reply& reply) {
 
 std::string shown(const Answers& answers) {
     return shown(answers.configuration) + shown(answers.image) + shown(answers.analytics) +
-           std::to_string(static_cast<int>(answers.tls));
+           std::to_string(static_cast<int>(answers.tls)) + answers.places[0] + answers.places[1] + answers.places[2];
 }
 
 TEST(Scenarios, AreAtLeastSixtyWithNamesOfTheirOwn) {
@@ -44,7 +46,20 @@ TEST(Scenarios, AreAtLeastSixtyWithNamesOfTheirOwn) {
 TEST(Scenarios, EachChangeWhatIsAnswered) {
     for (const Scenario* const scenario : scenarios()) {
         Answers answers = good();
-        scenario->apply(answers, {"http://127.0.0.1:1", "http://127.0.0.1:2", std::string(scenario->value)});
+        apply({scenario, std::string(scenario->value)}, answers, kContext);
+        EXPECT_NE(shown(answers), shown(good())) << scenario->name;
+    }
+}
+
+TEST(Scenarios, OfEachAnswerSpoilTheOneThatIsNamedAndNoOther) {
+    for (const Scenario* const scenario : scenarios()) {
+        if (scenario->spoil == nullptr) {
+            continue;
+        }
+        Answers answers = good();
+        apply({scenario, std::string(scenario->value), Target::kImage}, answers, kContext);
+        EXPECT_EQ(shown(answers.configuration), shown(good().configuration)) << scenario->name;
+        EXPECT_EQ(shown(answers.analytics), shown(good().analytics)) << scenario->name;
         EXPECT_NE(shown(answers), shown(good())) << scenario->name;
     }
 }

@@ -6,6 +6,7 @@
 #include <sstream>
 
 using testing::HasSubstr;
+using testing::StartsWith;
 
 namespace {
 
@@ -64,6 +65,21 @@ TEST(ServeVerb, RefusesAFaultThatThereIsNot) {
     EXPECT_EQ(ServeProgram::run({"--fault", "config-404=7"}).status, 2);
     EXPECT_EQ(ServeProgram::run({"--fault", "slow-analytics=soon"}).status, 2);
     EXPECT_EQ(ServeProgram::run({"--fault", "tls-expired"}).status, 2); // without --tls
+    EXPECT_EQ(ServeProgram::run({"--fault", "status=404@page"}).status, 2);
+    EXPECT_EQ(ServeProgram::run({"--fault", "config-404@config"}).status, 2);
+}
+
+TEST(ServeVerb, SpoilsTheOneAnswerThatIsNamed) {
+    ServeProgram program({"--fault", "status=503@image"});
+    EXPECT_THAT(program.request("GET /download/Installer.dmg HTTP/1.1\r\n\r\n", "\r\n\r\n"),
+                StartsWith("HTTP/1.1 503 "));
+    EXPECT_THAT(program.request("GET /config.json HTTP/1.1\r\n\r\n", "\r\n\r\n"), StartsWith("HTTP/1.1 200 "));
+}
+
+TEST(ServeVerb, TellsTheAddressesThatAFaultLeadsTo) {
+    const ServeProgram program({"--fault", "name-unknown@image"});
+    EXPECT_EQ(program.addresses()["image"], "http://no-such-host.invalid/download/Installer.dmg");
+    EXPECT_THAT(program.addresses()["config"].get<std::string>(), StartsWith("http://127.0.0.1:"));
 }
 
 TEST(ServeVerb, RefusesWhatItCannotServeWithOneSentence) {

@@ -164,9 +164,9 @@ void Box::writeAuthority() {
 std::string Box::addressLine() const {
     const std::string& base = server_->base();
     nlohmann::json line{{"port", server_->port()},
-                        {"config", base + faults::kConfigPath},
-                        {"image", base + faults::kImagePath},
-                        {"analytics", base + faults::kAnalyticsPath},
+                        {"config", server_->address(faults::Target::kConfiguration)},
+                        {"image", server_->address(faults::Target::kImage)},
+                        {"analytics", server_->address(faults::Target::kAnalytics)},
                         {"page", base + "/"}};
     if (options_.hasTls) {
         line["authority"] = authorityFile_;

@@ -5,6 +5,8 @@
 #include <charconv>
 #include <iomanip>
 #include <sstream>
+#include <string_view>
+#include <utility>
 
 namespace portal::serve {
 
@@ -25,8 +27,9 @@ requests, live), "port", and with TLS "authority", the file that a client must t
   --record FILE      append each request as a line of JSON
   --tls              https, with an authority of its own
   --authority FILE   where its certificate is written (otherwise a temporary file)
-  --fault NAME[=VALUE]
-                     do this wrong; may be given more than once
+  --fault NAME[=VALUE][@ANSWER]
+                     do this wrong; may be given more than once. What each answer can have goes wrong with all three,
+                     or with the one that is named: config, image or analytics
   --list-faults      every fault, and what its value means
   --latency MS       wait so many milliseconds before each answer
   --bandwidth KIB    send at most so many KiB a second on each connection
@@ -45,23 +48,42 @@ std::optional<std::uint64_t> wholeNumber(const std::string& text) {
     return isNumber ? std::optional(number) : std::nullopt;
 }
 
+constexpr std::array<std::pair<std::string_view, faults::Target>, faults::kTargets> kAnswers{
+    {{"config", faults::Target::kConfiguration},
+     {"image", faults::Target::kImage},
+     {"analytics", faults::Target::kAnalytics}}};
+
 // A sentence when it is wrong.
-std::optional<std::string> addFault(ServeOptions& options, const std::string& text) {
+std::optional<std::string> addFault(ServeOptions& options, std::string text) {
+    std::optional<faults::Target> target;
+    const std::string whole = text;
+    if (const std::size_t at = text.find('@'); at != std::string::npos) {
+        const auto known =
+            std::ranges::find(kAnswers, text.substr(at + 1), &std::pair<std::string_view, faults::Target>::first);
+        if (known == kAnswers.end()) {
+            return "behind @ stands config, image or analytics, not in " + whole;
+        }
+        target = known->second;
+        text.resize(at);
+    }
     const std::size_t equals = text.find('=');
     const std::string name = text.substr(0, equals);
     const faults::Scenario* const scenario = faults::scenarioCalled(name);
     if (scenario == nullptr) {
         return "there is no fault \"" + name + "\"; --list-faults lists them";
     }
+    if (target && scenario->spoil == nullptr) {
+        return "the fault " + name + " takes no answer's name behind @";
+    }
     if (equals == std::string::npos) {
-        options.faults.push_back({scenario, std::string(scenario->value)});
+        options.faults.push_back({scenario, std::string(scenario->value), target});
         return std::nullopt;
     }
     const std::string value = text.substr(equals + 1);
     if (scenario->value.empty() || !wholeNumber(value)) {
         return "the fault " + name + (scenario->value.empty() ? " takes no value" : " needs a whole number behind =");
     }
-    options.faults.push_back({scenario, value});
+    options.faults.push_back({scenario, value, target});
     return std::nullopt;
 }
 
@@ -151,7 +173,9 @@ std::string faultList() {
     std::ostringstream text;
     for (const faults::Scenario* const scenario : faults::scenarios()) {
         const std::string value = scenario->value.empty() ? "" : "=" + std::string(scenario->value);
-        text << std::left << std::setw(32) << std::string(scenario->name) + value << scenario->meaning << '\n';
+        const char* const answer = scenario->spoil == nullptr ? "" : "[@ANSWER]";
+        text << std::left << std::setw(36) << std::string(scenario->name) + value + answer << scenario->meaning
+             << (scenario->isOfProxy ? " (with http_proxy and https_proxy set to this portal)" : "") << '\n';
     }
     return text.str();
 }
