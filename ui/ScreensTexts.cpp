@@ -3,13 +3,11 @@
 #include "platform/Bundle.h"
 #include "platform/base/Address.h"
 #include "platform/base/Format.h"
+#include "ui/HtmlText.h"
 #include "ui/Screens.h"
 #include "ui/Styling.h"
 
 #include <QGuiApplication>
-#include <QTextBlock>
-#include <QTextDocument>
-#include <QTextFragment>
 
 using namespace Qt::StringLiterals;
 
@@ -69,25 +67,6 @@ StyledText joined(const std::vector<StyledText>& runs) {
     return whole;
 }
 
-TextAttributes attributesOf(const QTextCharFormat& format) {
-    const QFont font = format.font();
-    TextAttributes attributes;
-    const double size = font.pixelSize() > 0 ? font.pixelSize() : font.pointSizeF();
-    attributes.font = FontChoice{font.family(), size};
-    if (format.hasProperty(QTextFormat::ForegroundBrush)) {
-        const QColor color = format.foreground().color();
-        attributes.color = Color{static_cast<double>(color.redF()), static_cast<double>(color.greenF()),
-                                 static_cast<double>(color.blueF()), static_cast<double>(color.alphaF())};
-    }
-    if (format.isAnchor() && !format.anchorHref().isEmpty()) {
-        attributes.link = format.anchorHref();
-    }
-    if (format.fontUnderline()) {
-        attributes.underlineStyle = 1;
-    }
-    return attributes;
-}
-
 } // namespace
 
 StyledText Screens::setupGenericDownloadUI() const {
@@ -113,18 +92,5 @@ StyledText Screens::setupContactSupportLabelsUI() const {
 
 StyledText Screens::stringFromHTML(const QString& html, const std::optional<FontChoice>& font) const {
     // Size 0 stands for the system font's own size.
-    const FontChoice used = font.value_or(FontChoice{QGuiApplication::font().family(), defaultFont().size});
-    QTextDocument document;
-    document.setHtml(formatText("<span style=\"font-family:'%@'; font-size:%dpx;\">%@</span>", used.name,
-                                static_cast<int>(used.size), html));
-    StyledText result;
-    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
-        if (block.blockNumber() > 0) {
-            result.append(StyledText(u"\n"_s));
-        }
-        for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment) {
-            result.append(StyledText(fragment.fragment().text(), attributesOf(fragment.fragment().charFormat())));
-        }
-    }
-    return result;
+    return textOfHtml(html, font.value_or(FontChoice{QGuiApplication::font().family(), defaultFont().size}));
 }
