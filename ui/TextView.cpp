@@ -139,7 +139,9 @@ std::optional<qsizetype> TextView::characterIndexAt(const QPointF& point) const 
         if (inside.x() < shown.left() || inside.x() >= shown.right()) {
             return std::nullopt;
         }
-        return line.xToCursor(inside.x(), QTextLine::CursorOnCharacter);
+        // Between two writing directions Qt may answer with the place behind the last character.
+        const int found = line.xToCursor(inside.x(), QTextLine::CursorOnCharacter);
+        return found < line.textStart() + line.textLength() ? std::optional<qsizetype>(found) : std::nullopt;
     }
     return std::nullopt;
 }

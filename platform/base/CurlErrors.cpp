@@ -4,6 +4,9 @@
 
 namespace {
 
+// CURLE_TOO_LARGE, which libcurl has since 8.6.
+constexpr auto kTooLarge = static_cast<CURLcode>(100);
+
 bool meansNoRoute(long systemError) {
     return systemError == ENETUNREACH || systemError == EHOSTUNREACH || systemError == ENETDOWN;
 }
@@ -45,6 +48,9 @@ TransportError::Code transportErrorCode(CURLcode code, long systemError, bool ha
     case CURLE_SSL_SHUTDOWN_FAILED:
     case CURLE_USE_SSL_FAILED:
         return TransportError::kSecureConnectionFailed;
+    case CURLE_OUT_OF_MEMORY: // of libcurl before 8.6, for a line of the head beyond its own limit
+    case kTooLarge:
+        return TransportError::kDataLengthExceedsMaximum;
     case CURLE_ABORTED_BY_CALLBACK:
         return TransportError::kCancelled;
     case CURLE_BAD_CONTENT_ENCODING:

@@ -2,6 +2,9 @@
 
 #include <QMetaType>
 
+#include <cmath>
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -110,6 +113,22 @@ QString describe(const QStringList& list) {
     return describeList(list, 0);
 }
 
+namespace {
+
+// Toward zero; what a whole number cannot hold is the nearest one that it can, and what is no number is zero.
+qint64 wholeNumber(double number) {
+    constexpr double kBeyond = 9223372036854775808.0;
+    if (std::isnan(number)) {
+        return 0;
+    }
+    if (number >= kBeyond) {
+        return std::numeric_limits<qint64>::max();
+    }
+    return number < -kBeyond ? std::numeric_limits<qint64>::min() : static_cast<qint64>(number);
+}
+
+} // namespace
+
 QString FormatArgument::text(char conversion) const {
     if (const auto* text = std::get_if<QString>(&value_)) {
         return *text;
@@ -121,7 +140,7 @@ QString FormatArgument::text(char conversion) const {
     if (conversion == 'f') {
         return QString::number(number, 'f', 6);
     }
-    return conversion == 'd' ? QString::number(static_cast<qint64>(number)) : QString::number(number, 'g', 16);
+    return conversion == 'd' ? QString::number(wholeNumber(number)) : QString::number(number, 'g', 16);
 }
 
 QString formatList(const char* utf8Template, std::initializer_list<FormatArgument> arguments) {

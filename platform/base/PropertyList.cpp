@@ -116,7 +116,9 @@ namespace PropertyList {
 std::optional<QVariant> parse(const QByteArray& bytes) {
     const base::PropertyListNode root =
         base::parsePropertyList({bytes.constData(), static_cast<std::size_t>(bytes.size())});
-    return root ? std::optional(toVariant(root.get())) : std::nullopt;
+    const QVariant value = root ? toVariant(root.get()) : QVariant();
+    // A binary list may hold kinds of values that no property list in XML can, alone too.
+    return value.isValid() ? std::optional(value) : std::nullopt;
 }
 
 } // namespace PropertyList

@@ -244,6 +244,21 @@ TEST_F(HyperlinkTextFieldTest, OpensNothingInTheGapBetweenTwoLines) {
     EXPECT_TRUE(field.textView().characterIndexAt(infos.at(1).rect.center()).has_value());
 }
 
+TEST_F(HyperlinkTextFieldTest, FindsNoCharacterBehindTheLastWhereWritingDirectionsMeet) {
+    const QChar zero(u'\0');
+    const QString text = u"\ufffd\ufffd"_s + zero + u"0\a\ufffd"_s + zero + zero + u"\ufffd\ufffd\ufffd\u0640y\ufffd"_s;
+    for (qsizetype length = 1; length <= text.size(); ++length) {
+        field.setText(link(text.left(length), u"https://h/a"_s));
+        const TextView view = field.textView();
+        for (const QRectF& rect : view.rectsForRange({0, length})) {
+            for (double x = rect.left() - 1.0; x <= rect.right() + 1.0; x += 0.5) {
+                const auto found = view.characterIndexAt({x, rect.center().y()});
+                EXPECT_TRUE(!found || (*found >= 0 && *found < length)) << length << " at " << x;
+            }
+        }
+    }
+}
+
 TEST_F(HyperlinkTextFieldTest, BreaksCentredTextIntoLinesOfAboutOneLength) {
     const StyledText text(u"The installation could not be finished on this computer at all today"_s);
     field.setText(text);

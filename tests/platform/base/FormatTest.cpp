@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -27,6 +28,12 @@ TEST(Format, WritesNumbersWithoutGrouping) {
               u"-5 9007199254740993 1234567.250000"_s);
     EXPECT_EQ(formatText("%f", 1e22), u"10000000000000000000000.000000"_s);
     EXPECT_EQ(formatText("%@ %@", 3, 0.1), u"3 0.1"_s);
+}
+
+TEST(Format, ShowsANumberBeyondWholeNumbersAsTheNearestOne) {
+    EXPECT_EQ(formatText("%d %d %d %d", 1e308, -1e308, std::nan(""), -2.9),
+              u"9223372036854775807 -9223372036854775808 0 -2"_s);
+    EXPECT_EQ(formatText("%d", 9223372036854775808.0), u"9223372036854775807"_s);
 }
 
 TEST(Format, ShowsAnExceptionByItsReasonElseItsName) {

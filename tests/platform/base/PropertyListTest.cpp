@@ -159,6 +159,18 @@ TEST(PropertyList, RefusesNulsInsideBinaryTexts) {
     }
 }
 
+TEST(PropertyList, RefusesABinaryListThatIsNoValueOfTheFormat) {
+    const auto listOf = [](char object) {
+        QByteArray bytes = "bplist00";
+        bytes.append(object).append('\x08');                  // the object, and where it stands
+        bytes.append(6, '\0').append("\x01\x01");             // sizes of offsets and references
+        bytes.append(7, '\0').append('\x01').append(8, '\0'); // one object, which is the top
+        return bytes.append(7, '\0').append('\x09');          // where the table of offsets stands
+    };
+    EXPECT_EQ(PropertyList::parse(listOf('\x09')), QVariant(true));
+    EXPECT_EQ(PropertyList::parse(listOf('\0')), std::nullopt);
+}
+
 TEST(PropertyList, DoesNotExpandEntityBombs) {
     QByteArray bomb = "<?xml version=\"1.0\"?><!DOCTYPE plist [<!ENTITY a \"aaaaaaaaaa\">";
     for (char name = 'b'; name <= 'j'; ++name) {

@@ -44,7 +44,9 @@ TEST(CurlErrors, AreCalledByThePlatformsCodes) {
         {CURLE_BAD_CONTENT_ENCODING, 0, true, -1011},
         {CURLE_WEIRD_SERVER_REPLY, 0, true, -1011},
         {CURLE_UNSUPPORTED_PROTOCOL, 0, true, -1011},
-        {CURLE_OUT_OF_MEMORY, 0, true, -1},
+        {CURLE_OUT_OF_MEMORY, 0, true, -1103},        // a line of the head beyond the limit of libcurl
+        {static_cast<CURLcode>(100), 0, true, -1103}, // the same since 8.6
+        {CURLE_READ_ERROR, 0, true, -1},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(platform::transportErrorCode(row.code, row.systemError, row.hasRoute), row.expected)
@@ -92,6 +94,7 @@ TEST(MediaTypes, KnowExtensionsBothWays) {
     EXPECT_EQ(MediaTypes::withoutParameters(u" text/html ; charset=utf-8"_s), u"text/html"_s);
     EXPECT_EQ(MediaTypes::preferredExtension(u"TEXT/HTML"_s), u"html"_s);
     EXPECT_EQ(MediaTypes::preferredExtension(u"application/zip"_s), u"zip"_s);
+    EXPECT_EQ(MediaTypes::preferredExtension(u"image/gif"_s), u"gif"_s);
     EXPECT_EQ(MediaTypes::preferredExtension(u"application/octet-stream"_s), std::nullopt);
     EXPECT_EQ(MediaTypes::preferredExtension(QString()), std::nullopt);
     EXPECT_TRUE(MediaTypes::carries(u"image/jpeg"_s, u"JPG"_s));
