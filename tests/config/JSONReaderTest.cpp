@@ -57,6 +57,10 @@ TEST(JSONReader, KeepsWholeNumbersExactUpToSixtyFourBits) {
     EXPECT_EQ(valueOf("9223372036854775807"), QVariant(std::numeric_limits<qint64>::max()));
     EXPECT_EQ(valueOf("-9223372036854775808"), QVariant(std::numeric_limits<qint64>::min()));
     EXPECT_EQ(valueOf("18446744073709551615"), QVariant(std::numeric_limits<quint64>::max()));
+    // Values of both kinds with the same bits compare as equal: what tells them apart is their type.
+    EXPECT_EQ(valueOf("9223372036854775807")->typeId(), QMetaType::LongLong);
+    EXPECT_EQ(valueOf("9223372036854775808")->typeId(), QMetaType::ULongLong);
+    EXPECT_EQ(valueOf("18446744073709551615")->toString(), u"18446744073709551615"_s);
 }
 
 TEST(JSONReader, LetsTheFirstOfTwoEqualKeysCount) {

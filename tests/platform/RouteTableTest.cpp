@@ -74,6 +74,12 @@ TEST(Ipv6Routes, LeaveOutTheRejectingDefaultOfTheLoopbackAndRoutesThatAreDown) {
               QStringList());
 }
 
+TEST(Ipv6Routes, LeaveOutARowWithoutItsLastColumn) {
+    const QByteArray row = ipv6Row(kAnyAddress, "00", "00450003", "eth1").trimmed();
+    EXPECT_EQ(platform::defaultInterfacesOfIpv6(row), QStringList(u"eth1"_s));
+    EXPECT_EQ(platform::defaultInterfacesOfIpv6(row.first(row.lastIndexOf(' '))), QStringList());
+}
+
 TEST(Ipv6Routes, AreNoneInAnEmptyOrDamagedTable) {
     EXPECT_EQ(platform::defaultInterfacesOfIpv6(""), QStringList());
     EXPECT_EQ(platform::defaultInterfacesOfIpv6(kAnyAddress + " 00\n\n \n"), QStringList());

@@ -169,6 +169,23 @@ TEST_F(TerminationOnSignal, IsTheSameRequestForEachOfTheThreeSignals) {
     }
 }
 
+// Libraries that know nothing of our handlers would take an interrupted call for a failure.
+TEST_F(TerminationOnSignal, InterruptsNoSystemCall) {
+    EXPECT_EXIT(
+        {
+            platform::terminateOnSignals();
+            for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+                struct sigaction action {};
+                ::sigaction(signal, nullptr, &action);
+                if ((action.sa_flags & SA_RESTART) == 0) {
+                    say("interrupts");
+                }
+            }
+            std::_Exit(0);
+        },
+        testing::ExitedWithCode(0), "^$");
+}
+
 TEST_F(TerminationOnSignal, WaitsUntilABusyMainThreadTurnsItsLoopAgain) {
     EXPECT_EXIT(
         {

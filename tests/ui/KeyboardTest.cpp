@@ -105,6 +105,43 @@ TEST_F(KeyboardTest, OpensALinkByReturn) {
     EXPECT_EQ(openedAddresses(), QStringList{u"https://h/help"_s});
 }
 
+TEST_F(KeyboardTest, TakesTheRingAwayFromALinkWhenTabGoesToTheNextOne) {
+    controller().showGenericError();
+    Window& shown = shownWindow();
+    HyperlinkTextField* const field = panel().infoText();
+    const StyledText first = StyledText::hyperlinkFromString(u"first"_s, u"https://h/1"_s);
+    StyledText both = first;
+    both.append(StyledText(u" and "_s));
+    both.append(StyledText::hyperlinkFromString(u"second"_s, u"https://h/2"_s));
+    field->setText(both);
+    field->focusLink(0, Qt::TabFocusReason);
+    // What the display has, and not what a new painting would give.
+    const auto pictureNow = [&] {
+        QCoreApplication::processEvents();
+        return shown.screen()->grabWindow(shown.winId()).toImage();
+    };
+    const QImage onFirst = pictureNow();
+    test::pressKey(window(), Qt::Key_Tab);
+    EXPECT_EQ(field->focusedLink(), 1U);
+    const QImage onSecond = pictureNow();
+    const auto rings = [&](const QImage& picture, std::size_t link) {
+        const QRectF rect = field->links().at(link).rect;
+        const QPoint left = field->mapTo(&shown, QPointF(rect.left() - 1.0, rect.center().y()).toPoint());
+        int blue = 0;
+        for (int x = -4; x <= 4; ++x) {
+            blue += picture.pixelColor((QPointF(left + QPoint(x, 0)) * picture.devicePixelRatio()).toPoint()).name() ==
+                            u"#2563eb"_s
+                        ? 1
+                        : 0;
+        }
+        return blue > 0;
+    };
+    EXPECT_TRUE(rings(onFirst, 0));
+    EXPECT_FALSE(rings(onFirst, 1));
+    EXPECT_FALSE(rings(onSecond, 0));
+    EXPECT_TRUE(rings(onSecond, 1));
+}
+
 TEST_F(KeyboardTest, RingsTheButtonThatHasTheKeyboard) {
     Window& shown = shownWindow();
     Button* const retry = panel().retryButton();

@@ -71,6 +71,19 @@ TEST_F(WindowTest, FollowsACompositorThatComesAndGoesAndStaysInItsPlace) {
     EXPECT_EQ(at(screen, before.topLeft() + QPoint(8, 0)), QColor(Qt::white));
 }
 
+TEST_F(WindowTest, WithALargerRadiusThanItIsHighHasRoundEnds) {
+    showBackdrop();
+    Window& shown = shownWindow();
+    ASSERT_FALSE(shown.showsShadow());
+    shown.setCornerRadius(5000.0);
+    const QRect body = contentInPixels();
+    const QImage screen = screenWithWhiteAt(QPoint(body.center().x(), body.top() + 1));
+    EXPECT_EQ(at(screen, QPoint(body.left(), body.center().y())), QColor(Qt::white));
+    EXPECT_EQ(at(screen, QPoint(body.right(), body.center().y())), QColor(Qt::white));
+    EXPECT_EQ(at(screen, body.topLeft() + QPoint(20, 20)), test::kBackdrop);
+    EXPECT_EQ(at(screen, body.bottomRight() - QPoint(20, 20)), test::kBackdrop);
+}
+
 TEST_F(WindowTest, TakesNoClicksOnItsShadow) {
     const test::DisplayProgram compositor(u"xcompmgr"_s);
     const QWidget& backdrop = showBackdrop();

@@ -165,6 +165,29 @@ TEST(DiskImage, FindsEveryChangedByteOfTheData) {
     EXPECT_GT(found, 190);
 }
 
+// A run that is not compressed may be larger than what is read at a time.
+TEST(DiskImage, SumsALargeRunToItsLastByte) {
+    constexpr std::uint64_t kSectors = 5121; // one more than two and a half MiB
+    const Bytes disk = sectors(kSectors, 1);
+    TestImage image;
+    image.sectorCount = kSectors;
+    image.addTable(0, kSectors);
+    image.addRun(RunType::kRaw, 0, kSectors, disk);
+    image.tables.back().checksum = sum(crc32(disk));
+    UdifTrailer trailer = image.trailer();
+    trailer.dataChecksum = sum(crc32(disk));
+    const Bytes good = image.bytes(trailer);
+    EXPECT_EQ(errorOf([&] { opened(good)->verifyTables(nullptr); }), std::nullopt);
+    EXPECT_EQ(errorOf([&] { opened(good)->verifyDataFork(); }), std::nullopt);
+    for (const std::size_t place :
+         {std::size_t{1048575}, std::size_t{1048576}, std::size_t{2097152}, disk.size() - 1}) {
+        Bytes bad = good;
+        bad[place] ^= std::byte{1};
+        EXPECT_EQ(errorOf([&] { opened(bad)->verifyTables(nullptr); }), ImageError::Kind::kDamaged) << place;
+        EXPECT_EQ(errorOf([&] { opened(bad)->verifyDataFork(); }), ImageError::Kind::kDamaged) << place;
+    }
+}
+
 TEST(DiskImage, ReportsADamagedChunkWhenItIsRead) {
     MixedImage mixed;
     mixed.image.data[3] ^= std::byte{0xff};
@@ -195,6 +218,11 @@ TEST(DiskImage, RefusesEncryptedImagesAndSaysSo) {
             EXPECT_STREQ(error.what(), "encrypted images are not supported");
         }
     }
+}
+
+TEST(DiskImage, KnowsASignatureThatIsTheWholeFile) {
+    EXPECT_EQ(errorOf([] { opened(bytesOf("sprs")); }), ImageError::Kind::kUnsupported);
+    EXPECT_NE(errorOf([] { opened(bytesOf("spr")); }), ImageError::Kind::kUnsupported);
 }
 
 TEST(DiskImage, DoesNotRecogniseWhatIsNoImage) {

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <set>
+
 namespace hdi::test {
 
 namespace {
@@ -63,6 +66,27 @@ TEST(PartitionMap, ReadsGpt) {
     EXPECT_EQ(rowsOf(map), Rows{"1 Apple_HFS 40 100"});
 }
 
+// Two images whose disks are called alike cannot be told apart by the systems that mount them.
+TEST(PartitionMap, OfAnImageThatIsWrittenHasIdentifiersThatFollowFromItsContents) {
+    const auto identifiersOf = [](const Bytes& disk) {
+        const auto guidAt = [&](std::size_t at) {
+            return Bytes(disk.begin() + static_cast<std::ptrdiff_t>(at),
+                         disk.begin() + static_cast<std::ptrdiff_t>(at) + 16);
+        };
+        return std::array{guidAt(512 + 56), guidAt(1024 + 16)}; // of the disk, of the partition
+    };
+    const auto first = identifiersOf(laidOut(Layout::kGpt));
+    const auto other = identifiersOf(readAll(*layOut(inMemory(noise(kVolume, 2)), Layout::kGpt).disk));
+    EXPECT_NE(first[0], first[1]);
+    for (const std::size_t which : {0U, 1U}) {
+        EXPECT_NE(first[which], other[which]);
+        EXPECT_EQ(first[which], identifiersOf(laidOut(Layout::kGpt))[which]);
+        EXPECT_EQ(first[which][7] & std::byte{0xf0}, std::byte{0x40}) << "version 4";
+        EXPECT_EQ(first[which][8] & std::byte{0xc0}, std::byte{0x80});
+        EXPECT_GE(std::set<std::byte>(first[which].begin(), first[which].end()).size(), 6U) << "nearly all the same";
+    }
+}
+
 TEST(PartitionMap, ReadsTheGptAtTheEndWhenTheFirstIsDamaged) {
     for (const std::size_t at : {512U, 512U + 40U, 1024U, 1024U + 33U}) {
         Bytes disk = laidOut(Layout::kGpt);
@@ -99,6 +123,19 @@ TEST(PartitionMap, ReadsApm) {
     const PartitionMap map = mapOf(laidOut(Layout::kApm));
     EXPECT_EQ(map.scheme, "Apple_partition_scheme");
     EXPECT_EQ(rowsOf(map), (Rows{"1 Apple_partition_map 1 63", "2 Apple_HFS 64 100"}));
+}
+
+TEST(PartitionMap, ReadsApmWithTheBlockSizeThatItsBeginningStates) {
+    const Bytes small = laidOut(Layout::kApm);
+    constexpr std::size_t kBlock = 1024;
+    Bytes disk(small.size() * 2);
+    storeBig<std::uint16_t>(disk, 0, 0x4552); // "ER"
+    storeBig<std::uint16_t>(disk, 2, kBlock);
+    for (const std::size_t block : {1U, 2U}) {
+        std::copy_n(small.begin() + static_cast<std::ptrdiff_t>(block * 512), 512,
+                    disk.begin() + static_cast<std::ptrdiff_t>(block * kBlock));
+    }
+    EXPECT_EQ(rowsOf(mapOf(disk)), (Rows{"1 Apple_partition_map 2 126", "2 Apple_HFS 128 200"}));
 }
 
 TEST(PartitionMap, LeavesFreeSpaceOutOfApmButCountsIt) {
