@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -252,12 +253,14 @@ void InstallerRun::askToEnd() {
 }
 
 void InstallerRun::sendSignal(int signal) {
-    ::kill(static_cast<pid_t>(process_.processId()), signal);
+    const auto process = static_cast<pid_t>(process_.processId());
+    ASSERT_GT(process, 0) << "the program has ended already"; // 0 would be this process and all beside it
+    ::kill(process, signal);
 }
 
-bool InstallerRun::waitForEnd() {
+bool InstallerRun::waitForEnd(std::chrono::milliseconds limit) {
     // Waiting for one that has ended meanwhile counts as a failure.
-    return process_.state() == QProcess::NotRunning || process_.waitForFinished(30'000);
+    return process_.state() == QProcess::NotRunning || process_.waitForFinished(static_cast<int>(limit.count()));
 }
 
 QStringList InstallerRun::openedAddresses(int count) const {
@@ -288,6 +291,9 @@ QString InstallerRun::masked(QString text) const {
     const QString loginName = platform::userName();
     text.replace(QString(folder_).replace(loginName, u"****"_s), u"FOLDER"_s);
     text.replace(folder_, u"FOLDER"_s);
+    for (const auto& [own, mask] : masks_) {
+        text.replace(own, mask);
+    }
     text.replace(u"127.0.0.1:"_s + QString::number(portal_.port()), u"PORTAL"_s);
     text.replace(u"-%1/"_s.arg(::getuid()), u"-UID/"_s);
     for (const auto& [pattern, mask] : patterns) {
@@ -309,7 +315,7 @@ QString InstallerRun::consoleAccount() const {
 
 QString InstallerRun::requestsAccount() const {
     QString account;
-    for (const loopback::Request& request : portal_.requests()) {
+    for (const loopback::Request& request : requestsOf_ ? requestsOf_() : portal_.requests()) {
         account += text(request.head).replace(u"\r\n"_s, u"\n"_s) +
                    text(request.body).replace(u"\r\n"_s, u"<CR LF>\n"_s) + (request.body.empty() ? u""_s : u"\n"_s);
     }
@@ -327,6 +333,31 @@ QString InstallerRun::account() const {
                   requestsAccount() + u"--- opened\n"_s + opened + u"--- installer\n"_s + installer +
                   u"--- mounted at the end\n"_s + volumes.join(u'\n') + (volumes.isEmpty() ? u""_s : u"\n"_s) +
                   u"--- exit status\n"_s + status + u'\n');
+}
+
+QStringList InstallerRun::leftovers() const {
+    QStringList left;
+    for (const QString& below : {u"home"_s, u"tmp"_s, u"runtime"_s, u"system/Volumes"_s}) {
+        QDirIterator files(folder_ + u'/' + below,
+                           QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                           QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            const QString file = files.next().mid(folder_.size() + 1);
+            const bool isFolder = files.fileInfo().isDir() && !files.fileInfo().isSymLink();
+            const bool isNote = file == u"home/opened"_s || file == u"home/installer-arguments"_s;
+            if (!isFolder && !isNote && !logPath().endsWith(file)) {
+                left += file;
+            }
+        }
+    }
+    const QByteArray home = "HOME=" + QFile::encodeName(folder_) + "/home";
+    for (const QString& process : QDir(u"/proc"_s).entryList({u"[0-9]*"_s}, QDir::Dirs)) {
+        if (test::readFile(u"/proc/"_s + process + u"/environ"_s).split('\0').contains(home)) {
+            left += u"process "_s + QString::fromUtf8(test::readFile(u"/proc/"_s + process + u"/comm"_s)).trimmed();
+        }
+    }
+    left.sort();
+    return masked(left.join(u'\n')).split(u'\n');
 }
 
 QByteArray diskImage(const QString& volumeName, const QMap<QString, QByteArray>& files) {

@@ -9,7 +9,11 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <chrono>
 #include <csignal>
+#include <functional>
+#include <utility>
+#include <vector>
 
 // One run of the built program as its own process: a copy of the bundle with settings of its own, a loopback portal, a
 // machine whose facts are written down in files, and a fake `xdg-open` that notes what it was asked to open.
@@ -66,14 +70,23 @@ public:
     void traceOpens() { tracesOpens_ = true; }
     // Replaces the link to the built resources by a copy that may be edited; returns its path.
     QString ownResources() const;
+    bool hasEnded() const { return process_.state() == QProcess::NotRunning; } // as known to the event loop
     // Until the process has ended by itself.
-    bool waitForEnd();
+    bool waitForEnd(std::chrono::milliseconds limit = std::chrono::seconds(30));
     // What the user's default handler was asked to open, once there are `count` addresses.
     QStringList openedAddresses(int count) const;
     // Of the ended process; -1 when a signal ended it.
     int exitStatus() const;
 
     QString account() const;
+    // For runs whose portal is another one than portal(): what that got.
+    void takeRequestsFrom(std::function<std::vector<loopback::Request>()> requests) {
+        requestsOf_ = std::move(requests);
+    }
+    // Shows in the account as `mask` wherever it stands; earlier ones first.
+    void mask(const QString& text, const QString& mask) { masks_.emplace_back(text, mask); }
+    // What is there of the run but its log and its notes: files, mounted volumes, processes. Relative to folder().
+    QStringList leftovers() const;
 
     QString folder() const { return folder_; }
     QString temporaryFolder() const;
@@ -93,6 +106,8 @@ private:
     QString anotherConsole_;
     bool tracesOpens_ = false;
     QMap<QString, QString> environment_;
+    std::function<std::vector<loopback::Request>()> requestsOf_;
+    std::vector<std::pair<QString, QString>> masks_;
 };
 
 // A disk image, made by another program than ours, that holds these files: path below the volume, contents. Files below
