@@ -9,6 +9,7 @@
 #include <dlfcn.h>
 #include <link.h>
 
+#include <algorithm>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -238,9 +239,46 @@ TEST(Launch, WithBlockedAndIgnoredSignalsStillEndsInAnOrderlyWay) {
     run.blockSignals();
     run.start();
     ASSERT_TRUE(run.waitForMessage(u"Show NoInternet screen"_s));
+    // Children that end have to be noticed: by us, and by what we start.
+    const QByteArray status = test::readFile(u"/proc/"_s + QString::number(run.process()) + u"/status"_s);
+    const qsizetype blocked = status.indexOf("SigBlk:\t") + 8;
+    EXPECT_EQ(status.mid(blocked, 16).toULongLong(nullptr, 16) >> (SIGCHLD - 1) & 1U, 0U) << status.toStdString();
     run.askToEnd();
     ASSERT_TRUE(run.waitForEnd());
     EXPECT_TRUE(run.account().endsWith(u"--- exit status\n0\n"_s));
+}
+
+TEST(Launch, StartsEachProbeToolOnce) {
+    InstallerRun run;
+    run.putSystemFile(u"/proc/net/route"_s, "");
+    run.putSystemTool(u"/sbin/ifconfig"_s, "echo ifconfig >> \"$HOME/tools\"\necho 'ether a4:83:e7:12:34:56'\n");
+    run.putSystemTool(u"/usr/sbin/system_profiler"_s,
+                      "echo profiler >> \"$HOME/tools\"\necho 'Processor Name: Sample'\n");
+    run.start();
+    ASSERT_TRUE(run.waitForMessage(u"Show NoInternet screen"_s));
+    run.askToEnd();
+    ASSERT_TRUE(run.waitForEnd());
+    QByteArrayList tools = test::readFile(run.folder() + u"/home/tools"_s).trimmed().split('\n');
+    std::ranges::sort(tools);
+    EXPECT_EQ(tools, (QByteArrayList{"ifconfig", "profiler"}));
+}
+
+TEST(Launch, HandsItsOwnToolsOnToTheInstallerBehindAllOthersOfThePath) {
+    InstallerRun run;
+    run.expectConfiguration(run.installDocument(u"/files/Kit.dmg"_s));
+    QMap<QString, QByteArray> installer = sampleInstaller(u"Setup"_s);
+    for (QByteArray& file : installer) {
+        file.replace("#!/bin/sh\n", "#!/bin/sh\necho \"$PATH\" > \"$HOME/path\"\n");
+    }
+    run.portal().expect("GET /files/Kit.dmg", loopback::replyWith(diskImage(u"Kit Setup"_s, installer).toStdString(),
+                                                                  "application/octet-stream"));
+    run.expectAnalytics();
+    run.start();
+    ASSERT_TRUE(run.waitForEnd());
+    const QString tools = run.folder() + u"/Product.app/Contents/SystemRoot/"_s;
+    EXPECT_EQ(QString::fromUtf8(test::readFile(run.folder() + u"/home/path"_s)),
+              run.folder() + u"/bin:/usr/bin:/bin:"_s + tools + u"usr/bin:"_s + tools + u"usr/sbin:"_s + tools +
+                  u"sbin\n"_s);
 }
 
 TEST(Launch, OpensTheLogTwiceForEachEntry) {
