@@ -6,6 +6,7 @@
 #include "platform/Console.h"
 #include "platform/Display.h"
 #include "platform/EndSignals.h"
+#include "platform/QtMessages.h"
 #include "platform/RealPath.h"
 #include "platform/SystemExceptions.h"
 #include "platform/Termination.h"

@@ -5,6 +5,7 @@
 #include "logging/QNLogger.h"
 #include "logging/Timestamp.h"
 #include "platform/Console.h"
+#include "platform/SystemExceptions.h"
 #include "platform/UrlSession.h"
 #include "platform/base/Format.h"
 #include "platform/base/NotificationCenter.h"
@@ -64,6 +65,20 @@ void tellFailure(const Failure& failure, const QString& consoleText) {
     QNLogger::error(formatText("Analytics send error %@", failure), logContext(kSendFunction));
 }
 
+void sendAndWait(const QString& body, const std::optional<Address>& url) {
+    // Shared: the thread that signals may still be inside the semaphore when the one that waits has gone on.
+    const auto answered = std::make_shared<std::binary_semaphore>(0);
+    UrlSession::dataTask(postRequest(body, url),
+                         [answered](const auto& data, const auto&, const std::optional<TransportError>& error) {
+                             const SignalOnExit signal(*answered);
+                             if (!data && error) {
+                                 tellFailure(*error, error->text());
+                             }
+                         });
+    answered->acquire();
+    platform::consoleLog(formatText("ANALYTICS: %@", body));
+}
+
 } // namespace
 
 QVariant eventValue(const std::optional<QString>& text) {
@@ -114,17 +129,7 @@ void QNAnalyticSender::sendAll(const QStringList& lines, const std::optional<Add
 
 void QNAnalyticSender::send(const QString& body, const std::optional<Address>& url) {
     try {
-        // Shared: the thread that signals may still be inside the semaphore when the one that waits has gone on.
-        const auto answered = std::make_shared<std::binary_semaphore>(0);
-        UrlSession::dataTask(postRequest(body, url),
-                             [answered](const auto& data, const auto&, const std::optional<TransportError>& error) {
-                                 const SignalOnExit signal(*answered);
-                                 if (!data && error) {
-                                     tellFailure(*error, error->text());
-                                 }
-                             });
-        answered->acquire();
-        platform::consoleLog(formatText("ANALYTICS: %@", body));
+        platform::translatingSystemExceptions([&] { sendAndWait(body, url); });
     } catch (const PlatformException& exception) {
         tellFailure(exception, formatText("Analytics send error %@", exception));
     }

@@ -6,6 +6,7 @@
 #include "platform/Console.h"
 #include "platform/FileManager.h"
 #include "platform/Folders.h"
+#include "platform/SystemExceptions.h"
 #include "platform/base/Format.h"
 #include "sysinfo/QNPortalProvider.h"
 
@@ -42,8 +43,10 @@ void append(const QString& line) {
         return;
     }
     try {
-        const std::lock_guard lock(oneWriter);
-        appendThroughTwoHandles(formatText("%@/install.log", directory), masked.toUtf8());
+        platform::translatingSystemExceptions([&] {
+            const std::lock_guard lock(oneWriter);
+            appendThroughTwoHandles(formatText("%@/install.log", directory), masked.toUtf8());
+        });
     } catch (const PlatformException& exception) {
         platform::consoleLog(formatText("Write log error: %@", exception));
     }

@@ -16,7 +16,10 @@
 // Transfers over http, https and file. Each request has a worker thread of its own.
 //
 // Only a transfer without an answer is an error: an answer with any status is delivered with that status. Redirects are
-// followed as soon as their head is there (none from https to http), nothing is kept: no cache, cookies or credentials.
+// followed as soon as their head is there, none from https to http. On Linux nothing is kept: no cache, cookies or
+// credentials. On macOS that holds for downloads; data tasks belong to the system's shared session, which is what the
+// servers are asked through, with the cache, the cookies and the credentials that it keeps for this program.
+// macOS itself refuses http, but to the local network (NSAppTransportSecurity in Info.plist): code -1022.
 // Content encodings are undone; a body in one that is not known is handed on as it came. A body that breaks off within
 // its encoding, and an answer beyond the limits, are errors.
 
@@ -50,7 +53,7 @@ namespace UrlSession {
 using DataCompletion =
     std::function<void(std::optional<QByteArray>, std::optional<UrlResponse>, std::optional<TransportError>)>;
 
-// The shared session. Returns at once; `completion` runs exactly once, on the request's own thread.
+// Through the shared session. Returns at once; `completion` runs exactly once, on the request's own thread.
 // Throws PlatformException when no thread can be started.
 void dataTask(UrlRequest request, DataCompletion completion, const TransferLimits& limits = {});
 

@@ -6,7 +6,8 @@
 //
 // The codes are those of macOS's NSURLErrorDomain, as published in <Foundation/NSURLError.h>.
 struct TransportError {
-    enum Code {
+    // Another domain's codes are its own, and may be any number.
+    enum Code : int {
         kUnknown = -1,
         kCancelled = -999,
         kTimedOut = -1001,

@@ -1,6 +1,7 @@
 #include "platform/linux/CurlHandle.h"
 
 #include "platform/Bundle.h"
+#include "platform/base/TransferRequest.h"
 #include "platform/base/UserAgent.h"
 
 #include <sys/socket.h>
@@ -14,12 +15,6 @@ namespace {
 // The library's own sockets would be inherited by a program that another thread starts at that moment.
 curl_socket_t openCloseOnExec(void*, curlsocktype, curl_sockaddr* address) {
     return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-}
-
-QByteArray withoutLineEnds(const QString& text) {
-    QByteArray bytes = text.toUtf8();
-    bytes.removeIf([](char byte) { return byte == '\r' || byte == '\n' || byte == '\0'; });
-    return bytes;
 }
 
 void append(CurlList& list, const QByteArray& line) {
@@ -46,9 +41,9 @@ CurlList headerLines(const UrlRequest& request) {
     append(list, "Accept-Encoding: gzip, deflate, br");
     append(list, "Expect:");
     for (const auto& [name, value] : request.headers) {
-        const QByteArray bytes = withoutLineEnds(value);
+        const QByteArray bytes = TransferRequest::headerText(value);
         // A semicolon is the library's way to say that the value is empty, not that there is to be no such header.
-        append(list, withoutLineEnds(name) + (bytes.trimmed().isEmpty() ? QByteArray(";") : ": " + bytes));
+        append(list, TransferRequest::headerText(name) + (bytes.trimmed().isEmpty() ? QByteArray(";") : ": " + bytes));
     }
     return list;
 }

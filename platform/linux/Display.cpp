@@ -1,13 +1,10 @@
 #include "platform/Display.h"
 
 #include "base/Descriptor.h"
+#include "platform/base/WindowPlugin.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonObject>
-#include <QPluginLoader>
 
 #include <fontconfig/fontconfig.h>
 #include <xcb/xcb.h>
@@ -15,7 +12,6 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include <algorithm>
 #include <cstring>
 #include <future>
 
@@ -24,17 +20,6 @@ using namespace Qt::StringLiterals;
 namespace platform {
 
 namespace {
-
-// In the folder, or linked into this program.
-bool hasPlugin(const QString& folder, const QString& name) {
-    const auto answersTo = [&name](const QStaticPlugin& plugin) {
-        return plugin.metaData().value("MetaData"_L1).toObject().value("Keys"_L1).toArray().contains(name);
-    };
-    const QVector<QStaticPlugin> linked = QPluginLoader::staticPlugins();
-    const QDir platforms(folder + u"/platforms"_s);
-    return std::any_of(linked.begin(), linked.end(), answersTo) ||
-           !platforms.entryList({u"libq"_s + name + u"*.so"_s}, QDir::Files).isEmpty();
-}
 
 // The socket of the compositor: $WAYLAND_DISPLAY, below the runtime folder unless it is absolute.
 QByteArray waylandSocket() {
@@ -93,10 +78,10 @@ std::future<void>& readingFonts() {
 } // namespace
 
 std::optional<QByteArray> windowSystemPlugin(const QString& pluginsFolder) {
-    if (hasPlugin(pluginsFolder, u"wayland"_s) && waylandAnswers()) {
+    if (hasWindowPlugin(pluginsFolder, u"wayland"_s, u".so"_s) && waylandAnswers()) {
         return "wayland";
     }
-    if (hasPlugin(pluginsFolder, u"xcb"_s) && xServerAnswers()) {
+    if (hasWindowPlugin(pluginsFolder, u"xcb"_s, u".so"_s) && xServerAnswers()) {
         return "xcb";
     }
     return std::nullopt;

@@ -4,6 +4,7 @@
 #include "platform/DownloadProgress.h"
 #include "platform/PartialDownload.h"
 #include "platform/base/PlatformException.h"
+#include "platform/base/TransferRequest.h"
 #include "platform/base/UncaughtException.h"
 #include "platform/linux/FileTransfer.h"
 #include "platform/linux/HttpTransfer.h"
@@ -45,13 +46,11 @@ TransferResult transfer(const UrlRequest& request, const TransferLimits& limits,
     if (!address) {
         return TransportError{TransportError::kUnsupportedAddress, {}};
     }
-    const QString scheme = address->scheme.value_or(QString()).toLower();
-    if (scheme == u"file"_s) {
-        return platform::transferFile(address->text, limits.receiveBuffer, sink);
-    }
-    const bool isHttp = scheme == u"http"_s || scheme == u"https"_s;
-    if (!isHttp || address->host.value_or(QString()).isEmpty()) {
+    if (!TransferRequest::canBeAskedFor(*address)) {
         return TransportError{TransportError::kUnsupportedAddress, address->text};
+    }
+    if (address->scheme->toLower() == u"file"_s) {
+        return platform::transferFile(address->text, limits.receiveBuffer, sink);
     }
     return HttpTransfer(request, limits, mostBody, sink).run();
 }

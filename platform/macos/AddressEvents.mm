@@ -14,16 +14,16 @@ constexpr FourCharCode kGetUrl = 'GURL'; // class and identifier of the event ar
 } // namespace
 
 // Receives the event that the system sends for an address of the program's scheme.
-@interface AddressEventReceiver : NSObject
+@interface AddressEventReceiver : NSObject {
+    std::function<void(const QString&)> _handler;
+}
 - (instancetype)initWithHandler:(std::function<void(const QString&)>)handler;
 - (void)takeEvents;
 - (void)applicationLaunches:(NSNotification*)notification;
 - (void)getUrl:(NSAppleEventDescriptor*)event withReplyEvent:(NSAppleEventDescriptor*)reply;
 @end
 
-@implementation AddressEventReceiver {
-    std::function<void(const QString&)> _handler;
-}
+@implementation AddressEventReceiver
 
 - (instancetype)initWithHandler:(std::function<void(const QString&)>)handler {
     self = [super init];

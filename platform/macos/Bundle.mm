@@ -17,7 +17,7 @@ QVariant variantOf(id value);
 QVariantMap mapOf(NSDictionary* dictionary) {
     QVariantMap map;
     for (NSString* key in dictionary) {
-        map.insert(QString::fromNSString(key), variantOf(dictionary[key]));
+        map.insert(QString::fromNSString(key), variantOf([dictionary objectForKey:key]));
     }
     return map;
 }

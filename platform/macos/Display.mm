@@ -1,6 +1,6 @@
 #include "platform/Display.h"
 
-#include <QFileInfo>
+#include "platform/base/WindowPlugin.h"
 
 #import <AppKit/AppKit.h>
 
@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 namespace platform {
 
 std::optional<QByteArray> windowSystemPlugin(const QString& pluginsFolder) {
-    const bool isThere = QFileInfo(pluginsFolder + u"/platforms/libqcocoa.dylib"_s).isFile();
+    const bool isThere = hasWindowPlugin(pluginsFolder, u"cocoa"_s, u".dylib"_s);
     return isThere && NSScreen.mainScreen ? std::optional<QByteArray>("cocoa") : std::nullopt;
 }
 

@@ -12,7 +12,7 @@ namespace {
 PlatformException translated(NSException* exception) {
     QVariantMap userInfo;
     for (id key in exception.userInfo) {
-        id const value = exception.userInfo[key];
+        id const value = [exception.userInfo objectForKey:key];
         userInfo.insert(QString::fromNSString([key description]), QString::fromNSString([value description]));
     }
     return {QString::fromNSString(exception.name), QString::fromNSString(exception.reason), userInfo};

@@ -5,6 +5,7 @@
 #include "platform/PartialDownload.h"
 #include "platform/base/HttpRedirect.h"
 #include "platform/base/SuggestedFilename.h"
+#include "platform/base/TransferRequest.h"
 #include "platform/base/UncaughtException.h"
 
 #import <Foundation/Foundation.h>
@@ -14,9 +15,9 @@
 
 namespace {
 
-// Nil for an absent address, and for one that the system cannot take.
+// Nil for an absent address, and for one that cannot be asked for: the system itself would also take data: and ftp:.
 NSURL* urlOf(const std::optional<Address>& address) {
-    return address ? [NSURL URLWithString:address->text.toNSString()] : nil;
+    return address && TransferRequest::canBeAskedFor(*address) ? [NSURL URLWithString:address->text.toNSString()] : nil;
 }
 
 TransportError errorWith(TransportError::Code code, const std::optional<Address>& address) {
@@ -24,7 +25,7 @@ TransportError errorWith(TransportError::Code code, const std::optional<Address>
 }
 
 TransportError errorOf(NSError* error) {
-    NSString* const address = error.userInfo[NSURLErrorFailingURLStringErrorKey];
+    NSString* const address = [error.userInfo objectForKey:NSURLErrorFailingURLStringErrorKey];
     TransportError result{static_cast<TransportError::Code>(error.code), QString::fromNSString(address)};
     result.domain = QString::fromNSString(error.domain);
     result.sentence = QString::fromNSString(error.localizedDescription);
@@ -49,7 +50,8 @@ NSURLRequest* requestOf(NSURL* url, const UrlRequest& request, const TransferLim
     result.HTTPMethod = request.method.toNSString();
     result.timeoutInterval = seconds(limits.idle);
     for (const auto& [name, value] : request.headers) {
-        [result addValue:value.toNSString() forHTTPHeaderField:name.toNSString()];
+        [result addValue:QString::fromUtf8(TransferRequest::headerText(value)).toNSString()
+            forHTTPHeaderField:QString::fromUtf8(TransferRequest::headerText(name)).toNSString()];
     }
     if (!request.body.isEmpty()) {
         result.HTTPBody = request.body.toNSData();
@@ -68,16 +70,16 @@ void onOwnThread(std::function<void()> body) {
 } // namespace
 
 // Which redirects a task may follow. What is refused cancels the task, and the code says why.
-@interface RedirectRules : NSObject <NSURLSessionTaskDelegate>
+@interface RedirectRules : NSObject <NSURLSessionTaskDelegate> {
+    long _left;
+    std::optional<TransportError::Code> _refusal;
+}
 - (instancetype)initWithLimit:(long)limit;
 - (std::optional<TransportError::Code>)refusal;
 - (void)refuse:(TransportError::Code)code task:(NSURLSessionTask*)task;
 @end
 
-@implementation RedirectRules {
-    long _left;
-    std::optional<TransportError::Code> _refusal;
-}
+@implementation RedirectRules
 
 - (instancetype)initWithLimit:(long)limit {
     self = [super init];
@@ -114,18 +116,18 @@ void onOwnThread(std::function<void()> body) {
 @end
 
 // One download, from its session's own queue to the file and to the main thread.
-@interface Download : RedirectRules <NSURLSessionDataDelegate>
-- (instancetype)initWithFile:(std::shared_ptr<PartialDownload>)file
-                   callbacks:(UrlSession::DownloadCallbacks)callbacks
-                      limits:(const TransferLimits&)limits;
-@end
-
-@implementation Download {
+@interface Download : RedirectRules <NSURLSessionDataDelegate> {
     std::shared_ptr<PartialDownload> _file;
     std::shared_ptr<DownloadProgress> _progress;
     UrlSession::DownloadCallbacks _callbacks;
     int64_t _expected;
 }
+- (instancetype)initWithFile:(std::shared_ptr<PartialDownload>)file
+                   callbacks:(UrlSession::DownloadCallbacks)callbacks
+                      limits:(const TransferLimits&)limits;
+@end
+
+@implementation Download
 
 - (instancetype)initWithFile:(std::shared_ptr<PartialDownload>)file
                    callbacks:(UrlSession::DownloadCallbacks)callbacks
@@ -197,7 +199,9 @@ void dataTask(UrlRequest request, DataCompletion completion, const TransferLimit
         } else if (static_cast<std::int64_t>(data.length) > limits.data) {
             completion(std::nullopt, std::nullopt, errorWith(TransportError::kDataLengthExceedsMaximum, address));
         } else {
-            completion(QByteArray::fromNSData(data), responseOf(response), std::nullopt);
+            // Of no bytes Qt would make an absent text.
+            completion(data.length > 0 ? QByteArray::fromNSData(data) : QByteArray(""), responseOf(response),
+                       std::nullopt);
         }
     };
     NSURLSessionDataTask* const task =

@@ -9,7 +9,8 @@ using namespace Qt::StringLiterals;
 namespace platform {
 
 bool openAddress(const std::optional<Address>& address) {
-    NSURL* const url = address ? [NSURL URLWithString:address->text.toNSString()] : nil;
+    const bool isWhole = address && address->scheme; // else it would be a file of this machine
+    NSURL* const url = isWhole ? [NSURL URLWithString:address->text.toNSString()] : nil;
     return url && [[NSWorkspace sharedWorkspace] openURL:url];
 }
 

@@ -1,4 +1,5 @@
 #include "platform/Console.h"
+#include "platform/QtMessages.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <QRegularExpression>

@@ -115,7 +115,11 @@ void Thing::help(int* number, char) {}
 class CheckPlatformPairs(Tree):
     script = "check-platform-pairs"
 
+    def put_row(self, names):
+        self.put("docs/macos.md", f"# A page\n\n| Header | Promise |\n|---|---|\n| {names} | all |\n| | more |\n\n| Else |\n")
+
     def put_service(self, linux=SOURCE, macos=SOURCE, header=HEADER):
+        self.put_row("Service")
         self.put("platform/Service.h", header)
         self.put("platform/linux/Service.cpp", linux)
         self.put("platform/macos/Service.mm", macos)
@@ -151,7 +155,34 @@ class CheckPlatformPairs(Tree):
         self.put_service(macos=SOURCE.replace("bool Thing::works() const { return \"{\" != nullptr; }", ""))
         self.expect_bad("platform/Service.h:12: Thing::works() is not defined in platform/macos/Service.mm")
 
+    def test_names_a_header_of_which_the_page_on_macos_says_nothing(self):
+        self.put_service()
+        self.put_row("Other")
+        self.expect_bad(
+            "platform/Service.h:1: docs/macos.md has no row for it",
+            "docs/macos.md:5: there is no platform/Other.h",
+        )
+
+    def test_takes_a_row_for_several_headers(self):
+        self.put_service()
+        self.put("platform/Portable.h", "void portable();\n")
+        self.put("platform/Portable.cpp", "void portable() {}\n")
+        self.put_row("Portable, Service")
+        self.expect_good()
+
+    def test_names_a_guard_that_does_not_see_macos_exceptions(self):
+        guard = "void f() {\n    try {\n        %s\n    } catch (const PlatformException& exception) {\n    }\n}\n"
+        self.put("sysinfo/good.cpp", guard % "platform::translatingSystemExceptions([&] { work(); });")
+        self.put("sysinfo/other.cpp", (guard % "work();").replace("PlatformException", "std::system_error"))
+        self.put("ui/a.cpp", guard % "work();")
+        self.expect_good()
+        self.put("sysinfo/bad.cpp", guard % "platform::translatingSystemExceptions([&] { work(); });" + guard % "work();")
+        self.expect_bad(
+            "sysinfo/bad.cpp:8: the guard does not see macOS's exceptions: translatingSystemExceptions()"
+        )
+
     def test_names_a_header_without_a_file_for_a_system(self):
+        self.put_row("Alone")
         self.put("platform/Alone.h", "void alone();\n")
         self.put("platform/linux/Alone.cpp", "void alone() {}\n")
         self.expect_bad("platform/Alone.h:1: platform/macos/Alone.mm is missing")
@@ -162,6 +193,7 @@ class CheckPlatformPairs(Tree):
         self.expect_good()
 
     def test_leaves_alone_what_is_portable_on_top_of_services(self):
+        self.put_row("Portable")
         self.put("platform/Portable.h", "void portable();\n")
         self.put("platform/Portable.cpp", "void portable() {}\n")
         self.expect_good()

@@ -96,6 +96,7 @@ typedef struct {
                               forKeys:(const KeyType<NSCopying> _Nonnull[_Nullable])keys
                                 count:(NSUInteger)count;
 @property(readonly) NSUInteger count;
+- (nullable ObjectType)objectForKey:(KeyType)key;
 - (nullable ObjectType)objectForKeyedSubscript:(KeyType)key;
 @end
 

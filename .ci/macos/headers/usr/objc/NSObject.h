@@ -36,7 +36,9 @@ NS_ASSUME_NONNULL_BEGIN
 @end
 
 __attribute__((objc_root_class))
-@interface NSObject<NSObject>
+@interface NSObject<NSObject> {
+    Class isa;
+}
 + (instancetype)alloc;
 + (instancetype)new;
 + (Class)class;
