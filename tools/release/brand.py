@@ -11,6 +11,7 @@ import shutil
 import subprocess
 import xml.parsers.expat
 
+import icon
 from steps import Failed
 
 HOST = r"https?://[A-Za-z0-9.-]+(:\d+)?(/[^\s\"<>]*)?"
@@ -121,6 +122,9 @@ def put_brand(folder, bundle):
         _put_texts(table, resources / table.relative_to(folder))
     for picture in sorted(folder.glob("images/*")):
         _put_picture(picture, resources)
+    drawing = folder / "images/application_icon.svg"
+    if drawing.exists() and (resources / "application_icon.icns").exists():  # macOS's bundle
+        icon.make_icon(drawing, resources / "application_icon.icns")
     for font in sorted(folder.glob("fonts/*")):
         (resources / "Fonts").mkdir(exist_ok=True)
         shutil.copy(font, resources / "Fonts")
