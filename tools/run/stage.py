@@ -7,6 +7,7 @@ import pathlib
 import plistlib
 import shutil
 import subprocess
+import sys
 
 IDENTIFIER = "com.example.qninstaller.run"
 ARGUMENT = "--portal sample --locale en"
@@ -63,12 +64,15 @@ class Stage:
 
     @property
     def image_tool(self):
+        if sys.platform == "darwin":
+            return pathlib.Path("/usr/bin/hdiutil")
         return self.build / "QNInstaller.app/Contents/SystemRoot/usr/bin/hdiutil"
 
     def environment(self):
         environment = dict(os.environ)
         environment.update({
             "HOME": str(self.home),
+            "CFFIXED_USER_HOME": str(self.home),  # what macOS's own libraries go by
             "TMPDIR": str(self.folder / "tmp"),
             "XDG_RUNTIME_DIR": str(self.folder / "runtime"),
             "QN_SYSTEM_ROOT": str(self.folder / "system"),
