@@ -96,10 +96,10 @@ AttachError attachFailure(const ImageError& error) {
     return AttachError(corrupted ? std::string("image data corrupted (") + error.what() + ")" : error.what());
 }
 
-OpenedImage openImage(const std::string& path) {
+OpenedImage openImage(const std::string& path, const ReadOptions& options) {
     OpenedImage opened;
     try {
-        opened.image = DiskImage::open(path);
+        opened.image = DiskImage::open(path, options);
         SlotFinder(opened).findAll();
     } catch (const ImageError& error) {
         throw attachFailure(error);

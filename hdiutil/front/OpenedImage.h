@@ -30,7 +30,7 @@ struct OpenedImage {
 };
 
 // Opens the container, the partition map and every volume. Throws FrontError with the wording of `attach`.
-OpenedImage openImage(const std::string& path);
+OpenedImage openImage(const std::string& path, const ReadOptions& options = {});
 
 class ImageError;
 // What to throw for what the image's reader threw. Pure.

@@ -11,8 +11,12 @@
 
 namespace hdi {
 
+class PieceSums;
+
 // How an image is read.
 struct ReadOptions {
+    // Of the image's file, where they were taken as it came; spares verifyDataFork() its reading.
+    std::shared_ptr<const PieceSums> sums;
     unsigned threads = 0;                                   // that decode ahead; 0: one per core
     std::size_t cacheBytes = std::size_t{32} * 1024 * 1024; // of decoded chunks, at most
 };

@@ -14,7 +14,7 @@ namespace hdi {
 
 namespace {
 
-constexpr std::uint64_t kPiece = std::uint64_t{1} * 1024 * 1024;
+constexpr std::uint64_t kPiece = PieceSums::kPiece;
 
 std::span<std::byte> scratch(std::uint64_t size) {
     thread_local std::vector<std::byte> bytes;
@@ -97,19 +97,22 @@ std::optional<std::uint32_t> crc32OfTables(const std::vector<UdifTable>& tables)
 
 } // namespace
 
-bool verifyDataChecksum(const ByteSource& file, const UdifTrailer& trailer, unsigned threads) {
+bool verifyDataChecksum(const ByteSource& file, const UdifTrailer& trailer, unsigned threads, const PieceSums* sums) {
     const auto wanted = trailer.dataChecksum.crc32();
     if (!wanted) {
         return false;
     }
     const std::uint64_t pieces = (trailer.dataLength + kPiece - 1) / kPiece;
-    std::vector<std::uint32_t> sums(static_cast<std::size_t>(pieces));
+    std::vector<std::uint32_t> found(static_cast<std::size_t>(pieces));
     const auto lengthOf = [&](std::size_t i) { return std::min(kPiece, trailer.dataLength - i * kPiece); };
-    parallelFor(sums.size(), threads,
-                [&](std::size_t i) { sums[i] = crc32OfFile(file, trailer.dataOffset + i * kPiece, lengthOf(i)); });
+    const bool isAtPieces = sums != nullptr && trailer.dataOffset == 0;
+    parallelFor(found.size(), threads, [&](std::size_t i) {
+        const auto known = isAtPieces && lengthOf(i) == kPiece ? sums->of(i) : std::nullopt;
+        found[i] = known ? *known : crc32OfFile(file, trailer.dataOffset + i * kPiece, lengthOf(i));
+    });
     std::uint32_t sum = 0;
-    for (std::size_t i = 0; i < sums.size(); ++i) {
-        sum = joinCrc32(sum, sums[i], lengthOf(i));
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        sum = joinCrc32(sum, found[i], lengthOf(i));
     }
     if (kCompareChecksums && sum != *wanted) {
         damaged("the checksum of the image's data does not match");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hdiutil/image/ByteSource.h"
+#include "hdiutil/image/PieceSums.h"
 #include "hdiutil/image/UdifTable.h"
 #include "hdiutil/image/UdifTrailer.h"
 
@@ -9,8 +10,10 @@
 
 namespace hdi {
 
-// Compares the CRC-32 of the compressed bytes. False when the trailer carries none. Throws ImageError: kDamaged, kIo.
-bool verifyDataChecksum(const ByteSource& file, const UdifTrailer& trailer, unsigned threads);
+// Compares the CRC-32 of the compressed bytes. False when the trailer carries none. `sums`, when there are any, are
+// those of the file's pieces, which are not read again. Throws ImageError: kDamaged, kIo.
+bool verifyDataChecksum(const ByteSource& file, const UdifTrailer& trailer, unsigned threads,
+                        const PieceSums* sums = nullptr);
 
 // Decodes every run and compares each table's checksum, then the master checksum: the CRC-32 over the tables' checksums
 // one after the other. Ignored runs are left out of a table's checksum, zero runs are not. Tables without a checksum

@@ -32,7 +32,8 @@ RunType mainType(const std::vector<UdifRun>& runs) {
 class UdifImage final : public DiskImage {
 public:
     UdifImage(ByteSourcePtr file, UdifTrailer trailer, const Resources& resources, const ReadOptions& options)
-        : file_(std::move(file)), trailer_(trailer), threads_(options.threads), licences_(licenceTexts(resources)) {
+        : file_(std::move(file)), trailer_(trailer), threads_(options.threads), sums_(options.sums),
+          licences_(licenceTexts(resources)) {
         const auto tables = resources.find("blkx");
         if (tables == resources.end()) {
             throw ImageError(ImageError::Kind::kDamaged, "the image has no chunk tables");
@@ -49,7 +50,7 @@ public:
     ByteSourcePtr disk() const override { return disk_; }
     const ImageFacts& facts() const override { return facts_; }
     std::vector<std::string> licences() const override { return licences_; }
-    bool verifyDataFork() const override { return verifyDataChecksum(*file_, trailer_, threads_); }
+    bool verifyDataFork() const override { return verifyDataChecksum(*file_, trailer_, threads_, sums_.get()); }
     void verifyTables(const std::function<void(double)>& progress) const override {
         verifyTableChecksums(*file_, trailer_, tables_, threads_, progress);
     }
@@ -69,6 +70,7 @@ private:
     const ByteSourcePtr file_;
     const UdifTrailer trailer_;
     const unsigned threads_;
+    const std::shared_ptr<const PieceSums> sums_;
     const std::vector<std::string> licences_;
     std::vector<UdifTable> tables_;
     ImageFacts facts_;
