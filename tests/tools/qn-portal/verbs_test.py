@@ -178,6 +178,47 @@ class Verbs(unittest.TestCase):
         result = self.run_program("report", "--json", database)
         self.assertEqual(json.loads(result.stdout)["funnel"]["started"], 1)
 
+    def on_a_small_disk(self, script, *words, size="400k"):
+        """Runs a script in an empty folder on a disk of this size; "$1" is the program, the words follow."""
+        disk = self.folder / "disk"
+        disk.mkdir(exist_ok=True)
+        mount = 'mount -t tmpfs -o size="$0" none "$1" && cd "$1" && shift && '
+        result = subprocess.run(["unshare", "-rm", "sh", "-c", mount + script, size, disk, PROGRAM, *map(str, words)],
+                                capture_output=True, text=True, timeout=100)
+        self.assertNotIn("mount:", result.stderr)
+        return result
+
+    def test_a_full_disk_during_an_import_leaves_the_database_whole(self):
+        few, many = self.write("few", good_run("a")), self.write("many", "".join(map(good_run, map(str, range(20_000)))))
+        result = self.on_a_small_disk('"$1" report --into runs.db "$2" >/dev/null 2>&1; "$1" report --into runs.db "$3"; '
+                                      'echo "status $?"; "$1" report --json runs.db', few, many)
+        self.assertRegex(result.stderr, "^qn-portal report: .*(full|disk I/O error)[^\n]*\n$")
+        status, _, numbers = result.stdout.partition("\n")
+        self.assertEqual(status, "status 2")
+        self.assertEqual(json.loads(numbers)["funnel"], {"started": 1, "configured": 1, "downloaded": 1, "finished": 1})
+
+    def test_a_full_disk_leaves_no_half_page_archive_or_brand(self):
+        log = self.write("log", "".join(entry(os.urandom(400).hex()) for _ in range(1000)))
+        lines = self.write("lines", good_run("a"))
+        fill = "head -c 1M /dev/zero >filler 2>/dev/null; "
+        for words in ('log "$2" --bundle out.zip', 'log "$2" --html out.html', 'report "$3" --html out.html',
+                      "brand new kit"):
+            result = self.on_a_small_disk(fill + f'"$1" {words} >/dev/null; echo "status $?"; ls', log, lines)
+            self.assertEqual(result.stdout.split("\n")[0], "status 2", words)
+            self.assertIn("No space left on device", result.stderr, words)
+            self.assertEqual(result.stdout.split()[2:], ["filler"], words)
+
+    def test_a_check_whose_temporary_folder_is_full_says_so(self):
+        serve = subprocess.Popen([PROGRAM, "serve"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.addCleanup(serve.stdout.close)
+        self.addCleanup(serve.wait)
+        self.addCleanup(serve.terminate)
+        addresses = json.loads(serve.stdout.readline())
+        result = self.on_a_small_disk('head -c 1M /dev/zero >filler 2>/dev/null; TMPDIR=. "$1" check --local "$2"',
+                                      addresses["config"])
+        self.assertEqual((result.returncode, result.stdout), (2, ""), result.stderr)
+        self.assertRegex(result.stderr, "^qn-portal.*: [^\n]*No space left on device[^\n]*\n$")
+
     def test_two_imports_at_once_both_count(self):
         database = self.folder / "runs.db"
         files = [self.write(name, "".join(good_run(f"{name}{number}") for number in range(500))) for name in "abc"]

@@ -4,12 +4,7 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 
@@ -33,21 +28,9 @@ void Archive::Free::operator()(archive* writer) const {
     archive_write_free(writer);
 }
 
-Archive::Archive(std::string path)
-    : path_(std::move(path)), unfinished_(path_ + ".XXXXXX"), writer_(archive_write_new()) {
-    file_.reset(mkstemp(unfinished_.data()));
-    if (!file_) {
-        fail(path_, std::strerror(errno));
-    }
+Archive::Archive(std::string path) : path_(std::move(path)), file_(path_), writer_(archive_write_new()) {
     check(archive_write_set_format_zip(writer_.get()));
-    check(archive_write_open_fd(writer_.get(), file_.get()));
-}
-
-Archive::~Archive() {
-    if (file_) {
-        writer_.reset(); // which still writes to the file
-        unlink(unfinished_.c_str());
-    }
+    check(archive_write_open_fd(writer_.get(), file_.descriptor()));
 }
 
 void Archive::begin(const std::string& name, std::int64_t size) {
@@ -70,14 +53,7 @@ void Archive::add(std::string_view bytes) {
 
 void Archive::finish() {
     check(archive_write_close(writer_.get()));
-    const mode_t mask = umask(0);
-    umask(mask);
-    constexpr mode_t kMode = 0666;
-    if (fchmod(file_.get(), kMode & ~mask) != 0 || fsync(file_.get()) != 0 ||
-        std::rename(unfinished_.c_str(), path_.c_str()) != 0) {
-        fail(path_, std::strerror(errno));
-    }
-    file_.reset();
+    file_.publish();
 }
 
 void Archive::check(int status) {

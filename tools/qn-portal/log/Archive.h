@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/Descriptor.h"
+#include "tools/qn-portal/common/OutputFile.h"
 
 #include <memory>
 #include <string>
@@ -10,13 +10,10 @@ struct archive;
 
 namespace portal::eventlog {
 
-// A zip archive that appears under its name when it is whole, and not before. Errors: LogError.
+// A zip archive that appears under its name when it is whole, and not before. Errors: std::runtime_error.
 class Archive {
 public:
     explicit Archive(std::string path);
-    ~Archive();
-    Archive(const Archive&) = delete;
-    Archive& operator=(const Archive&) = delete;
 
     // A file of exactly `size` bytes, which come with add().
     void begin(const std::string& name, std::int64_t size);
@@ -32,8 +29,7 @@ private:
     void check(int status);
 
     std::string path_;
-    std::string unfinished_; // beside it, so that it can be renamed
-    base::Descriptor file_;
+    OutputFile file_;
     std::unique_ptr<archive, Free> writer_;
 };
 

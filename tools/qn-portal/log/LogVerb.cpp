@@ -1,20 +1,22 @@
 #include "tools/qn-portal/log/LogVerb.h"
 
-#include "base/Descriptor.h"
+#include "base/Files.h"
 #include "tools/qn-portal/Verb.h"
+#include "tools/qn-portal/common/OutputFile.h"
 #include "tools/qn-portal/log/Bundle.h"
 #include "tools/qn-portal/log/LogError.h"
 #include "tools/qn-portal/log/LogFile.h"
 #include "tools/qn-portal/log/Options.h"
 #include "tools/qn-portal/log/Printer.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <optional>
+#include <stdexcept>
 
 namespace portal {
 
@@ -44,33 +46,28 @@ std::unique_ptr<Printer> printerOf(const Options& options, Output& output) {
     return textPrinter(output);
 }
 
-class OutputFile {
-public:
-    explicit OutputFile(const std::string& path)
-        : file_(path.empty() ? dup(STDOUT_FILENO)
-                             : open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
-        if (!file_) {
-            throw LogError((path.empty() ? "the output" : path) + " cannot be written: " + std::strerror(errno));
-        }
+void print(std::string_view text) {
+    if (!base::writeAll(STDOUT_FILENO, text)) {
+        throw LogError(std::string("the output cannot be written: ") + std::strerror(errno));
     }
-
-    int descriptor() const { return file_.get(); }
-
-private:
-    base::Descriptor file_;
-};
+}
 
 int show(const Options& options) {
     LogFile file(options.input);
-    const OutputFile target(options.page);
-    const std::string name = options.page.empty() ? "the output" : options.page;
-    Output output([&](std::string_view text) { writeAll(target.descriptor(), name, text); });
+    std::optional<OutputFile> page;
+    if (!options.page.empty()) {
+        page.emplace(options.page);
+    }
+    Output output([&](std::string_view text) { page ? page->write(text) : print(text); });
     const auto printer = printerOf(options, output);
     RunSplitter splitter(*printer);
     const auto receiver = [&](const Entry& entry) { splitter.add(entry); };
     printer->begin();
     if (options.isFollowing) {
         endOnSignals();
+        if (page) {
+            page->publish(); // it is looked at while it grows
+        }
         file.follow(
             receiver, [&] { output.flush(); }, isEnded);
     } else {
@@ -79,6 +76,9 @@ int show(const Options& options) {
     splitter.finish();
     printer->end();
     output.flush();
+    if (page) {
+        page->publish();
+    }
     return kGood;
 }
 
@@ -97,7 +97,7 @@ int runLog(std::span<const std::string> arguments) {
             return kGood;
         }
         return show(options);
-    } catch (const LogError& error) {
+    } catch (const std::runtime_error& error) {
         std::fprintf(stderr, "qn-portal log: %s\n", error.what());
         return kCannotDo;
     }

@@ -41,7 +41,4 @@ private:
     std::string text_;
 };
 
-// Writes all of it to a descriptor, which an error calls `name`. Throws LogError.
-void writeAll(int descriptor, const std::string& name, std::string_view text);
-
 } // namespace portal::eventlog

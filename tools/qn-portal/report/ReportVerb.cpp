@@ -1,6 +1,7 @@
 #include "tools/qn-portal/report/ReportVerb.h"
 
 #include "tools/qn-portal/Verb.h"
+#include "tools/qn-portal/common/OutputFile.h"
 #include "tools/qn-portal/report/Import.h"
 #include "tools/qn-portal/report/Options.h"
 #include "tools/qn-portal/report/Page.h"
@@ -88,12 +89,9 @@ Database opened(const Options& options) {
 }
 
 void writePage(const std::string& path, const std::string& page) {
-    std::FILE* const file = std::fopen(path.c_str(), "we");
-    const bool isWritten = file != nullptr && std::fwrite(page.data(), 1, page.size(), file) == page.size();
-    const int error = errno;
-    if (file == nullptr || std::fclose(file) != 0 || !isWritten) {
-        throw ReportError(path + " cannot be written: " + std::strerror(isWritten ? errno : error));
-    }
+    OutputFile file(path);
+    file.write(page);
+    file.publish();
 }
 
 void print(const Options& options, const Figures& figures) {
@@ -134,7 +132,7 @@ int runReport(std::span<const std::string> arguments) {
             return kGood;
         }
         return show(options);
-    } catch (const ReportError& error) {
+    } catch (const std::runtime_error& error) {
         std::fprintf(stderr, "qn-portal report: %s\n", error.what());
         return kCannotDo;
     }
