@@ -11,6 +11,8 @@ import struct
 import subprocess
 import tempfile
 import unittest
+import urllib.error
+import urllib.request
 import zlib
 
 PROGRAM = os.path.abspath(os.environ["QN_PORTAL"])
@@ -78,13 +80,20 @@ class Browser:
 
     def open(self, page):
         self.events.clear()
-        self.call("Page.navigate", url=page.as_uri())
+        self.call("Page.navigate", url=page if isinstance(page, str) else page.as_uri())
         while not any(event.get("method") == "Page.loadEventFired" for event in self.events):
             self.events.append(self.receive())
 
     def requested(self):
         return [event["params"]["request"]["url"] for event in self.events
                 if event.get("method") == "Network.requestWillBeSent"]
+
+    def wait_until(self, expression):
+        """Until it is true of the page, looked at whenever the page changes."""
+        watch = f"""new Promise(done => {{ const look = () => ({expression}) && done(true);
+            new MutationObserver(look).observe(document, {{subtree: true, childList: true, characterData: true}});
+            look(); setTimeout(() => done(false), 60000); }})"""
+        return self.call("Runtime.evaluate", expression=watch, awaitPromise=True, returnByValue=True)["result"]["value"]
 
     def evaluate(self, expression):
         return self.call("Runtime.evaluate", expression=expression, returnByValue=True)["result"].get("value")
@@ -205,6 +214,34 @@ class Pages(unittest.TestCase):
             self.assertIn(("columnheader", header), told)
         self.assertIn(("rowheader", "Kit <b>&amp;"), told)
         self.assertIn(("rowheader", "Download: <script>document.title=1</script>"), told)
+
+    def test_the_portal_s_page_shows_requests_as_they_come(self):
+        serve = subprocess.Popen([PROGRAM, "serve"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.addCleanup(serve.stdout.close)
+        self.addCleanup(serve.wait)
+        self.addCleanup(serve.terminate)
+        addresses = json.loads(serve.stdout.readline())
+        self.browser.open(addresses["page"])
+        self.assertTrue(self.browser.wait_until("document.getElementById('state').textContent === 'None yet.'"))
+        base = addresses["page"].rstrip("/")
+        request = urllib.request.Request(addresses["analytics"], data=b"<b>line one</b>\r\nline two", headers={"X-Kit": "7"})
+        urllib.request.urlopen(request, timeout=30).close()
+        with self.assertRaises(urllib.error.HTTPError) as missing:
+            urllib.request.urlopen(base + "/missing", timeout=30)
+        missing.exception.close()
+        self.assertTrue(self.browser.wait_until("document.getElementById('list').rows.length === 2"))
+        rows = self.browser.evaluate("[...document.getElementById('list').rows].map(r => [...r.cells].map(c => c.textContent))")
+        self.assertEqual([row[1:3] for row in rows], [["GET /missing", "404"], ["POST /analytics", "200"]])
+        self.assertIn("X-Kit: 7", rows[1][3])
+        self.assertTrue(rows[1][3].endswith("<b>line one</b>\r\nline two") or
+                        rows[1][3].endswith("<b>line one</b>\nline two"), rows[1][3])
+        self.assertEqual(self.browser.evaluate("document.getElementById('state').textContent"), "2 so far.")
+        self.assertEqual(self.browser.evaluate("document.querySelectorAll('td b').length"), 0)
+        for scheme, colour in ("light", (0xFF, 0xFF, 0xFF)), ("dark", (0x15, 0x17, 0x1A)):
+            picture = self.browser.screenshot(scheme)
+            (PICTURES / f"serve-{scheme}.png").write_bytes(picture)
+            self.assertEqual(corner_of(picture), colour, scheme)
+        self.assertTrue(all(url.startswith(base) or url == "data:," for url in self.browser.requested()))
 
     def test_a_screen_reader_is_told_each_entry_of_a_log(self):
         self.browser.open(self.log)

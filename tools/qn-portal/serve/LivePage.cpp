@@ -12,11 +12,13 @@ constexpr std::size_t kLongestBody = 4000;
 constexpr const char* kListPath = "/requests.json";
 
 constexpr const char* kPage = R"html(<!DOCTYPE html>
-<html lang="en"><head><meta charset="utf-8"><title>Requests</title>
+<html lang="en"><head><meta charset="utf-8"><title>Requests</title><link rel="icon" href="data:,">
 <style>
 :root { color-scheme: light dark; }
 body { font: 15px/1.4 system-ui, sans-serif; margin: 1.5rem; }
 table { border-collapse: collapse; width: 100%; }
+body { background: #fff; color: #1a1a1a; }
+@media (prefers-color-scheme: dark) { body { background: #15171a; color: #e6e6e6; } }
 th, td { text-align: left; padding: .3rem .6rem; border-bottom: 1px solid #8884; vertical-align: top; }
 pre { margin: 0; white-space: pre-wrap; overflow-wrap: anywhere; font-size: 13px; }
 .bad { font-weight: bold; }
