@@ -4,6 +4,7 @@
 #include "tools/qn-portal/check/CheckVerb.h"
 #include "tools/qn-portal/log/LogVerb.h"
 #include "tools/qn-portal/report/ReportVerb.h"
+#include "tools/qn-portal/screens/ShownScreens.h"
 #include "tools/qn-portal/serve/ServeVerb.h"
 
 #include <algorithm>
@@ -61,6 +62,9 @@ int runProgram(std::span<const std::string> arguments) {
         return refuse("which verb?");
     }
     const std::string& first = arguments.front();
+    if (first == screens::kShowScreens) {
+        return screens::showScreens(arguments.subspan(1));
+    }
     if (first == "--help" || first == "-h" || (first == "help" && arguments.size() == 1)) {
         std::fputs(frontHelp().c_str(), stdout);
         return kGood;

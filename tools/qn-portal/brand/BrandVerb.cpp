@@ -4,6 +4,7 @@
 #include "tools/qn-portal/brand/NewBrand.h"
 #include "tools/qn-portal/brand/Preview.h"
 #include "tools/qn-portal/check/Settings.h"
+#include "tools/qn-portal/screens/Stage.h"
 
 #include <QFileInfo>
 
@@ -23,8 +24,8 @@ Makes the folder NAME for a brand: an Info.plist with every setting and what it 
 texts can be replaced, and a folder for pictures. NAME is small letters, digits and hyphens.
 
 preview makes a picture of every screen in every language (or in those that are named) with that brand, in the folder
-NAME-preview: index.html shows them all, contact-sheet.png is one picture of all. It needs the built installer beside this
-program, Xvfb and xcompmgr.
+NAME-preview: index.html shows them all, contact-sheet.png is one picture of all. It needs no display; for a brand with
+pictures of its own it needs rsvg-convert (librsvg2-bin).
 
 Exit status: 0 made, 2 a wrong command line, a brand that cannot be used, or a folder that is there already
 or cannot be made.
@@ -61,11 +62,10 @@ QStringList languagesIn(const std::span<const std::string> words) {
 }
 
 int preview(const std::string& name, std::span<const std::string> languages) try {
-    const QString beside = QFileInfo(QFileInfo(u"/proc/self/exe"_s).symLinkTarget()).path();
     brand::PreviewOptions options;
     options.brand = QString::fromStdString(name);
-    options.bundle = beside + u"/QNInstaller.app"_s;
-    options.program = beside + u"/tools/screens/screen_pictures"_s;
+    options.program = QFileInfo(u"/proc/self/exe"_s).symLinkTarget();
+    options.bundle = screens::installerBundle(options.program);
     options.output = options.brand + u"-preview"_s;
     options.languages = languagesIn(languages);
     brand::makePreview(options);

@@ -1,10 +1,10 @@
 #include "tools/qn-portal/brand/NewBrand.h"
 
 #include "tools/qn-portal/check/Settings.h"
+#include "tools/qn-portal/common/OutputFile.h"
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
 namespace portal::brand {
@@ -46,11 +46,9 @@ std::string commentOf(const Setting& setting) {
 
 void write(const std::filesystem::path& path, const std::string& text) {
     std::filesystem::create_directories(path.parent_path());
-    std::ofstream file(path, std::ios::binary);
-    file << text;
-    if (!file.flush()) {
-        throw std::runtime_error(path.string() + " cannot be written");
-    }
+    OutputFile file(path.string());
+    file.write(text);
+    file.publish();
 }
 
 constexpr const char* kStrings =

@@ -59,6 +59,11 @@ constexpr std::array kBundles{
     Rule{"bundle-text-empty", kWarning, "The text %1 is empty.", "Nothing stands where it belongs.", "Translate it."},
     Rule{"bundle-development-language", kError, "CFBundleDevelopmentRegion is \"%1\", of which there is no table.",
          "No text at all in languages without a table.", "Name a language that is there, such as en."},
+    Rule{"bundle-text-fit", kWarning, "The text \"%1\" %2 on the screen %3 at %4.",
+         "On that screen in %5, a text without its end, or one over another.",
+         "Shorten it; qn-portal brand preview shows it."},
+    Rule{"bundle-screens", kError, "The screens cannot be shown in %1.", "The program ends at once.",
+         "Restore Base.lproj and the tables from the original."},
 };
 
 } // namespace

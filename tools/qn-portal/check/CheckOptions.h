@@ -20,6 +20,7 @@ struct CheckOptions {
     Output output = Output::kPeople;
     QStringList locales; // that the configuration is asked for in; empty: those that matter
     Patience patience;
+    QString program; // the qn-portal that shows a bundle's screens; empty: they are not looked at
 };
 
 struct Refusal {

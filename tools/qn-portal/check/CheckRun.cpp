@@ -6,8 +6,10 @@
 #include "tools/qn-portal/check/BundleCheck.h"
 #include "tools/qn-portal/check/ConfigCheck.h"
 #include "tools/qn-portal/check/ImageCheck.h"
+#include "tools/qn-portal/check/ScreenCheck.h"
 #include "tools/qn-portal/check/Settings.h"
 #include "tools/qn-portal/check/Targets.h"
+#include "tools/qn-portal/screens/BrandedBundle.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -16,9 +18,12 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <csignal>
 #include <future>
 #include <map>
+#include <memory>
 #include <set>
 
 using namespace Qt::StringLiterals;
@@ -113,6 +118,7 @@ private:
         const BundleOutcome outcome = check(report_.findings, target.name, options_.isLocal);
         installer_ = outcome.installer;
         appName_ = outcome.appName;
+        showScreens(target, outcome.languages);
         if (options_.isOffline) {
             return;
         }
@@ -127,6 +133,29 @@ private:
         for (const auto& source : outcome.configurations) {
             checkConfigAddress(source.address.text, localesOr(locales));
         }
+    }
+
+    // As far as there is something to show: of what is missing or damaged it is told already.
+    void showScreens(const Target& target, const QStringList& tables) {
+        static constexpr std::array kUnshowable{"bundle-no-info", "bundle-no-settings", "bundle-strings-damaged",
+                                                "bundle-missing-resource", "bundle-text-unknown"};
+        const bool isBrand = target.kind == TargetKind::kBrand;
+        const bool isDamaged =
+            std::ranges::any_of(kUnshowable, [&](const char* code) { return report_.findings.has(code); });
+        if (options_.program.isEmpty() || isDamaged) {
+            return;
+        }
+        const QString bundle = isBrand ? screens::installerBundle(options_.program) : target.name;
+        const screens::Stage stage(bundle, options_.program);
+        QStringList languages = tables;
+        if (isBrand) {
+            screens::putBrand(target.name, stage.bundle());
+            languages.clear();
+            for (const std::string_view language : check::languages()) {
+                languages += QString::fromUtf8(language.data(), static_cast<qsizetype>(language.size()));
+            }
+        }
+        checkScreens(report_.findings, target.name, stage, languages);
     }
 
     void checkConfigFile(const QString& path) {
@@ -196,10 +225,11 @@ private:
             throw std::runtime_error("cannot make a temporary file: " + kept.errorString().toStdString());
         }
         const QString file = u"/proc/self/fd/%1"_s.arg(kept.handle());
-        const bool isWhole = transfers_.image(address, file);
+        const auto sums = std::make_shared<hdi::PieceSums>();
+        const bool isWhole = transfers_.image(address, file, *sums);
         // An image that is a target itself is judged there, once.
         if (isWhole && !localImages_.contains(QUrl(address.text).fileName())) {
-            checkImage(report_.findings, file, address.text, installer_);
+            checkImage(report_.findings, file, address.text, installer_, sums);
         }
     }
 

@@ -5,6 +5,8 @@
 #include "tools/qn-portal/check/CheckOutput.h"
 #include "tools/qn-portal/check/CheckRun.h"
 
+#include <QFileInfo>
+
 #include <unistd.h>
 
 #include <cstdio>
@@ -61,7 +63,9 @@ int runCheck(std::span<const std::string> arguments) {
         std::fprintf(stderr, "qn-portal check: %s; see qn-portal check --help\n", refusal->reason.c_str());
         return kCannotDo;
     }
-    return run(std::get<check::CheckOptions>(parsed));
+    auto options = std::get<check::CheckOptions>(parsed);
+    options.program = QFileInfo(QString::fromUtf8("/proc/self/exe")).symLinkTarget();
+    return run(options);
 }
 
 } // namespace portal

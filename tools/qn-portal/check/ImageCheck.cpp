@@ -109,10 +109,13 @@ void checkOpened(Findings& findings, const Place& place, const hdi::OpenedImage&
 
 } // namespace
 
-void checkImage(Findings& findings, const QString& file, const QString& name, const InstallerFacts& installer) {
+void checkImage(Findings& findings, const QString& file, const QString& name, const InstallerFacts& installer,
+                const std::shared_ptr<const hdi::PieceSums>& sums) {
     const Place place{name, 0, 0, {}, {}};
     try {
-        const hdi::OpenedImage opened = hdi::openImage(file.toStdString());
+        hdi::ReadOptions options;
+        options.sums = sums;
+        const hdi::OpenedImage opened = hdi::openImage(file.toStdString(), options);
         checkOpened(findings, place, opened, installer);
     } catch (const hdi::FrontError& error) {
         addRefusal(findings, place, file, QString::fromUtf8(error.what()));

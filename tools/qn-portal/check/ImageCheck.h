@@ -1,10 +1,12 @@
 #pragma once
 
+#include "hdiutil/image/PieceSums.h"
 #include "tools/qn-portal/check/Finding.h"
 
 #include <QString>
 
 #include <cstdint>
+#include <memory>
 
 namespace portal::check {
 
@@ -16,7 +18,9 @@ struct InstallerFacts {
 };
 
 // Opens the image as the installer's own disk-image tool does, compares its checksums, and goes the installer's way to
-// the one application and its program. `name` is what findings call it. Never throws for what the image holds.
-void checkImage(Findings& findings, const QString& file, const QString& name, const InstallerFacts& installer);
+// the one application and its program. `name` is what findings call it, `sums` those of a file that was summed as it
+// came. Never throws for what the image holds.
+void checkImage(Findings& findings, const QString& file, const QString& name, const InstallerFacts& installer,
+                const std::shared_ptr<const hdi::PieceSums>& sums = nullptr);
 
 } // namespace portal::check

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 
 using namespace Qt::StringLiterals;
 
@@ -205,7 +206,7 @@ void TransferCheck::judgeImageHeaders(const ConfigAddress& address, const ProbeH
     }
 }
 
-bool TransferCheck::image(const ConfigAddress& address, const QString& file) {
+bool TransferCheck::image(const ConfigAddress& address, const QString& file, hdi::PieceSums& sums) {
     QFile into(file);
     if (!into.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
         throw std::runtime_error("cannot write " + file.toStdString());
@@ -214,6 +215,7 @@ bool TransferCheck::image(const ConfigAddress& address, const QString& file) {
     request.idle = patience_.idle;
     bool isWritten = true;
     request.sink = [&](const char* bytes, std::size_t size) {
+        sums.add(std::as_bytes(std::span(bytes, size)));
         isWritten = into.write(bytes, static_cast<qint64>(size)) == static_cast<qint64>(size);
         return isWritten;
     };

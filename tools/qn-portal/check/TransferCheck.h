@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hdiutil/image/PieceSums.h"
 #include "tools/qn-portal/check/ConfigCheck.h"
 #include "tools/qn-portal/check/Finding.h"
 #include "tools/qn-portal/check/Probe.h"
@@ -35,8 +36,8 @@ public:
     bool compare(const QString& address, const QString& locale, const QByteArray& document, const QString& otherLocale,
                  const QByteArray& other);
 
-    // Loads the image into `file`. False when there is nothing that the installer would mount.
-    bool image(const ConfigAddress& address, const QString& file);
+    // Loads the image into `file`, summing what comes. False when there is nothing that the installer would mount.
+    bool image(const ConfigAddress& address, const QString& file, hdi::PieceSums& sums);
     // Sends an empty POST, so that nothing is counted.
     void analytics(const ConfigAddress& address);
     // A page that a person is led to.

@@ -19,6 +19,7 @@ struct Case {
 std::vector<Case> documentCases();
 std::vector<Case> imageCases();
 std::vector<Case> bundleCases();
+std::vector<Case> screenCases();
 std::vector<Case> tlsCases();
 std::vector<Case> transferCases();
 
@@ -30,6 +31,7 @@ QByteArray goodDocument();
 void checkGoodDocument(Findings& findings);
 void checkGoodImage(Findings& findings);
 void checkGoodBundle(Findings& findings);
+void checkGoodScreens(Findings& findings);
 void checkGoodTls(Findings& findings);
 void checkGoodTransfers(Findings& findings);
 

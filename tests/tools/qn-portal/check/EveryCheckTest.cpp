@@ -26,7 +26,8 @@ namespace {
 
 std::vector<Case> allCases() {
     std::vector<Case> all;
-    for (const auto& cases : {documentCases(), imageCases(), bundleCases(), tlsCases(), transferCases()}) {
+    for (const auto& cases :
+         {documentCases(), imageCases(), bundleCases(), screenCases(), tlsCases(), transferCases()}) {
         all.insert(all.end(), cases.begin(), cases.end());
     }
     return all;
@@ -63,6 +64,12 @@ TEST(Check, IsSilentOnAGoodImage) {
 TEST(Check, IsSilentOnAGoodBundle) {
     Findings findings;
     checkGoodBundle(findings);
+    EXPECT_THAT(codesOf(findings), IsEmpty());
+}
+
+TEST(Check, IsSilentOnScreensWhoseTextsFit) {
+    Findings findings;
+    checkGoodScreens(findings);
     EXPECT_THAT(codesOf(findings), IsEmpty());
 }
 

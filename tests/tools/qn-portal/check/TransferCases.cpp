@@ -63,7 +63,8 @@ void askForImage(Findings& findings, const Reply& reply) {
     server.serve("GET /Kit.dmg", reply);
     const QTemporaryDir folder;
     TransferCheck check(findings, patience());
-    static_cast<void>(check.image(placed(addressOf(server, "/Kit.dmg")), folder.filePath(u"Kit.dmg"_s)));
+    hdi::PieceSums sums;
+    static_cast<void>(check.image(placed(addressOf(server, "/Kit.dmg")), folder.filePath(u"Kit.dmg"_s), sums));
 }
 
 void sendAnalytics(Findings& findings, const Reply& reply) {

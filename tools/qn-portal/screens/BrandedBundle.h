@@ -4,15 +4,17 @@
 #include <QString>
 #include <QVariantMap>
 
-namespace portal::brand {
+namespace portal::screens {
 
 // An information list as XML: texts, whole numbers, truth values, lists and dictionaries. Pure.
 QByteArray propertyListText(const QVariantMap& list);
 
-// The settings of a bundle with those of a brand in their place. Pure.
+// The information of a bundle with a brand's in its place; its name and the scheme of its addresses follow from that.
+// Pure.
 QVariantMap branded(QVariantMap bundle, const QVariantMap& brand);
 
-// Puts a brand's settings, texts and pictures over the copy of a bundle. Throws std::runtime_error.
+// Puts a brand's settings, texts, pictures (SVG, which need rsvg-convert) and fonts over the copy of a bundle, as
+// ./release does. Throws std::runtime_error.
 void putBrand(const QString& brand, const QString& bundle);
 
-} // namespace portal::brand
+} // namespace portal::screens
