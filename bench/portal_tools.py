@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Measures qn-portal's verbs log and report against other programs that read the same lines, in turn.
 
-    bench/portal_tools.py BUILD [--runs N] [--log-bytes N] [--rounds N]
+    bench/portal_tools.py BUILD [--runs N] [--log-bytes N] [--rounds N] [--only report|log] [--data FOLDER]
 
-BUILD is the folder of a release build. Needs sqlite3, and some gigabytes below TMPDIR.
+BUILD is the folder of a release build. Needs sqlite3, and some gigabytes below TMPDIR or in FOLDER, where the lines stay
+for the next time; with --rounds 0 they are made and nothing is measured.
 """
 
 import argparse
@@ -86,45 +87,61 @@ def show(name, rounds, base=None):
     print(f"{name:44} {wall:7.2f} s   processor {processor:6.2f} s   {memory:6.0f} MiB{ratio}")
 
 
+def measure_report(program, folder, arguments):
+    lines, runs, plain = folder / "lines", folder / "runs.db", folder / "plain.db"
+    if not lines.exists():
+        analytics(lines, arguments.runs)
+    imports, ours, reports = [], [], []
+    for _ in range(arguments.rounds):
+        runs.unlink(missing_ok=True)
+        plain.unlink(missing_ok=True)
+        script = f'create table t(line text);\n.mode list\n.separator "\\037" "\\n"\n.import {lines} t\n'
+        (folder / "script").write_text(script)
+        imports.append(measured(["sqlite3", plain], stdin=open(folder / "script")))
+        ours.append(measured([program, "report", "--into", runs, lines, "--html", folder / "page.html"]))
+        reports.append(measured([program, "report", runs], stdout=subprocess.DEVNULL))
+    if arguments.rounds > 0:
+        show("sqlite3 .import of plain text", imports)
+        show("qn-portal report --into, import and page", ours, imports)
+        show("qn-portal report of the database", reports, imports)
+
+
+def measure_log(program, folder, arguments):
+    log, valid = folder / "log", folder / "valid"
+    if not valid.exists():
+        event_log(log, valid, arguments.log_bytes)
+    simdjson, texts, jsons, parsing = [], [], [], []
+    for _ in range(arguments.rounds):
+        simdjson.append(measured([arguments.build / "bench/simdjson_lines", valid], stdout=subprocess.PIPE))
+        out = subprocess.check_output([arguments.build / "bench/simdjson_lines", valid], text=True)
+        parsing.append(float(out.split()[2]))
+        texts.append(measured([program, "log", log], stdout=subprocess.DEVNULL))
+        jsons.append(measured([program, "log", "--json", log], stdout=subprocess.DEVNULL))
+    if arguments.rounds > 0:
+        show("simdjson, the same lines as valid JSON", simdjson)
+        show("qn-portal log", texts, simdjson)
+        show("qn-portal log --json", jsons, simdjson)
+        print(f"simdjson without reading the file: {statistics.median(parsing):.2f} s; at half its speed: "
+              f"{2 * statistics.median(parsing):.2f} s")
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("--runs", type=int, default=1_000_000)
     parser.add_argument("--log-bytes", type=int, default=1_000_000_000)
     parser.add_argument("--rounds", type=int, default=3)
+    parser.add_argument("--only", choices=("report", "log"))
+    parser.add_argument("--data", type=pathlib.Path)
     arguments = parser.parse_args()
     program = str(arguments.build / "qn-portal")
     with tempfile.TemporaryDirectory() as name:
-        folder = pathlib.Path(name)
-        lines, runs, plain = folder / "lines", folder / "runs.db", folder / "plain.db"
-        analytics(lines, arguments.runs)
-        imports, ours, reports = [], [], []
-        for _ in range(arguments.rounds):
-            runs.unlink(missing_ok=True)
-            plain.unlink(missing_ok=True)
-            script = f'create table t(line text);\n.mode list\n.separator "\\037" "\\n"\n.import {lines} t\n'
-            (folder / "script").write_text(script)
-            imports.append(measured(["sqlite3", plain], stdin=open(folder / "script")))
-            ours.append(measured([program, "report", "--into", runs, lines, "--html", folder / "page.html"]))
-            reports.append(measured([program, "report", runs], stdout=subprocess.DEVNULL))
-        show("sqlite3 .import of plain text", imports)
-        show("qn-portal report --into, import and page", ours, imports)
-        show("qn-portal report of the database", reports, imports)
-
-        log, valid = folder / "log", folder / "valid"
-        event_log(log, valid, arguments.log_bytes)
-        simdjson, texts, jsons, parsing = [], [], [], []
-        for _ in range(arguments.rounds):
-            simdjson.append(measured([arguments.build / "bench/simdjson_lines", valid], stdout=subprocess.PIPE))
-            out = subprocess.check_output([arguments.build / "bench/simdjson_lines", valid], text=True)
-            parsing.append(float(out.split()[2]))
-            texts.append(measured([program, "log", log], stdout=subprocess.DEVNULL))
-            jsons.append(measured([program, "log", "--json", log], stdout=subprocess.DEVNULL))
-        show("simdjson, the same lines as valid JSON", simdjson)
-        show("qn-portal log", texts, simdjson)
-        show("qn-portal log --json", jsons, simdjson)
-        print(f"simdjson without reading the file: {statistics.median(parsing):.2f} s; at half its speed: "
-              f"{2 * statistics.median(parsing):.2f} s")
+        folder = arguments.data or pathlib.Path(name)
+        folder.mkdir(exist_ok=True)
+        if arguments.only != "log":
+            measure_report(program, folder, arguments)
+        if arguments.only != "report":
+            measure_log(program, folder, arguments)
 
 
 if __name__ == "__main__":
