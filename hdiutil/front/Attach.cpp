@@ -7,6 +7,7 @@
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/front/FuseServer.h"
 #include "hdiutil/front/ImageCheck.h"
+#include "hdiutil/front/MountPoints.h"
 #include "hdiutil/image/ImageError.h"
 
 #include <algorithm>
@@ -60,6 +61,20 @@ std::optional<AttachResult> attachedBefore(const VolumesFolder& volumes, const I
     return findAttached(state, volumes, identity);
 }
 
+AttachResult attachOrFind(const AttachOptions& options) {
+    const ImageIdentity identity = requireIdentity(options.imagePath);
+    const VolumesFolder volumes = VolumesFolder::open();
+    if (std::optional<AttachResult> before = attachedBefore(volumes, identity)) {
+        return *before;
+    }
+    if (isFuseUsable()) {
+        if (std::optional<AttachResult> result = attachThroughDaemon(options, volumes)) {
+            return *result;
+        }
+    }
+    return attachByExtracting(options, volumes);
+}
+
 } // namespace
 
 PreparedImage prepareImage(const AttachOptions& options) {
@@ -92,7 +107,7 @@ std::optional<AttachResult> findAttached(std::optional<AttachedState>& state, co
         }
         if (record->complete) {
             claim(*state, *record);
-            return AttachResult{record->rows, ""};
+            return AttachResult{record->rows, "", false};
         }
         const base::Descriptor reservation = state->openRecord(*record);
         state.reset();
@@ -125,17 +140,12 @@ ImageIdentity requireIdentity(const std::string& path) {
 }
 
 AttachResult attachImage(const AttachOptions& options) {
-    const ImageIdentity identity = requireIdentity(options.imagePath);
-    const VolumesFolder volumes = VolumesFolder::open();
-    if (std::optional<AttachResult> before = attachedBefore(volumes, identity)) {
-        return *before;
+    AttachResult result = attachOrFind(options);
+    if (!result.isNew && options.mountPoint && !isMountedAt(result.rows, *options.mountPoint)) {
+        throw AttachError("already attached as " + result.rows.front().device +
+                          "; detach it to have it at another mount point");
     }
-    if (isFuseUsable()) {
-        if (std::optional<AttachResult> result = attachThroughDaemon(options, volumes)) {
-            return *result;
-        }
-    }
-    return attachByExtracting(options, volumes);
+    return result;
 }
 
 } // namespace hdi

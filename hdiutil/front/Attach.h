@@ -21,10 +21,12 @@ struct AttachOptions {
 struct AttachResult {
     std::vector<AttachedRow> rows;
     std::string messages; // lines for standard error: licences, warnings
+    bool isNew = false;   // false: it was attached before
 };
 
 // Attaches an image: through FUSE when that is to be had, else by extracting it. Returns when the volumes can be used.
-// Call it while the process has one thread: the daemon is a fork of it. Throws FrontError, and then nothing is left.
+// Call it while the process has one thread: the daemon is a fork of it. Throws FrontError, and then nothing is left;
+// also when the image is attached already, elsewhere than at the mount point that was asked for.
 AttachResult attachImage(const AttachOptions& options);
 
 // What both ways have in common.

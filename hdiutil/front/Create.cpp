@@ -5,8 +5,11 @@
 #include "hdiutil/create/UdifWriter.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/front/Progress.h"
+#include "hdiutil/front/VolumeName.h"
 #include "hdiutil/image/ImageError.h"
+#include "hdiutil/volume/HfsNames.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 
@@ -32,9 +35,20 @@ void requireFree(const std::string& path, bool replace) {
     }
 }
 
+// What attach would show it as is what it is called.
+void requireMountableName(const std::string& name) {
+    std::string shown = name;
+    std::replace(shown.begin(), shown.end(), '/', ':');
+    if (!name.empty() && hfs::isUtf8(name) && cleanVolumeName(name) != shown) {
+        throw FrontError("create failed - no volume can be mounted under the name \"" + name +
+                         "\": blanks at its ends and control characters are not kept");
+    }
+}
+
 } // namespace
 
 std::string createImage(const CreateOptions& options, const std::string& path) {
+    requireMountableName(options.volumeName);
     requireFolder(options.sourceFolder);
     requireFree(path, options.replace);
     Progress progress("Creating");

@@ -54,7 +54,7 @@ void leaveCaller(int kept) {
     const DaemonReport report = server.attach();
     const bool received = base::writeAll(pipe.get(), serialize(report));
     pipe.reset();
-    if (report.kind == DaemonReport::Kind::kAttached && server.isServing()) {
+    if (report.kind == DaemonReport::Kind::kAttached) {
         server.serve(received);
     }
     // Threads may still be in the middle of a request or of a checksum; there is nothing left that they are needed for.
@@ -99,9 +99,12 @@ std::optional<AttachResult> attachThroughDaemon(const AttachOptions& options, co
     writing.reset();
     std::optional<DaemonReport> report = parseReport(readAll(reading.get()));
     if (report && report->kind == DaemonReport::Kind::kAttached) {
-        return AttachResult{std::move(report->rows), std::move(report->messages)};
+        return AttachResult{std::move(report->rows), std::move(report->messages), true};
     }
     reap(child);
+    if (report && report->kind == DaemonReport::Kind::kFound) {
+        return AttachResult{std::move(report->rows), std::move(report->messages), false};
+    }
     if (report && report->kind == DaemonReport::Kind::kNoFuse) {
         return std::nullopt;
     }

@@ -19,8 +19,8 @@ struct Name {
     std::string_view text;
 };
 
-constexpr std::array kNames{Name{Kind::kAttached, "attached"}, Name{Kind::kFailed, "failed"},
-                            Name{Kind::kNoFuse, "no-fuse"}};
+constexpr std::array kNames{Name{Kind::kAttached, "attached"}, Name{Kind::kFound, "found"},
+                            Name{Kind::kFailed, "failed"}, Name{Kind::kNoFuse, "no-fuse"}};
 
 std::string nameOf(Kind kind) {
     return std::string(

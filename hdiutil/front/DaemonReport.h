@@ -11,7 +11,7 @@ namespace hdi {
 
 // What the daemon tells the process that started it, once, through a pipe.
 struct DaemonReport {
-    enum class Kind { kAttached, kFailed, kNoFuse };
+    enum class Kind { kAttached, kFound, kFailed, kNoFuse }; // kFound: somebody else had attached it
     Kind kind = Kind::kFailed;
     std::string message; // of a failure
     std::vector<AttachedRow> rows;

@@ -166,7 +166,7 @@ AttachResult attachByExtracting(const AttachOptions& options, const VolumesFolde
     reservation.commit();
     points.keep();
     data.keep();
-    return {record.rows, prepared.messages};
+    return {record.rows, prepared.messages, true};
 }
 
 } // namespace hdi

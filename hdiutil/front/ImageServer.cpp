@@ -79,7 +79,7 @@ DaemonReport ImageServer::attachOrThrow() {
     prepared_ = prepareImage(options_);
     state_.emplace(volumes_);
     if (std::optional<AttachResult> before = findAttached(state_, volumes_, identity)) {
-        return {DaemonReport::Kind::kAttached, "", before->rows, before->messages};
+        return {DaemonReport::Kind::kFound, "", before->rows, before->messages};
     }
     record_ = newRecord(options_, identity, state_->firstFreeDisk(), AttachMethod::kFuse);
     MountPoints points(prepared_.opened, record_.disk, volumes_, options_.mountPoint);

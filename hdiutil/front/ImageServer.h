@@ -27,7 +27,6 @@ public:
     // locked until serve(): nobody else is told of it before it is known that the report was received.
     DaemonReport attach();
     // False after attach() when the image turned out to be attached already.
-    bool isServing() const { return !servers_.empty(); }
     // Returns when every volume has been unmounted or the process was told to end; what was left is cleaned up then.
     // `received` false means that whoever asked for the image is gone: it is unmounted at once.
     void serve(bool received);

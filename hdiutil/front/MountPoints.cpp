@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 
@@ -123,6 +124,11 @@ bool MountPoints::make(AttachedRow& row) const {
         throw AttachError(errorText(errno) + " (" + row.realPath + ")");
     }
     return result == 0;
+}
+
+bool isMountedAt(const std::vector<AttachedRow>& rows, const std::string& wanted) {
+    const std::string place = canonicalPlace(wanted);
+    return std::any_of(rows.begin(), rows.end(), [&](const AttachedRow& row) { return row.realPath == place; });
 }
 
 bool removeMountPoint(const AttachedRow& row) {

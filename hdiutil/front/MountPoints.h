@@ -37,6 +37,9 @@ private:
     std::vector<AttachedRow> rows_;
 };
 
+// Whether the one volume among the rows is mounted at `wanted`, a path in any spelling.
+bool isMountedAt(const std::vector<AttachedRow>& rows, const std::string& wanted);
+
 // Takes back a mount point with nothing mounted on it, and extracted contents with it. False when something stays.
 bool removeMountPoint(const AttachedRow& row);
 

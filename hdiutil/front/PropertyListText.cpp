@@ -1,17 +1,31 @@
 #include "hdiutil/front/PropertyListText.h"
 
 #include "base/PropertyListParser.h"
+#include "hdiutil/volume/HfsNames.h"
 
 #include <plist/plist.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
 namespace hdi {
 namespace {
 
+// XML has no place for bytes that are no UTF-8, nor for most control characters: U+FFFD stands for each.
+std::string fitForXml(const std::string& text) {
+    std::u16string units = hfs::toUtf16(text);
+    std::ranges::replace_if(
+        units,
+        [](char16_t unit) {
+            return (unit < u' ' && unit != u'\t' && unit != u'\n') || unit == 0xFFFE || unit == 0xFFFF;
+        },
+        char16_t{0xFFFD});
+    return hfs::toUtf8(units);
+}
+
 void setText(plist_t dictionary, const char* key, const std::string& text) {
-    plist_dict_set_item(dictionary, key, plist_new_string(text.c_str()));
+    plist_dict_set_item(dictionary, key, plist_new_string(fitForXml(text).c_str()));
 }
 
 void setFlag(plist_t dictionary, const char* key, bool flag) {
@@ -71,7 +85,7 @@ std::string imageInfoPlist(const ImageFacts& facts) {
     const base::PropertyListNode root(plist_new_dict());
     setText(root.get(), "Format", facts.format);
     setText(root.get(), "Format Description", facts.description);
-    setFlag(root.get(), "Checksummed", facts.hasDataForkChecksum);
+    setFlag(root.get(), "Checksummed", facts.hasChecksum());
     plist_t size = plist_new_dict();
     plist_dict_set_item(size, "Total Bytes", plist_new_uint(facts.diskBytes));
     plist_dict_set_item(size, "Compressed Bytes", plist_new_uint(facts.fileBytes));

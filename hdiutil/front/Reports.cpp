@@ -57,7 +57,7 @@ std::string imageInfoText(const ImageFacts& facts, const std::string& partitionS
     std::string text;
     text += "Format Description: " + facts.description + "\n";
     text += "Format: " + facts.format + "\n";
-    text += "Checksum Type: " + std::string(facts.hasDataForkChecksum ? "CRC32" : "none") + "\n";
+    text += "Checksum Type: " + std::string(facts.hasChecksum() ? "CRC32" : "none") + "\n";
     text += "Size Information:\n";
     text += "\tTotal Bytes: " + std::to_string(facts.diskBytes) + "\n";
     text += "\tCompressed Bytes: " + std::to_string(facts.fileBytes) + "\n";
@@ -92,11 +92,11 @@ std::string verifyImage(const std::string& path) {
     Progress progress("Verifying");
     try {
         const std::unique_ptr<DiskImage> image = DiskImage::open(path);
-        const bool hasDataFork = image->verifyDataFork();
+        image->verifyDataFork();
         image->verifyTables([&progress](double fraction) { progress.show(fraction); });
-        const bool hasTables = image->facts().format != "raw";
-        return "hdiutil: verify: " + std::string(hasDataFork || hasTables ? "checksums of \"" : "no checksums in \"") +
-               path + (hasDataFork || hasTables ? "\" are VALID\n" : "\"\n");
+        const bool hasAny = image->facts().hasChecksum();
+        return std::string("hdiutil: verify: ") + (hasAny ? "checksums of \"" : "no checksums in \"") + path +
+               (hasAny ? "\" are VALID\n" : "\"\n");
     } catch (const ImageError& error) {
         throw FrontError(failureText("verify", error));
     }

@@ -24,13 +24,14 @@ namespace hdi {
 namespace {
 
 // Nobody may read it; the work is done all the same.
-void put(int fd, std::string_view text) {
-    (void)base::writeAll(fd, text);
+void putError(std::string_view text) {
+    (void)base::writeAll(STDERR_FILENO, text);
 }
 
 struct Output {
     std::string standardOutput;
     std::string standardError;
+    std::string attached; // the disk that this run attached, of which nobody knows yet
 };
 
 std::string absolute(const std::string& path) {
@@ -45,7 +46,8 @@ Output attach(const Arguments& arguments) {
         options.mountPoint = absolute(*arguments.mountPoint);
     }
     const AttachResult result = attachImage(options);
-    return {arguments.plist ? attachPlist(result.rows) : tableText(result.rows), result.messages};
+    return {arguments.plist ? attachPlist(result.rows) : tableText(result.rows), result.messages,
+            result.isNew ? result.rows.front().device : ""};
 }
 
 // Those that look after what is attached do so under their own lock, at the right moment.
@@ -61,34 +63,46 @@ Output run(const Arguments& arguments) {
     case Verb::kAttach:
         return attach(arguments);
     case Verb::kDetach:
-        return {detachImage({arguments.operand, true, arguments.force}), ""};
+        return {detachImage({arguments.operand, true, arguments.force}), "", ""};
     case Verb::kUnmount:
-        return {detachImage({arguments.operand, false, arguments.force}), ""};
+        return {detachImage({arguments.operand, false, arguments.force}), "", ""};
     case Verb::kInfo:
-        return {arguments.plist ? infoPlist(attachedImages()) : infoText(attachedImages()), ""};
+        return {arguments.plist ? infoPlist(attachedImages()) : infoText(attachedImages()), "", ""};
     case Verb::kImageInfo:
-        return {describeImage(arguments.operand, arguments.plist), ""};
+        return {describeImage(arguments.operand, arguments.plist), "", ""};
     case Verb::kVerify:
-        return {"", verifyImage(arguments.operand)};
+        return {"", verifyImage(arguments.operand), ""};
     case Verb::kCreate:
-        return {createImage(arguments.create, arguments.operand), ""};
+        return {createImage(arguments.create, arguments.operand), "", ""};
     case Verb::kHelp:
-        return {helpText(), ""};
+        return {helpText(), "", ""};
     case Verb::kVersion:
-        return {"hdiutil " HDIUTIL_VERSION "\n", ""};
+        return {"hdiutil " HDIUTIL_VERSION "\n", "", ""};
     }
     return {};
 }
 
+// Whoever was to be told of a disk will not look for it, so it does not stay.
+void putOutput(const Output& output) {
+    if (base::writeAll(STDOUT_FILENO, output.standardOutput)) {
+        return;
+    }
+    const std::string reason = errorText(errno);
+    if (!output.attached.empty()) {
+        detachImage({output.attached, true, true});
+    }
+    throw FrontError("standard output - " + reason);
+}
+
 int runArguments(const Arguments& arguments) {
     const auto complain = [&](const std::string& message) {
-        put(STDERR_FILENO, arguments.quiet ? "" : "hdiutil: " + message + "\n");
+        putError(arguments.quiet ? "" : "hdiutil: " + message + "\n");
     };
     try {
         const Output output = run(arguments);
         if (!arguments.quiet) {
-            put(STDERR_FILENO, output.standardError);
-            put(STDOUT_FILENO, output.standardOutput);
+            putError(output.standardError);
+            putOutput(output);
         }
         return 0;
     } catch (const FrontError& error) {
@@ -109,7 +123,7 @@ int runVerb(const std::vector<std::string>& words) {
     try {
         return runArguments(parseArguments(words));
     } catch (const UsageError& error) {
-        put(STDERR_FILENO, std::string("hdiutil: ") + error.what() + "\nhdiutil: try \"hdiutil --help\"\n");
+        putError(std::string("hdiutil: ") + error.what() + "\nhdiutil: try \"hdiutil --help\"\n");
         return error.status();
     }
 }

@@ -29,7 +29,10 @@ struct ImageFacts {
     std::uint64_t fileBytes = 0;
     std::uint64_t chunkCount = 0;
     bool hasDataForkChecksum = false;
+    bool hasTableChecksums = false; // any of the decoded bytes
     bool hasLicence = false;
+
+    bool hasChecksum() const { return hasDataForkChecksum || hasTableChecksums; }
 };
 
 // An opened image file: its decoded bytes as one disk. Chunks are decoded only when they are read, each at most once

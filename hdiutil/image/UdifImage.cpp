@@ -29,6 +29,15 @@ RunType mainType(const std::vector<UdifRun>& runs) {
     return most == counts.end() || most->second == 0 ? RunType::kRaw : most->first;
 }
 
+// Some writers leave the disk's size out of the trailer; then it ends where the last table does.
+std::uint64_t endOf(const std::vector<UdifTable>& tables) {
+    std::uint64_t end = 0;
+    for (const UdifTable& table : tables) {
+        end = std::max(end, table.firstSector + table.sectorCount);
+    }
+    return end;
+}
+
 class UdifImage final : public DiskImage {
 public:
     UdifImage(ByteSourcePtr file, UdifTrailer trailer, const Resources& resources, const ReadOptions& options)
@@ -38,13 +47,15 @@ public:
         if (tables == resources.end()) {
             throw ImageError(ImageError::Kind::kDamaged, "the image has no chunk tables");
         }
+        const std::uint64_t limit = trailer_.sectorCount != 0 ? trailer_.sectorCount : kMaxSectors;
         for (const Resource& table : tables->second) {
-            tables_.push_back(parseUdifTable(table.data, trailer_.dataOffset, file_->size(), trailer_.sectorCount));
+            tables_.push_back(parseUdifTable(table.data, trailer_.dataOffset, file_->size(), limit));
             tables_.back().name = table.name;
         }
+        sectorCount_ = trailer_.sectorCount != 0 ? trailer_.sectorCount : endOf(tables_);
         auto runs = orderedRuns(tables_);
         describe(runs);
-        disk_ = makeChunkedDisk(file_, std::move(runs), trailer_.sectorCount, options);
+        disk_ = makeChunkedDisk(file_, std::move(runs), sectorCount_, options);
     }
 
     ByteSourcePtr disk() const override { return disk_; }
@@ -60,10 +71,12 @@ private:
         const Codec& format = *codecOf(mainType(runs));
         facts_.format = format.format;
         facts_.description = format.description;
-        facts_.diskBytes = trailer_.sectorCount * kSectorBytes;
+        facts_.diskBytes = sectorCount_ * kSectorBytes;
         facts_.fileBytes = file_->size();
         facts_.chunkCount = runs.size();
         facts_.hasDataForkChecksum = trailer_.dataChecksum.crc32().has_value();
+        facts_.hasTableChecksums =
+            std::ranges::any_of(tables_, [](const UdifTable& table) { return table.checksum.crc32().has_value(); });
         facts_.hasLicence = !licences_.empty();
     }
 
@@ -73,6 +86,7 @@ private:
     const std::shared_ptr<const PieceSums> sums_;
     const std::vector<std::string> licences_;
     std::vector<UdifTable> tables_;
+    std::uint64_t sectorCount_ = 0;
     ImageFacts facts_;
     ByteSourcePtr disk_;
 };

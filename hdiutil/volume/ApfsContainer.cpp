@@ -12,8 +12,10 @@ namespace hdi {
 
 std::shared_ptr<ApfsContainer> ApfsContainer::open(const ByteSourcePtr& partition) {
     std::shared_ptr<ApfsContainer> opened(new ApfsContainer);
+    apfs::Metadata metadata = apfs::findMetadata(*partition);
     opened->sourceError_ = std::make_shared<std::exception_ptr>();
-    opened->io_ = apfs::makeIoHandle(partition, opened->sourceError_);
+    opened->io_ = apfs::makeIoHandle(apfs::checkedPartition(partition, metadata), opened->sourceError_);
+    opened->volumes_ = std::move(metadata.volumes);
     libfsapfs_error_t* error = nullptr;
     libfsapfs_container_t* container = nullptr;
     if (!opened->io_ || libfsapfs_container_initialize(&container, nullptr) != 1) {

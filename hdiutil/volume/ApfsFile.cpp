@@ -17,6 +17,12 @@ constexpr std::string_view kCompressionName = "com.apple.decmpfs";
 constexpr std::string_view kResourceForkName = "com.apple.ResourceFork";
 constexpr std::uint64_t kMaxAttributeBytes = 64ULL * 1024;
 
+// Up to that of November 2020 the library gives the time of creation for that of modification, and the other way round.
+bool takesTimesForEachOther() {
+    static const bool kDoes = std::string_view(libfsapfs_get_version()) <= "20201107";
+    return kDoes;
+}
+
 std::timespec toTime(std::int64_t nanoseconds) {
     constexpr std::int64_t kSecond = 1'000'000'000;
     const std::int64_t rest = ((nanoseconds % kSecond) + kSecond) % kSecond;
@@ -111,7 +117,9 @@ Attributes ApfsVolume::readAttributes(libfsapfs_file_entry_t* entry) const {
     attributes.mode = mode & 0777U;
     std::int64_t modified = 0;
     std::int64_t changed = 0;
-    container_->check(libfsapfs_file_entry_get_modification_time(entry, &modified, &error), kWhat, error);
+    const auto getModified =
+        takesTimesForEachOther() ? libfsapfs_file_entry_get_creation_time : libfsapfs_file_entry_get_modification_time;
+    container_->check(getModified(entry, &modified, &error), kWhat, error);
     container_->check(libfsapfs_file_entry_get_inode_change_time(entry, &changed, &error), kWhat, error);
     attributes.modified = toTime(modified);
     attributes.changed = toTime(changed);

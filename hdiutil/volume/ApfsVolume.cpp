@@ -49,14 +49,18 @@ std::vector<std::unique_ptr<Volume>> ApfsVolume::openAll(const ByteSourcePtr& pa
     int count = 0;
     container->check(libfsapfs_container_get_number_of_volumes(container->get(), &count, &error),
                      "the APFS container's volumes cannot be counted", error);
+    const auto& facts = container->volumes();
+    if (static_cast<std::size_t>(std::max(count, 0)) != facts.size()) {
+        damaged("the APFS container's volumes are not those of its superblock");
+    }
     for (int i = 0; i < count; ++i) {
+        if (facts[static_cast<std::size_t>(i)].isEncrypted) {
+            continue;
+        }
         libfsapfs_volume_t* volume = nullptr;
         container->check(libfsapfs_container_get_volume_by_index(container->get(), i, &volume, &error),
                          "an APFS volume cannot be opened", error);
-        apfs::LibraryVolume owned(volume);
-        if (libfsapfs_volume_is_locked(volume, nullptr) == 0) {
-            volumes.push_back(std::make_unique<ApfsVolume>(container, std::move(owned)));
-        }
+        volumes.push_back(std::make_unique<ApfsVolume>(container, apfs::LibraryVolume(volume)));
     }
     if (volumes.empty() && count > 0) {
         throw ImageError(ImageError::Kind::kEncrypted,

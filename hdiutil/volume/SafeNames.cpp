@@ -1,7 +1,11 @@
 #include "hdiutil/volume/SafeNames.h"
 
+#include <utf8proc.h>
+
 #include <array>
 #include <charconv>
+#include <cstdlib>
+#include <memory>
 
 namespace hdi {
 
@@ -33,6 +37,16 @@ std::string_view cutBetweenCharacters(std::string_view text, std::size_t limit) 
     return text.substr(0, limit);
 }
 
+// In composed form; as it is when that is not to be had.
+std::string composed(const std::string& text) {
+    utf8proc_uint8_t* result = nullptr;
+    const utf8proc_ssize_t length =
+        utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(text.data()), static_cast<utf8proc_ssize_t>(text.size()),
+                     &result, static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE));
+    const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owner(result, &std::free);
+    return length < 0 ? text : std::string(reinterpret_cast<const char*>(result), static_cast<std::size_t>(length));
+}
+
 } // namespace
 
 std::string safeName(std::string_view stored, std::uint64_t number) {
@@ -44,6 +58,9 @@ std::string safeName(std::string_view stored, std::uint64_t number) {
         } else {
             name += character == '/' ? ':' : character;
         }
+    }
+    if (name.size() > kMaxNameBytes) {
+        name = composed(name);
     }
     const bool isFit = !name.empty() && name != "." && name != ".." && name.size() <= kMaxNameBytes;
     return isFit ? name : withNumber(name, number);

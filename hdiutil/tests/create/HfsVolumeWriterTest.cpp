@@ -91,6 +91,31 @@ TEST_P(WrittenVolume, KeepsTimesAndOwners) {
     EXPECT_EQ(be32(record, 36), ::getgid());
 }
 
+// Linux holds 255 bytes, the format 255 decomposed units; decomposed as UTF-8 these names have up to 765 bytes.
+TEST_P(WrittenVolume, ShowsNamesComposedThatAreTooLongDecomposed) {
+    std::string hangul;
+    std::string umlauts;
+    for (int i = 0; i < 85; ++i) {
+        hangul += "\ud55c";
+        umlauts += "\u00fc";
+    }
+    umlauts += std::string(85, 'u');
+    const TemporaryFolder folder;
+    fs::create_directory(folder / "source");
+    writeFile(folder / ("source/" + hangul), bytesOf("hangul"));
+    writeFile(folder / ("source/" + umlauts), bytesOf("umlauts"));
+    const ByteSourcePtr image = createHfsPlus(folder / "source", "Volume", GetParam());
+    EXPECT_THAT(checkHfsVolume(readAll(*image)), testing::IsEmpty());
+    const auto volume = onlyVolume(image);
+    std::vector<std::string> names;
+    for (const DirectoryEntry& entry : volume->list(volume->root())) {
+        names.push_back(entry.name);
+    }
+    EXPECT_THAT(names, testing::UnorderedElementsAre(hangul, umlauts));
+    EXPECT_EQ(readFile(*volume, nodeAt(*volume, hangul)), "hangul");
+    EXPECT_EQ(readFile(*volume, nodeAt(*volume, umlauts)), "umlauts");
+}
+
 // 7-Zip shows each name of such a file as an empty file of its own: the source is what counts.
 TEST_P(WrittenVolume, KeepsHardLinksTogether) {
     const TemporaryFolder folder;

@@ -144,6 +144,21 @@ TEST_F(Created, IsMadeWithoutSightOfItsDescriptorsToo) {
     EXPECT_THAT(names, testing::UnorderedElementsAre("made.dmg", "root", "source", "tmp"));
 }
 
+// A script looks for the volume under the name it gave.
+TEST_F(Created, HasNoNameThatItCouldNotBeMountedUnder) {
+    fs::create_directories(base() + "/source");
+    for (const std::string name : {"blank ", " blank", "line\nend", " ", ".", "\x7f"}) {
+        const Outcome outcome =
+            hdiutil({"create", "-srcfolder", base() + "/source", "-volname", name, base() + "/new.dmg"});
+        EXPECT_EQ(outcome.status, 1) << name;
+        EXPECT_THAT(outcome.err, HasSubstr("create failed - no volume can be mounted under the name \"" + name));
+        EXPECT_FALSE(fs::exists(base() + "/new.dmg"));
+    }
+    const std::string path = base() + "/new.dmg";
+    ASSERT_EQ(hdiutil({"create", "-srcfolder", base() + "/source", "-volname", "a / b", path}).status, 0);
+    EXPECT_THAT(hdiutil({"mount", path}).out, HasSubstr("\t/Volumes/a : b\n"));
+}
+
 TEST_F(Created, NeedsAFolder) {
     const Outcome outcome = hdiutil({"create", "-srcfolder", base() + "/none", "-volname", "X", made()});
     EXPECT_EQ(outcome.status, 1);

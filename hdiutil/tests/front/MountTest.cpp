@@ -159,6 +159,38 @@ TEST_P(Mount, UsesTheWantedMountPoint) {
     EXPECT_THAT(leftovers(), IsEmpty());
 }
 
+// Nobody finds it at the place that was asked for, so this is no success.
+TEST_P(Mount, RefusesAnotherMountPointForWhatIsAttachedAlready) {
+    const std::string path = copyOf("hfsplus-gpt-zlib-stub-app.dmg");
+    ASSERT_EQ(mount({"mount", path}).status, 0);
+    const Outcome outcome = mount({"attach", "-mountpoint", base() + "/place", path});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "hdiutil: attach failed - already attached as /dev/disk2; detach it to have it at another "
+                           "mount point\n");
+    EXPECT_FALSE(fs::exists(base() + "/place"));
+    EXPECT_TRUE(fs::exists(volumes() + "/Transmission/Transmission.app"));
+}
+
+TEST_P(Mount, TakesTheSameMountPointAgain) {
+    const std::string path = copyOf("hfsplus-gpt-zlib-stub-app.dmg");
+    ASSERT_EQ(mount({"attach", "-mountpoint", base() + "/place", path}).status, 0);
+    const Outcome again = mount({"attach", "-mountpoint", base() + "/./place/", path});
+    EXPECT_EQ(again.status, 0);
+    EXPECT_THAT(again.out, HasSubstr("\t" + base() + "/place\n"));
+}
+
+TEST_P(Mount, MakesAMissingMountPointThatGoesWithDetach) {
+    const std::string path = copyOf("hfsplus-gpt-zlib-stub-app.dmg");
+    ASSERT_EQ(mount({"attach", "-mountpoint", base() + "/place", path}).status, 0);
+    EXPECT_TRUE(fs::exists(base() + "/place/Transmission.app"));
+    EXPECT_EQ(hdiutil({"detach", base() + "/place"}).status, 0);
+    EXPECT_FALSE(fs::exists(base() + "/place"));
+    const Outcome outcome = mount({"attach", "-mountpoint", base() + "/no/place", path});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("No such file or directory"));
+}
+
 TEST_P(Mount, RefusesAMountPointThatIsNotEmpty) {
     fs::create_directories(base() + "/full/folder");
     const Outcome outcome = mount({"attach", "-mountpoint", base() + "/full", copyOf("hfsplus-gpt-zlib-stub-app.dmg")});

@@ -229,6 +229,19 @@ TEST_F(Verbs, VerifyTellsValidFromWrongAndFromNone) {
     expectOutput(hdiutil({"verify", bare}), 0, "", "hdiutil: verify: no checksums in \"" + bare + "\"\n");
 }
 
+// A third of real images has no checksum over the file's bytes, only those over the decoded ones.
+TEST_F(Verbs, VerifyAndImageInfoAgreeOnWhetherThereIsAChecksum) {
+    const std::string path = copyOf("hfsplus-gpt-zlib-stub-app.dmg");
+    const auto trailer = static_cast<std::streamoff>(fs::file_size(path) - 512);
+    std::fstream(path, std::ios::binary | std::ios::in | std::ios::out).seekp(trailer + 80).write("\0\0\0\0", 4);
+    expectOutput(hdiutil({"verify", path}), 0, "", "hdiutil: verify: checksums of \"" + path + "\" are VALID\n");
+    EXPECT_THAT(hdiutil({"imageinfo", path}).out, HasSubstr("Checksum Type: CRC32\n"));
+    EXPECT_THAT(hdiutil({"imageinfo", "-plist", path}).out, HasSubstr("<key>Checksummed</key>\n\t<true/>\n"));
+    const std::string bare = base() + "/bare.img";
+    writeFile(bare, twoVolumes());
+    EXPECT_THAT(hdiutil({"imageinfo", bare}).out, HasSubstr("Checksum Type: none\n"));
+}
+
 TEST_F(Verbs, RefuseWhatIsNoImageAndWhatIsEncrypted) {
     std::ofstream(base() + "/garbage") << std::string(5000, 'g');
     for (const std::string verb : {"imageinfo", "verify"}) {

@@ -101,6 +101,17 @@ TEST(DiskImage, RefusesReadsBeyondTheDisk) {
     EXPECT_EQ(errorOf([&] { disk->read(UINT64_MAX, into); }), ImageError::Kind::kOutOfRange);
 }
 
+// A writer that is common on Linux leaves it so for input without partitions.
+TEST(DiskImage, EndsWithItsTablesWhenTheTrailerGivesNoSize) {
+    const MixedImage mixed;
+    UdifTrailer trailer = mixed.trailer();
+    trailer.sectorCount = 0;
+    const auto image = opened(mixed.image.bytes(trailer));
+    EXPECT_EQ(image->facts().diskBytes, 51200U);
+    EXPECT_EQ(readAll(*image->disk()), mixed.disk);
+    image->verifyTables(nullptr);
+}
+
 TEST(DiskImage, KnowsItsFacts) {
     const MixedImage mixed;
     const ImageFacts facts = opened(mixed.bytes())->facts();

@@ -1,3 +1,4 @@
+#include "hdiutil/image/ByteOrder.h"
 #include "hdiutil/image/FileSource.h"
 #include "hdiutil/image/ImageError.h"
 #include "hdiutil/tests/image/TestBytes.h"
@@ -81,6 +82,25 @@ TEST_P(RealApfsImage, HasTheTreeThat7ZipReads) {
 INSTANTIATE_TEST_SUITE_P(All, RealApfsImage,
                          testing::Values("apfs-gpt-adc-empty.dmg", "apfs-gpt-lzfse-empty.dmg",
                                          "apfs-gpt-zlib-one-file.dmg"));
+
+// The root's record lies at this place of the partition, its values in the order of Apple's reference: the folder it is
+// in, its own number, then the times of creation, modification and change of its attributes.
+TEST(RealApfsImages, ShowTheTimesThatTheirRecordsHold) {
+    constexpr std::size_t kRecord = 95 * 4096 + 3930;
+    const ByteSourcePtr source = partition("apfs-gpt-zlib-one-file.dmg", "apfs");
+    std::array<std::byte, 40> record{};
+    source->read(kRecord, record);
+    ASSERT_EQ(loadLittle<std::uint64_t>(record, 8), 2U);
+    EXPECT_EQ(loadLittle<std::uint64_t>(record, 16), 1616953648'428532831U);
+    EXPECT_EQ(loadLittle<std::uint64_t>(record, 24), 1616953648'935511575U);
+    EXPECT_EQ(loadLittle<std::uint64_t>(record, 32), 1616953649'943555106U);
+    const auto volume = onlyVolume(source);
+    const Attributes root = volume->attributes(volume->root());
+    EXPECT_EQ(root.modified.tv_sec, 1616953648);
+    EXPECT_EQ(root.modified.tv_nsec, 935511575);
+    EXPECT_EQ(root.changed.tv_sec, 1616953649);
+    EXPECT_EQ(root.changed.tv_nsec, 943555106);
+}
 
 TEST(RealApfsImages, SayWhatTheyAre) {
     const auto volume = onlyVolume(partition("apfs-gpt-zlib-one-file.dmg", "apfs"));
