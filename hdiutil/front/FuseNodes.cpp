@@ -46,16 +46,19 @@ mode_t typeOf(NodeKind kind) {
     return S_IFREG;
 }
 
-using Listing = std::vector<DirectoryEntry>;
+using Listing = std::shared_ptr<const SmallFilesAhead::Listing>;
 
 Listing* listingOf(const fuse_file_info& info) {
     return reinterpret_cast<Listing*>(info.fh); // NOLINT(performance-no-int-to-ptr): libfuse keeps it as a number
 }
 
+constexpr std::uint64_t kSmallFile = 16384;
+
 } // namespace
 
 // As macOS does for images, whoever mounts owns everything: the numbers stored in it belong to another machine.
-FuseNodes::FuseNodes(const Volume& volume) : volume_(volume), owner_(getuid()), group_(getgid()) {}
+FuseNodes::FuseNodes(const Volume& volume, Store store)
+    : volume_(volume), store_(std::move(store)), owner_(getuid()), group_(getgid()) {}
 
 NodeId FuseNodes::nodeOf(fuse_ino_t inode) const {
     if (inode == FUSE_ROOT_ID) {
@@ -131,8 +134,9 @@ void FuseNodes::readLink(fuse_req_t request, fuse_ino_t inode) {
 
 void FuseNodes::openFolder(fuse_req_t request, fuse_ino_t inode, fuse_file_info* info) {
     answer(request, damaged_, [&] {
-        auto listing = std::make_unique<Listing>(volume_.list(nodeOf(inode)));
-        listing->insert(listing->begin(), {{".", nodeOf(inode)}, {"..", nodeOf(inode)}});
+        auto entries = std::make_shared<SmallFilesAhead::Listing>(volume_.list(nodeOf(inode)));
+        ahead_.listed(nodeOf(inode), entries);
+        auto listing = std::make_unique<Listing>(std::move(entries));
         info->keep_cache = 1;
         info->cache_readdir = 1;
         info->fh = reinterpret_cast<std::uint64_t>(listing.get());
@@ -160,15 +164,18 @@ std::size_t FuseNodes::addEntry(fuse_req_t request, std::vector<char>& buffer, s
     return fuse_add_direntry(request, buffer.data() + used, room, entry.name.c_str(), &facts, next);
 }
 
-void FuseNodes::readFolder(fuse_req_t request, std::size_t size, off_t offset, const fuse_file_info& info,
-                           bool withAttributes) {
+void FuseNodes::readFolder(fuse_req_t request, fuse_ino_t inode, std::size_t size, off_t offset,
+                           const fuse_file_info& info, bool withAttributes) {
     answer(request, damaged_, [&] {
-        const Listing& listing = *listingOf(info);
+        const SmallFilesAhead::Listing& listing = **listingOf(info);
+        const NodeId folder = nodeOf(inode);
+        const DirectoryEntry dots[] = {{".", folder}, {"..", folder}};
         std::vector<char> buffer(size);
         std::size_t used = 0;
-        for (auto i = static_cast<std::size_t>(std::max<off_t>(offset, 0)); i < listing.size(); ++i) {
+        for (auto i = static_cast<std::size_t>(std::max<off_t>(offset, 0)); i < std::size(dots) + listing.size(); ++i) {
+            const DirectoryEntry& entry = i < std::size(dots) ? dots[i] : listing[i - std::size(dots)];
             const std::size_t needed =
-                addEntry(request, buffer, used, listing[i], static_cast<off_t>(i + 1), withAttributes);
+                addEntry(request, buffer, used, entry, static_cast<off_t>(i + 1), withAttributes);
             if (needed > buffer.size() - used) {
                 break;
             }
@@ -194,7 +201,38 @@ void FuseNodes::read(fuse_req_t request, fuse_ino_t inode, std::size_t size, off
             return;
         }
         fuse_reply_buf(request, reinterpret_cast<const char*>(buffer.data()), count);
+        if (offset == 0 && count <= kSmallFile) {
+            storeFollowing(nodeOf(inode));
+        }
     });
+}
+
+// The reader has its answer; the files that it will want next are in the kernel before it asks for them.
+void FuseNodes::storeFollowing(NodeId file) {
+    try {
+        for (const NodeId next : ahead_.following(file)) {
+            if (!storeFile(next)) {
+                return;
+            }
+        }
+    } catch (const std::exception&) { // who reads that file gets the error
+    }
+}
+
+bool FuseNodes::storeFile(NodeId file) {
+    const Attributes facts = volume_.attributes(file);
+    if (facts.kind != NodeKind::kFile || facts.size == 0 || facts.size > kSmallFile) {
+        return true;
+    }
+    std::vector<std::byte> contents(static_cast<std::size_t>(facts.size));
+    const bool isWhole = volume_.read(file, 0, contents) == contents.size();
+    const std::lock_guard lock(storeMutex_);
+    return isWhole && !damaged_ && store_(inodeOf(file), contents);
+}
+
+void FuseNodes::markDamaged() {
+    damaged_ = true;
+    const std::lock_guard lock(storeMutex_); // what was being stored is in the kernel now, and can be taken back
 }
 
 void FuseNodes::statFileSystem(fuse_req_t request) {

@@ -27,10 +27,12 @@ void onInit(void*, fuse_conn_info* connection) {
     connection->max_background = kRequestsAtOnce;
     connection->congestion_threshold = kRequestsAtOnce;
     const unsigned wanted = FUSE_CAP_ASYNC_READ | FUSE_CAP_PARALLEL_DIROPS | FUSE_CAP_READDIRPLUS |
-                            FUSE_CAP_READDIRPLUS_AUTO | FUSE_CAP_CACHE_SYMLINKS | FUSE_CAP_NO_OPEN_SUPPORT;
+                            FUSE_CAP_CACHE_SYMLINKS | FUSE_CAP_NO_OPEN_SUPPORT;
     connection->want |= connection->capable & wanted;
-    // Contents are given from our own memory, so there is nothing to splice.
-    connection->want &= ~static_cast<unsigned>(FUSE_CAP_SPLICE_READ | FUSE_CAP_AUTO_INVAL_DATA);
+    // Contents are given from our own memory, so there is nothing to splice. Attributes always come with the names:
+    // left to itself the kernel asks for them with a folder's first names only, and then for each file's once more.
+    constexpr unsigned kUnwanted = FUSE_CAP_SPLICE_READ | FUSE_CAP_AUTO_INVAL_DATA | FUSE_CAP_READDIRPLUS_AUTO;
+    connection->want &= ~kUnwanted;
 }
 
 void onLookUp(fuse_req_t request, fuse_ino_t parent, const char* name) {
@@ -67,12 +69,12 @@ void onOpenFolder(fuse_req_t request, fuse_ino_t inode, fuse_file_info* info) {
     nodesOf(request).openFolder(request, inode, info);
 }
 
-void onReadFolder(fuse_req_t request, fuse_ino_t, std::size_t size, off_t offset, fuse_file_info* info) {
-    nodesOf(request).readFolder(request, size, offset, *info, false);
+void onReadFolder(fuse_req_t request, fuse_ino_t inode, std::size_t size, off_t offset, fuse_file_info* info) {
+    nodesOf(request).readFolder(request, inode, size, offset, *info, false);
 }
 
-void onReadFolderPlus(fuse_req_t request, fuse_ino_t, std::size_t size, off_t offset, fuse_file_info* info) {
-    nodesOf(request).readFolder(request, size, offset, *info, true);
+void onReadFolderPlus(fuse_req_t request, fuse_ino_t inode, std::size_t size, off_t offset, fuse_file_info* info) {
+    nodesOf(request).readFolder(request, inode, size, offset, *info, true);
 }
 
 void onReleaseFolder(fuse_req_t request, fuse_ino_t, fuse_file_info* info) {
@@ -120,7 +122,15 @@ bool hasHelper() {
 
 } // namespace
 
-FuseServer::FuseServer(const Volume& volume) : nodes_(std::make_unique<FuseNodes>(volume)) {}
+FuseServer::FuseServer(const Volume& volume)
+    : nodes_(std::make_unique<FuseNodes>(
+          volume, [this](fuse_ino_t inode, std::span<const std::byte> contents) { return store(inode, contents); })) {}
+
+bool FuseServer::store(std::uint64_t inode, std::span<const std::byte> contents) const {
+    fuse_bufvec buffers = FUSE_BUFVEC_INIT(contents.size());
+    buffers.buf[0].mem = const_cast<std::byte*>(contents.data()); // NOLINT(cppcoreguidelines-pro-type-const-cast)
+    return fuse_lowlevel_notify_store(session_, inode, 0, &buffers, FUSE_BUF_NO_SPLICE) == 0;
+}
 
 FuseServer::~FuseServer() {
     unmount();

@@ -3,8 +3,11 @@
 #include "hdiutil/volume/Volume.h"
 
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <thread>
 
@@ -37,6 +40,8 @@ public:
     void damaged();
 
 private:
+    bool store(std::uint64_t inode, std::span<const std::byte> contents) const;
+
     std::unique_ptr<FuseNodes> nodes_;
     fuse_session* session_ = nullptr;
     std::string folder_; // while it is mounted

@@ -48,6 +48,21 @@ TEST_P(Mount, KeepsNoneOfTheCallersDescriptors) {
 
 class MountDaemon : public FrontWorld {};
 
+// Small files that follow on each other are given to the kernel before it asks for them: they must be the right ones.
+TEST_F(MountDaemon, GivesEveryOfManySmallFilesReadInOrder) {
+    for (int i = 0; i < 1000; ++i) {
+        const std::string folder = base() + "/source/" + std::to_string(i % 3);
+        fs::create_directories(folder);
+        std::ofstream(folder + "/file " + std::to_string(i)) << std::string(static_cast<std::size_t>(i) * 31, 'x') << i;
+    }
+    const std::string path = base() + "/small.dmg";
+    ASSERT_EQ(hdiutil({"create", "-srcfolder", base() + "/source", "-volname", "Small", path}).status, 0);
+    ASSERT_EQ(hdiutil({"mount", path}).status, 0);
+    for (int pass = 0; pass < 2; ++pass) {
+        EXPECT_EQ(runProgram({"diff", "-r", base() + "/source", volumes() + "/Small"}).out, "");
+    }
+}
+
 TEST_F(MountDaemon, HasOnlyTheImageTheDeviceAndASessionOfItsOwn) {
     const std::string path = copyOf("hfsplus-gpt-zlib-stub-app.dmg");
     std::ofstream(base() + "/of the caller") << "x";
