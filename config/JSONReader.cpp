@@ -1,6 +1,7 @@
 #include "config/JSONReader.h"
 
 #include <QStringDecoder>
+#include <QStringEncoder>
 #include <QVariantList>
 #include <QVariantMap>
 
@@ -69,7 +70,9 @@ std::optional<QByteArray> utf8Of(const QByteArray& bytes) {
         }
         QStringDecoder decoder(encoding.name, QStringConverter::Flag::ConvertInitialBom);
         const QString decoded = decoder(text);
-        if (decoder.hasError() || !decoded.isValidUtf16()) {
+        // Some releases of Qt read a character beyond Unicode as another one.
+        QStringEncoder encoder(encoding.name);
+        if (decoder.hasError() || !decoded.isValidUtf16() || encoder(decoded) != text) {
             return std::nullopt;
         }
         text = decoded.toUtf8();

@@ -3,6 +3,7 @@
 #include "hdiutil/image/ByteSource.h"
 #include "hdiutil/partition/PartitionMap.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>

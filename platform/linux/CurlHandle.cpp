@@ -55,6 +55,8 @@ void setCommonOptions(CURL* handle, const TransferLimits& limits, const CurlList
     setOption(handle, CURLOPT_BUFFERSIZE, limits.receiveBuffer);
     setOption(handle, CURLOPT_PATH_AS_IS, 1L);
     setOption(handle, CURLOPT_NOSIGNAL, 1L);
+    // Until there is a connection, newer libraries do not ask the callback for progress, which looks at the clock.
+    setOption(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits.idle.count()));
     setOption(handle, CURLOPT_QUICK_EXIT, 1L); // a time-out does not wait for the name server's own
     setOption(handle, CURLOPT_OPENSOCKETFUNCTION, openCloseOnExec);
     setOption(handle, CURLOPT_HTTPHEADER, headers.get());

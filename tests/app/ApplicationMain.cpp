@@ -1,8 +1,11 @@
 #include "app/Application.h"
 #include "platform/base/MainQueue.h"
 #include "tests/support/PrivateBundle.h"
+#include "tests/support/Utf8Locale.h"
 
 #include <gmock/gmock.h>
+
+#include <optional>
 
 // The program's own application object in the place of Qt's.
 int main(int argc, char** argv) {
@@ -13,7 +16,9 @@ int main(int argc, char** argv) {
     if (testing::GTEST_FLAG(list_tests)) {
         return RUN_ALL_TESTS();
     }
+    std::optional<test::Utf8Locale> locale(std::in_place);
     const Application application(argc, argv);
+    locale.reset();
     MainQueue::attachToMainThread();
     return RUN_ALL_TESTS();
 }

@@ -61,7 +61,7 @@ private:
 
 using AlertProcess = UserInterfaceTest;
 
-const QStringList kMainWindow{u"frame: "_s,
+const QStringList kMainWindow{u"frame: Kit"_s,
                               u"alert message: No internet connection"_s,
                               u"label: No internet connection"_s,
                               u"label: Please check your connection and try again."_s,
@@ -73,7 +73,7 @@ const QStringList kAlert{u"dialog: Leave?"_s, u"label: Leave?"_s, u"label: The i
 } // namespace
 
 TEST_F(AlertProcess, DISABLED_ShowsTheAlert) {
-    shownWindow();
+    shownWindow().setWindowTitle(u"Kit"_s);
     const auto alert = std::make_shared<QNAlertController>();
     controller().setAlert(alert);
     alert->showWindow(nullptr, u"Leave?"_s, u"The installation is not finished."_s, u"ANSWER_YES"_s, u"ANSWER_NO"_s);

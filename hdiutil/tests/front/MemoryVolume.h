@@ -4,6 +4,7 @@
 #include "hdiutil/volume/Volume.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>

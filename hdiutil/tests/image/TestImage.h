@@ -7,6 +7,7 @@
 #include "hdiutil/image/UdifTrailer.h"
 #include "hdiutil/tests/image/TestBytes.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 

@@ -2,6 +2,7 @@
 
 #include "tools/qn-portal/common/OutputFile.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>

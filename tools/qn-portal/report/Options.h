@@ -3,6 +3,7 @@
 #include "tools/qn-portal/report/Alert.h"
 #include "tools/qn-portal/report/Figures.h"
 
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>

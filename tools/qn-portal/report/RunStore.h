@@ -3,6 +3,7 @@
 #include "tools/qn-portal/report/Database.h"
 #include "tools/qn-portal/report/Run.h"
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <unordered_map>

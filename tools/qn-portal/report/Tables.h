@@ -2,6 +2,7 @@
 
 #include "tools/qn-portal/report/Figures.h"
 
+#include <cstdint>
 #include <string>
 
 // A report as text for machines and for terminals. Pure.

@@ -3,6 +3,7 @@
 #include "tools/faults/FaultyServer.h"
 #include "tools/portal/Options.h"
 
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
