@@ -12,6 +12,8 @@ HERE = pathlib.Path(__file__).resolve().parent
 TOP = HERE.parents[1]
 SYSTEMS = ("bookworm", "trixie", "testing")
 MOUNTED = ("plain", "noexec")
+# The portal, and the tools that stand beside the installer.
+RUN_TARGETS = ("QNInstaller", "hdiutil", "system_profiler", "ifconfig", "portal")
 
 sys.path.insert(0, str(TOP / "tools/run"))
 import endings  # noqa: E402
@@ -62,6 +64,10 @@ def check(build, folder, output):
     output.mkdir(parents=True, exist_ok=True)
     print("| System | home and `TMPDIR` | " + " | ".join(endings.ENDINGS) + " |")
     print("|---|---|" + "---|" * len(endings.ENDINGS))
+    with step("Building what ./run builds"):
+        log = output / "build.log"
+        run(["cmake", "--preset", "dev"], log, TOP)
+        run(["cmake", "--build", "--preset", "dev", "--target", *RUN_TARGETS], log, TOP)
     good = True
     for system in SYSTEMS:
         root = make_root(system, folder)
