@@ -1,9 +1,9 @@
 #include "hdiutil/create/DiskLayout.h"
 
-#include "hdiutil/create/JoinedSource.h"
 #include "hdiutil/image/ByteOrder.h"
 #include "hdiutil/image/Crc32.h"
 #include "hdiutil/image/ImageError.h"
+#include "hdiutil/image/JoinedSource.h"
 #include "hdiutil/image/Sectors.h"
 #include "hdiutil/partition/GptTypes.h"
 

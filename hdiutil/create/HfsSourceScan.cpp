@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <ctime>
 #include <memory>
 
 namespace hdi {
@@ -105,6 +106,19 @@ std::string HfsSource::path(std::size_t item) const {
     return path;
 }
 
+HfsSource emptyHfsSource(bool caseSensitive) {
+    HfsSource source{"", caseSensitive, {}};
+    HfsSource::Item root;
+    root.status.st_mode = S_IFDIR | 0755;
+    root.status.st_nlink = 2;
+    root.status.st_uid = ::getuid();
+    root.status.st_gid = ::getgid();
+    ::clock_gettime(CLOCK_REALTIME, &root.status.st_mtim);
+    root.status.st_atim = root.status.st_ctim = root.status.st_mtim;
+    source.items.push_back(std::move(root));
+    return source;
+}
+
 HfsSource scanHfsSource(const std::string& folder, bool caseSensitive) {
     HfsSource source{folder, caseSensitive, {}};
     HfsSource::Item root;
@@ -135,7 +149,8 @@ HfsSource scanHfsSource(const std::string& folder, bool caseSensitive) {
         const auto same = std::adjacent_find(begin, source.items.end(),
                                              [&](const auto& a, const auto& b) { return order(a, b) == 0; });
         if (same != source.items.end()) {
-            unsupported(path + "/" + same->name, "\"" + std::next(same)->name + "\" beside it is the same name there");
+            unsupported(path + "/" + same->name, "\"" + std::next(same)->name + "\" beside it is the same name there" +
+                                                     std::string(caseSensitive ? "" : "; HFSX (-fs HFSX) keeps both"));
         }
     }
     return source;

@@ -34,6 +34,9 @@ struct HfsSource {
 // kernel refuses.
 HfsSource scanHfsSource(const std::string& folder, bool caseSensitive);
 
+// Nothing but a root that belongs to the caller.
+HfsSource emptyHfsSource(bool caseSensitive);
+
 // The name as stored: decomposed, a colon as a slash. Absent when it is not UTF-8, or longer than 255 units.
 std::optional<std::u16string> storedHfsName(std::string_view name);
 

@@ -26,22 +26,25 @@ hfs::Fork systemFork(std::uint32_t start, std::uint64_t length) {
     return fork;
 }
 
-// How many blocks the bitmap needs for `others` blocks and itself.
-std::uint32_t bitmapBlocks(std::uint32_t others) {
+// How many blocks the bitmap needs for `others` blocks and itself, and for `least` in all.
+std::uint32_t bitmapBlocks(std::uint32_t others, std::uint32_t least) {
     std::uint32_t blocks = 1;
-    while (static_cast<std::uint64_t>(blocks) * kBlockSize * 8 < static_cast<std::uint64_t>(others) + blocks) {
+    while (static_cast<std::uint64_t>(blocks) * kBlockSize * 8 <
+           std::max<std::uint64_t>(static_cast<std::uint64_t>(others) + blocks, least)) {
         ++blocks;
     }
     return blocks;
 }
 
-// All blocks of a volume that has no free one.
-std::vector<std::byte> fullBitmap(std::uint32_t totalBlocks, std::uint32_t blocks) {
+// The first blocks are in use, and the last one of all.
+std::vector<std::byte> bitmapOf(std::uint32_t used, std::uint32_t totalBlocks, std::uint32_t blocks) {
     std::vector<std::byte> bitmap(static_cast<std::size_t>(blocks) * kBlockSize);
-    std::fill_n(bitmap.begin(), totalBlocks / 8, std::byte{0xFF});
-    for (std::uint32_t i = totalBlocks - totalBlocks % 8; i < totalBlocks; ++i) {
-        bitmap[i / 8] |= std::byte{0x80} >> (i % 8);
+    std::fill_n(bitmap.begin(), used / 8, std::byte{0xFF});
+    const auto mark = [&bitmap](std::uint32_t block) { bitmap[block / 8] |= std::byte{0x80} >> (block % 8); };
+    for (std::uint32_t i = used - used % 8; i < used; ++i) {
+        mark(i);
     }
+    mark(totalBlocks - 1);
     return bitmap;
 }
 
@@ -83,15 +86,18 @@ public:
         header_.created = now;
     }
 
-    ByteSourcePtr make() {
+    // With free blocks at the end up to `least` in all.
+    ByteSourcePtr make(std::uint32_t least) {
         std::vector<std::byte> extentsFile = HfsTreeWriter(HfsTreeWriter::extentsKind()).finish();
         header_.extentsFile = systemFork(1, extentsFile.size());
         const std::uint32_t catalogStart = catalog_.placeContents(1 + header_.extentsFile.totalBlocks);
         std::vector<std::byte> catalogFile = catalog_.makeCatalog();
         header_.catalogFile = systemFork(catalogStart, catalogFile.size());
         const std::uint32_t bitmapStart = catalogStart + header_.catalogFile.totalBlocks;
-        const std::uint32_t bitmap = bitmapBlocks(bitmapStart + 1);
-        header_.totalBlocks = bitmapStart + bitmap + 1;
+        const std::uint32_t bitmap = bitmapBlocks(bitmapStart + 1, least);
+        const std::uint32_t used = bitmapStart + bitmap;
+        header_.totalBlocks = std::max(used + 1, least);
+        header_.freeBlocks = header_.totalBlocks - used - 1;
         header_.allocationFile = systemFork(bitmapStart, static_cast<std::uint64_t>(bitmap) * kBlockSize);
         const std::vector<std::byte> header = finishHeader();
 
@@ -101,7 +107,8 @@ public:
         image->addBytes(kBlockSize, std::move(extentsFile));
         addContents(*image);
         image->addBytes(static_cast<std::uint64_t>(catalogStart) * kBlockSize, std::move(catalogFile));
-        image->addBytes(static_cast<std::uint64_t>(bitmapStart) * kBlockSize, fullBitmap(header_.totalBlocks, bitmap));
+        image->addBytes(static_cast<std::uint64_t>(bitmapStart) * kBlockSize,
+                        bitmapOf(used, header_.totalBlocks, bitmap));
         image->addBytes(size - hfs::kHeaderOffset, header);
         return image;
     }
@@ -137,9 +144,15 @@ private:
 
 } // namespace
 
-ByteSourcePtr createHfsPlus(const std::string& sourceFolder, const std::string& volumeName, HfsKind kind) {
-    auto source = std::make_shared<const HfsSource>(scanHfsSource(sourceFolder, kind == HfsKind::kX));
-    return Layout(std::move(source), volumeName, toHfsTime(::time(nullptr))).make();
+ByteSourcePtr createHfsPlus(const std::string& sourceFolder, const std::string& volumeName, HfsKind kind,
+                            std::uint64_t leastBytes) {
+    if (leastBytes / kBlockSize > std::numeric_limits<std::int32_t>::max()) {
+        throw ImageError(ImageError::Kind::kUnsupported, "the volume would be larger than eight terabytes");
+    }
+    const bool caseSensitive = kind == HfsKind::kX;
+    auto source = std::make_shared<const HfsSource>(sourceFolder.empty() ? emptyHfsSource(caseSensitive)
+                                                                         : scanHfsSource(sourceFolder, caseSensitive));
+    return Layout(std::move(source), volumeName, toHfsTime(::time(nullptr))).make(blocksFor(leastBytes));
 }
 
 } // namespace hdi

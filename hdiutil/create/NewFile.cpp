@@ -60,6 +60,20 @@ void NewFile::append(std::span<const std::byte> bytes) {
     size_ += bytes.size();
 }
 
+void NewFile::appendHole(std::uint64_t length) {
+    size_ += length;
+    if (::ftruncate(file_.get(), static_cast<off_t>(size_)) != 0 ||
+        ::lseek(file_.get(), static_cast<off_t>(size_), SEEK_SET) < 0) {
+        fail(errno);
+    }
+}
+
+void NewFile::overwriteBeginning(std::span<const std::byte> bytes) {
+    if (!base::writeAllAt(file_.get(), bytes, 0)) {
+        fail(errno);
+    }
+}
+
 void NewFile::commit() {
     if (::fchmod(file_.get(), 0666 & ~creationMask()) != 0) {
         fail(errno);

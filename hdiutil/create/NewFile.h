@@ -20,6 +20,10 @@ public:
     ~NewFile();
 
     void append(std::span<const std::byte> bytes);
+    // So many zeros, without room on the disk where its file system can do that.
+    void appendHole(std::uint64_t length);
+    // What was appended there before; at most as long as that.
+    void overwriteBeginning(std::span<const std::byte> bytes);
     std::uint64_t size() const { return size_; }
     // With the rights that a new file of this process has.
     void commit();

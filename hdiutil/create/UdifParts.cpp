@@ -49,12 +49,15 @@ UdifRun terminator(const UdifTable& table) {
     return end;
 }
 
-plist_t tableEntry(const std::vector<std::byte>& table, const std::string& name, std::size_t number) {
+// Tables and other resources differ in an attribute, and in that only tables have the longer name.
+plist_t resourceEntry(const std::vector<std::byte>& data, const std::string& name, long id, bool isTable) {
     plist_t entry = plist_new_dict();
-    plist_dict_set_item(entry, "Attributes", plist_new_string("0x0050"));
-    plist_dict_set_item(entry, "CFName", plist_new_string(name.c_str()));
-    plist_dict_set_item(entry, "Data", plist_new_data(reinterpret_cast<const char*>(table.data()), table.size()));
-    plist_dict_set_item(entry, "ID", plist_new_string(std::to_string(static_cast<long>(number) - 1).c_str()));
+    plist_dict_set_item(entry, "Attributes", plist_new_string(isTable ? "0x0050" : "0x0000"));
+    if (isTable) {
+        plist_dict_set_item(entry, "CFName", plist_new_string(name.c_str()));
+    }
+    plist_dict_set_item(entry, "Data", plist_new_data(reinterpret_cast<const char*>(data.data()), data.size()));
+    plist_dict_set_item(entry, "ID", plist_new_string(std::to_string(id).c_str()));
     plist_dict_set_item(entry, "Name", plist_new_string(name.c_str()));
     return entry;
 }
@@ -80,14 +83,21 @@ std::vector<std::byte> udifTableBytes(const UdifTable& table, std::size_t number
 }
 
 std::vector<std::byte> udifPlistBytes(std::span<const std::vector<std::byte>> tables,
-                                      std::span<const std::string> names) {
+                                      std::span<const std::string> names, const Resources& others) {
     const base::PropertyListNode root(plist_new_dict());
     plist_t list = plist_new_array();
     for (std::size_t i = 0; i < tables.size(); ++i) {
-        plist_array_append_item(list, tableEntry(tables[i], names[i], i));
+        plist_array_append_item(list, resourceEntry(tables[i], names[i], static_cast<long>(i) - 1, true));
     }
     plist_t fork = plist_new_dict();
     plist_dict_set_item(fork, "blkx", list);
+    for (const auto& [type, resources] : others) {
+        plist_t entries = plist_new_array();
+        for (const Resource& resource : resources) {
+            plist_array_append_item(entries, resourceEntry(resource.data, resource.name, resource.id, false));
+        }
+        plist_dict_set_item(fork, type.c_str(), entries);
+    }
     plist_dict_set_item(root.get(), "resource-fork", fork);
     char* raw = nullptr;
     std::uint32_t length = 0;
@@ -108,7 +118,8 @@ std::array<std::byte, UdifTrailer::kSize> udifTrailerBytes(const UdifTrailer& tr
     storeBig<std::uint32_t>(bytes, 12, trailer.flags);
     storeBig<std::uint64_t>(bytes, 24, trailer.dataOffset);
     storeBig<std::uint64_t>(bytes, 32, trailer.dataLength);
-    storeBig<std::uint32_t>(bytes, 56, 1); // the only segment
+    storeBig<std::uint64_t>(bytes, 16, trailer.dataBegin);
+    storeBig<std::uint32_t>(bytes, 56, trailer.segmentNumber);
     storeBig<std::uint32_t>(bytes, 60, trailer.segmentCount);
     for (std::size_t i = 0; i < 4; ++i) { // the segment's identifier, which no one else refers to
         storeBig<std::uint32_t>(bytes, 64 + 4 * i, trailer.masterChecksum.value + static_cast<std::uint32_t>(i));

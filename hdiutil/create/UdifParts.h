@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hdiutil/image/UdifPlist.h"
 #include "hdiutil/image/UdifTable.h"
 #include "hdiutil/image/UdifTrailer.h"
 
@@ -17,9 +18,9 @@ namespace hdi {
 // count from the beginning of the data fork, their sectors from the beginning of the disk.
 std::vector<std::byte> udifTableBytes(const UdifTable& table, std::size_t number, std::uint64_t chunkSectors);
 
-// The property list that holds `tables`, which are what udifTableBytes() gives, under `names`.
+// The property list that holds `tables`, which are what udifTableBytes() gives, under `names`, and `others`.
 std::vector<std::byte> udifPlistBytes(std::span<const std::vector<std::byte>> tables,
-                                      std::span<const std::string> names);
+                                      std::span<const std::string> names, const Resources& others = {});
 
 std::array<std::byte, UdifTrailer::kSize> udifTrailerBytes(const UdifTrailer& trailer);
 

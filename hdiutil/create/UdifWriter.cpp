@@ -1,7 +1,8 @@
 #include "hdiutil/create/UdifWriter.h"
 
 #include "hdiutil/create/ChunkEncoder.h"
-#include "hdiutil/create/NewFile.h"
+#include "hdiutil/create/ImageOutput.h"
+#include "hdiutil/create/LicenceResources.h"
 #include "hdiutil/create/OrderedWork.h"
 #include "hdiutil/create/UdifParts.h"
 #include "hdiutil/image/ByteOrder.h"
@@ -91,14 +92,14 @@ public:
         return crc32(sums);
     }
 
-    std::vector<std::byte> plist(std::uint64_t chunkLength) const {
+    std::vector<std::byte> plist(std::uint64_t chunkLength, const std::string& licence) const {
         std::vector<std::vector<std::byte>> blocks;
         std::vector<std::string> names;
         for (const UdifTable& table : tables_) {
             blocks.push_back(udifTableBytes(table, blocks.size(), chunkLength));
             names.push_back(table.name);
         }
-        return udifPlistBytes(blocks, names);
+        return udifPlistBytes(blocks, names, licence.empty() ? Resources() : licenceResources(licence));
     }
 
 private:
@@ -107,7 +108,7 @@ private:
 
 // Returns the checksum of all that was stored.
 std::uint32_t writeData(const ByteSource& disk, const std::vector<Piece>& pieces, const WriteOptions& options,
-                        TableBuilder& tables, NewFile& file) {
+                        TableBuilder& tables, ImageOutput& file) {
     OrderedWork<PackedPiece> work(pieces.size(), options.threads,
                                   [&](std::size_t i) { return pack(disk, pieces[i], options.format); });
     std::uint32_t sum = 0;
@@ -131,13 +132,14 @@ void writeUdif(const ByteSource& disk, const std::vector<DiskRange>& ranges, con
         throw ImageError(ImageError::Kind::kUnsupported, "the disk is not a whole number of sectors");
     }
     const std::uint64_t chunkLength = codecOf(options.format)->chunkSectors;
-    NewFile file(path);
+    const std::unique_ptr<ImageOutput> output = newImageOutput(path, options.encryption);
+    ImageOutput& file = *output;
     TableBuilder tables(ranges);
     UdifTrailer trailer;
     trailer.dataChecksum = checksumOf(writeData(disk, piecesOf(ranges, chunkLength), options, tables, file));
     trailer.dataLength = file.size();
     trailer.plistOffset = file.size();
-    file.append(tables.plist(chunkLength));
+    file.append(tables.plist(chunkLength, options.licence));
     trailer.plistLength = file.size() - trailer.plistOffset;
     trailer.masterChecksum = checksumOf(tables.masterChecksum());
     trailer.sectorCount = disk.size() / kSectorBytes;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hdiutil/create/ImageOutput.h"
 #include "hdiutil/image/ByteSource.h"
 #include "hdiutil/image/UdifTable.h"
 
@@ -20,6 +21,8 @@ struct DiskRange {
 struct WriteOptions {
     RunType format = RunType::kZlib;      // of a codec that encodes
     unsigned threads = 0;                 // that compress; 0: one per core
+    std::string licence;                  // UTF-8; none when empty
+    NewEncryption encryption;             // none without a password
     std::function<void(double)> progress; // gets 0…1, on the caller's thread
 };
 

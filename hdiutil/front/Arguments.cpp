@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <functional>
 #include <map>
 #include <string_view>
@@ -45,17 +46,6 @@ Handler createText(const std::string& option, std::string CreateOptions::*field)
     return [=](Arguments& arguments, Words& words) { arguments.create.*field = words.valueOf(option); };
 }
 
-// The formats that images are made with, as "UDRO|UDZO".
-std::string formatNames() {
-    std::string names;
-    for (const Codec& codec : codecs()) {
-        if (codec.encode != nullptr) {
-            names += (names.empty() ? "" : "|") + std::string(codec.format);
-        }
-    }
-    return names;
-}
-
 [[noreturn]] void unknownValue(const std::string& option, const std::string& value) {
     throw UsageError(option + ": \"" + value + "\" is not one of the known values");
 }
@@ -82,12 +72,73 @@ Handler createChoice(const std::string& option, std::string CreateOptions::*fiel
     };
 }
 
+// A number with a unit, as 512k, 20m, 1g or 8b, which are sectors.
+std::uint64_t bytesOf(const std::string& option, const std::string& text) {
+    constexpr std::string_view kUnits = "bkmgt";
+    constexpr std::array<std::uint64_t, kUnits.size()> kBytes = {512, 1ULL << 10U, 1ULL << 20U, 1ULL << 30U,
+                                                                 1ULL << 40U};
+    std::uint64_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    const std::size_t unit = rest + 1 == end ? kUnits.find(*rest) : std::string_view::npos;
+    if (error != std::errc() || unit == std::string_view::npos || number == 0 ||
+        number > (std::uint64_t{1} << 60U) / kBytes.at(unit)) {
+        throw UsageError(option + ": \"" + text + "\" is no size such as 512k, 20m or 1g");
+    }
+    return number * kBytes.at(unit);
+}
+
+// Sets it for the verb that was given; only one of both looks.
+Handler encryption(const std::string& option) {
+    return [=](Arguments& arguments, Words& words) {
+        const std::string& value = words.valueOf(option);
+        if (value != "AES-128" && value != "AES-256") {
+            unknownValue(option, value);
+        }
+        arguments.create.encryptionBits = value == "AES-128" ? 128 : 256;
+        arguments.convert.encryptionBits = arguments.create.encryptionBits;
+    };
+}
+
+// Formats that are the disk as it stands.
+constexpr std::string_view kRawFormats[] = {"UDRW", "UDTO"};
+
+Handler convertFormat(const std::string& option) {
+    return [=](Arguments& arguments, Words& words) {
+        const std::string& value = words.valueOf(option);
+        const Codec* const codec = codecOf(value);
+        const bool isRaw = std::ranges::find(kRawFormats, value) != std::end(kRawFormats);
+        if (!isRaw && (codec == nullptr || codec->encode == nullptr)) {
+            unknownValue(option, value);
+        }
+        arguments.convert.format = isRaw ? std::nullopt : std::optional(codec->type);
+        arguments.convert.isFormatGiven = true;
+    };
+}
+
+bool takesOperand(Verb verb) {
+    return verb != Verb::kInfo && verb != Verb::kHelp && verb != Verb::kVersion;
+}
+
+void takeOperand(Arguments& arguments, const std::string& verb, const std::string& word) {
+    const bool isFolder = arguments.verb == Verb::kExtract && !arguments.operand.empty();
+    std::string& operand = isFolder ? arguments.folder : arguments.operand;
+    if (!takesOperand(arguments.verb) || !operand.empty()) {
+        throw UsageError(verb + ": \"" + word + "\" is one argument too many");
+    }
+    if (word.empty()) {
+        throw UsageError(verb + ": an argument is empty");
+    }
+    operand = word;
+}
+
 // Everything that is mounted here is read-only and shown by nothing, so two options of macOS's tool are only
 // accepted.
 Handlers attachHandlers() {
     return {{"-mountpoint", [](Arguments& a, Words& words) { a.mountPoint = words.valueOf("-mountpoint"); }},
             {"-readonly", ignored()},
             {"-nobrowse", ignored()},
+            {"-stdinpass", flag(&Arguments::passwordFromInput, true)},
             {"-noverify", flag(&Arguments::verify, false)},
             {"-quiet", flag(&Arguments::quiet, true)},
             {"-plist", flag(&Arguments::plist, true)}};
@@ -97,9 +148,23 @@ Handlers createHandlers() {
     return {{"-srcfolder", createText("-srcfolder", &CreateOptions::sourceFolder)},
             {"-volname", createText("-volname", &CreateOptions::volumeName)},
             {"-format", createFormat("-format")},
+            {"-licence", createText("-licence", &CreateOptions::licencePath)},
             {"-fs", createChoice("-fs", &CreateOptions::fileSystem, {"HFS+", "HFSX"})},
             {"-layout", createChoice("-layout", &CreateOptions::layout, {"NONE", "GPTSPUD", "SPUD"})},
+            {"-o", [](Arguments& a, Words& words) { takeOperand(a, "create", words.valueOf("-o")); }},
+            {"-size", [](Arguments& a, Words& words) { a.create.size = bytesOf("-size", words.valueOf("-size")); }},
+            {"-encryption", encryption("-encryption")},
+            {"-stdinpass", flag(&Arguments::passwordFromInput, true)},
             {"-ov", [](Arguments& a, Words&) { a.create.replace = true; }},
+            {"-quiet", flag(&Arguments::quiet, true)}};
+}
+
+Handlers convertHandlers() {
+    return {{"-format", convertFormat("-format")},
+            {"-o", [](Arguments& a, Words& words) { a.convert.output = words.valueOf("-o"); }},
+            {"-encryption", encryption("-encryption")},
+            {"-stdinpass", flag(&Arguments::passwordFromInput, true)},
+            {"-ov", [](Arguments& a, Words&) { a.convert.replace = true; }},
             {"-quiet", flag(&Arguments::quiet, true)}};
 }
 
@@ -111,12 +176,19 @@ Handlers handlersOf(Verb verb) {
     case Verb::kUnmount:
         return {{"-force", flag(&Arguments::force, true)}, {"-quiet", flag(&Arguments::quiet, true)}};
     case Verb::kInfo:
-    case Verb::kImageInfo:
         return {{"-plist", flag(&Arguments::plist, true)}};
+    case Verb::kImageInfo:
+        return {{"-plist", flag(&Arguments::plist, true)}, {"-stdinpass", flag(&Arguments::passwordFromInput, true)}};
     case Verb::kVerify:
-        return {{"-quiet", flag(&Arguments::quiet, true)}};
+        return {{"-quiet", flag(&Arguments::quiet, true)}, {"-stdinpass", flag(&Arguments::passwordFromInput, true)}};
     case Verb::kCreate:
         return createHandlers();
+    case Verb::kConvert:
+        return convertHandlers();
+    case Verb::kExtract:
+        return {{"-noverify", flag(&Arguments::verify, false)},
+                {"-stdinpass", flag(&Arguments::passwordFromInput, true)},
+                {"-quiet", flag(&Arguments::quiet, true)}};
     case Verb::kHelp:
     case Verb::kVersion:
         return {};
@@ -126,11 +198,12 @@ Handlers handlersOf(Verb verb) {
 
 Verb verbNamed(const std::string& word) {
     static const std::map<std::string_view, Verb> kVerbs = {
-        {"attach", Verb::kAttach},     {"mount", Verb::kAttach},    {"detach", Verb::kDetach},
-        {"eject", Verb::kDetach},      {"unmount", Verb::kUnmount}, {"info", Verb::kInfo},
-        {"verify", Verb::kVerify},     {"create", Verb::kCreate},   {"imageinfo", Verb::kImageInfo},
-        {"--help", Verb::kHelp},       {"-h", Verb::kHelp},         {"help", Verb::kHelp},
-        {"--version", Verb::kVersion}, {"version", Verb::kVersion}};
+        {"attach", Verb::kAttach},   {"mount", Verb::kAttach},        {"detach", Verb::kDetach},
+        {"eject", Verb::kDetach},    {"unmount", Verb::kUnmount},     {"info", Verb::kInfo},
+        {"verify", Verb::kVerify},   {"create", Verb::kCreate},       {"convert", Verb::kConvert},
+        {"extract", Verb::kExtract}, {"imageinfo", Verb::kImageInfo}, {"--help", Verb::kHelp},
+        {"-h", Verb::kHelp},         {"help", Verb::kHelp},           {"--version", Verb::kVersion},
+        {"version", Verb::kVersion}};
     const auto found = kVerbs.find(word);
     if (found == kVerbs.end()) {
         throw UsageError("\"" + word + "\" is not a verb");
@@ -138,8 +211,20 @@ Verb verbNamed(const std::string& word) {
     return found->second;
 }
 
-bool takesOperand(Verb verb) {
-    return verb != Verb::kInfo && verb != Verb::kHelp && verb != Verb::kVersion;
+void requireConvertOptions(const ConvertOptions& options) {
+    if (!options.isFormatGiven) {
+        throw UsageError("convert: -format is missing");
+    }
+    if (options.output.empty()) {
+        throw UsageError("convert: -o is missing");
+    }
+}
+
+// What is not known before the end cannot be written there: the trailer says where everything lies.
+void refuseStandardOutput(const std::string& verb, const std::string& path) {
+    if (path == "-") {
+        throw UsageError(verb + ": an image cannot be written to standard output, only to a file");
+    }
 }
 
 void requireOperand(const Arguments& arguments, const std::string& verb) {
@@ -147,22 +232,22 @@ void requireOperand(const Arguments& arguments, const std::string& verb) {
         const bool detaches = arguments.verb == Verb::kDetach || arguments.verb == Verb::kUnmount;
         throw UsageError(verb + ": " + (detaches ? "no device or mount point given" : "no image given"));
     }
-    if (arguments.verb == Verb::kCreate && arguments.create.sourceFolder.empty()) {
+    if (arguments.verb == Verb::kExtract && arguments.folder.empty()) {
+        throw UsageError("extract: no folder given");
+    }
+    if (arguments.verb == Verb::kConvert) {
+        requireConvertOptions(arguments.convert);
+        refuseStandardOutput(verb, arguments.convert.output);
+    }
+    if (arguments.verb == Verb::kCreate) {
+        refuseStandardOutput(verb, arguments.operand);
+    }
+    if (arguments.verb == Verb::kCreate && arguments.create.sourceFolder.empty() && arguments.create.size == 0) {
         throw UsageError("create: -srcfolder is missing");
     }
     if (arguments.verb == Verb::kCreate && arguments.create.volumeName.empty()) {
         throw UsageError("create: -volname is missing");
     }
-}
-
-void takeOperand(Arguments& arguments, const std::string& verb, const std::string& word) {
-    if (!takesOperand(arguments.verb) || !arguments.operand.empty()) {
-        throw UsageError(verb + ": \"" + word + "\" is one argument too many");
-    }
-    if (word.empty()) {
-        throw UsageError(verb + ": an argument is empty");
-    }
-    arguments.operand = word;
 }
 
 [[noreturn]] void failAtOption(const std::string& verb, const std::string& word) {
@@ -193,36 +278,6 @@ Arguments parseArguments(const std::vector<std::string>& words) {
     }
     requireOperand(arguments, verb);
     return arguments;
-}
-
-std::string helpText() {
-    return "Usage: hdiutil VERB [OPTIONS] [ARGUMENT]\n"
-           "\n"
-           "  attach, mount IMAGE     show the volumes of a disk image below /Volumes; prints one line per partition\n"
-           "      -mountpoint FOLDER  use this folder instead of /Volumes/NAME (image with one volume); an empty one, "
-           "or\n"
-           "                          one that is made now and goes with detach\n"
-           "      -noverify           do not check the image's checksum\n"
-           "      -plist              print a property list instead of the table\n"
-           "      -quiet              print nothing; the exit status tells\n"
-           "      -readonly, -nobrowse  accepted; volumes are always read-only and never shown\n"
-           "  detach, eject DISK      take back what attach did; DISK is /Volumes/NAME, a folder, diskN or /dev/diskN\n"
-           "  unmount VOLUME          the same for one volume, the disk stays attached\n"
-           "      -force              also when files are open\n"
-           "  info [-plist]           list what is attached\n"
-           "  imageinfo IMAGE [-plist]  describe an image\n"
-           "  verify IMAGE            check all checksums of an image\n"
-           "  create -srcfolder FOLDER -volname NAME [OPTIONS] IMAGE\n"
-           "      -format " +
-           formatNames() +
-           "   (UDZO)\n"
-           "      -fs HFS+|HFSX                      (HFS+)\n"
-           "      -layout NONE|GPTSPUD|SPUD          (GPTSPUD)\n"
-           "      -ov                                replace an image that is there\n"
-           "  --help, --version\n"
-           "\n"
-           "Exit status: 0 done, 1 failed, 16 busy, 64 wrong usage.\n"
-           "/Volumes stands for $QN_SYSTEM_ROOT/Volumes, else $XDG_RUNTIME_DIR/Volumes, else /tmp/volumes-UID.\n";
 }
 
 } // namespace hdi

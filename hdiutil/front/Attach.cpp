@@ -8,6 +8,7 @@
 #include "hdiutil/front/FuseServer.h"
 #include "hdiutil/front/ImageCheck.h"
 #include "hdiutil/front/MountPoints.h"
+#include "hdiutil/front/PasswordPrompt.h"
 #include "hdiutil/image/ImageError.h"
 
 #include <algorithm>
@@ -61,12 +62,13 @@ std::optional<AttachResult> attachedBefore(const VolumesFolder& volumes, const I
     return findAttached(state, volumes, identity);
 }
 
-AttachResult attachOrFind(const AttachOptions& options) {
+AttachResult attachOrFind(AttachOptions& options) {
     const ImageIdentity identity = requireIdentity(options.imagePath);
     const VolumesFolder volumes = VolumesFolder::open();
     if (std::optional<AttachResult> before = attachedBefore(volumes, identity)) {
         return *before;
     }
+    options.password = passwordFor("attach", options.imagePath, options.passwordFromInput);
     if (isFuseUsable()) {
         if (std::optional<AttachResult> result = attachThroughDaemon(options, volumes)) {
             return *result;
@@ -79,7 +81,12 @@ AttachResult attachOrFind(const AttachOptions& options) {
 
 PreparedImage prepareImage(const AttachOptions& options) {
     PreparedImage prepared;
-    prepared.opened = openImage(options.imagePath);
+    ReadOptions reading;
+    reading.password = options.password.get();
+    prepared.opened = openImage(options.imagePath, reading);
+    if (options.password) {
+        options.password->wipe();
+    }
     const CheckTime time = checkTimeFor(prepared.opened.image->facts(), options.verify);
     const std::string damage = time == CheckTime::kBefore ? checkImage(*prepared.opened.image) : std::string();
     if (!damage.empty()) {
@@ -139,7 +146,7 @@ ImageIdentity requireIdentity(const std::string& path) {
     return *identity;
 }
 
-AttachResult attachImage(const AttachOptions& options) {
+AttachResult attachImage(AttachOptions options) {
     AttachResult result = attachOrFind(options);
     if (!result.isNew && options.mountPoint && !isMountedAt(result.rows, *options.mountPoint)) {
         throw AttachError("already attached as " + result.rows.front().device +

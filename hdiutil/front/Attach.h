@@ -3,6 +3,7 @@
 #include "hdiutil/front/AttachRecord.h"
 #include "hdiutil/front/OpenedImage.h"
 #include "hdiutil/front/VolumesFolder.h"
+#include "hdiutil/image/Password.h"
 
 #include <optional>
 #include <string>
@@ -16,6 +17,8 @@ struct AttachOptions {
     std::string imagePath;                 // absolute
     std::optional<std::string> mountPoint; // absolute
     bool verify = true;
+    bool passwordFromInput = false;
+    PasswordPtr password; // asked for by attachImage(); overwritten once the image is open
 };
 
 struct AttachResult {
@@ -27,7 +30,7 @@ struct AttachResult {
 // Attaches an image: through FUSE when that is to be had, else by extracting it. Returns when the volumes can be used.
 // Call it while the process has one thread: the daemon is a fork of it. Throws FrontError, and then nothing is left;
 // also when the image is attached already, elsewhere than at the mount point that was asked for.
-AttachResult attachImage(const AttachOptions& options);
+AttachResult attachImage(AttachOptions options);
 
 // What both ways have in common.
 

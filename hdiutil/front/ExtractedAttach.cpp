@@ -1,27 +1,21 @@
 #include "hdiutil/front/ExtractedAttach.h"
 
 #include "hdiutil/front/AttachedState.h"
+#include "hdiutil/front/Extraction.h"
 #include "hdiutil/front/Extractor.h"
 #include "hdiutil/front/FileTree.h"
 #include "hdiutil/front/FrontError.h"
-#include "hdiutil/front/ImageCheck.h"
 #include "hdiutil/front/MountPoints.h"
 #include "hdiutil/front/Reaper.h"
-#include "hdiutil/image/ImageError.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
-#include <csignal>
-#include <thread>
 
 namespace hdi {
 namespace {
-
-std::atomic<bool> interrupted = false; // set by the signal handler
-static_assert(std::atomic<bool>::is_always_lock_free);
 
 // A private folder for the volumes, removed with the object unless it is kept.
 class DataFolder {
@@ -47,43 +41,6 @@ private:
     bool kept_ = false;
 };
 
-void catchSignals() {
-    struct sigaction action {};
-    action.sa_handler = [](int) { interrupted = true; };
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        sigaction(signal, &action, nullptr);
-    }
-}
-
-// Runs the check on a thread of its own; a failed one ends the extraction.
-class CheckBeside {
-public:
-    CheckBeside(const DiskImage& image, bool wanted, std::atomic<bool>& stop) {
-        if (wanted) {
-            thread_ = std::thread([this, &image, &stop] {
-                damage_ = checkImage(image);
-                if (!damage_.empty()) {
-                    stop = true;
-                }
-            });
-        }
-    }
-    CheckBeside(const CheckBeside&) = delete;
-    CheckBeside& operator=(const CheckBeside&) = delete;
-    ~CheckBeside() { finish(); }
-
-    const std::string& finish() {
-        if (thread_.joinable()) {
-            thread_.join();
-        }
-        return damage_;
-    }
-
-private:
-    std::string damage_;
-    std::thread thread_;
-};
-
 void extractOne(const Volume& volume, const std::string& dataFolder, const std::string& target,
                 const std::atomic<bool>& stop) {
     const std::string incomplete = incompletePath(dataFolder);
@@ -97,26 +54,13 @@ void extractOne(const Volume& volume, const std::string& dataFolder, const std::
 }
 
 void extractAll(const PreparedImage& prepared, const std::vector<AttachedRow>& rows, const std::string& dataFolder) {
-    CheckBeside check(*prepared.opened.image, prepared.checkBeside, interrupted);
-    std::string failure;
-    try {
+    extractChecked(prepared, [&](const std::atomic<bool>& stop) {
         for (std::size_t i = 0; i < rows.size(); ++i) {
             if (prepared.opened.slots[i].volume) {
-                extractOne(*prepared.opened.slots[i].volume, dataFolder, rows[i].dataPath, interrupted);
+                extractOne(*prepared.opened.slots[i].volume, dataFolder, rows[i].dataPath, stop);
             }
         }
-    } catch (const ImageError& error) {
-        failure = attachFailure(error).what();
-    } catch (const FrontError& error) {
-        failure = error.what();
-    }
-    // What the checksum says explains the other failure, so it comes first.
-    if (const std::string& damage = check.finish(); !damage.empty()) {
-        throw AttachError("image data corrupted (" + damage + ")");
-    }
-    if (!failure.empty()) {
-        throw FrontError(failure);
-    }
+    });
 }
 
 // The reservation of an image that is being extracted; without commit() it leaves nothing.
@@ -148,7 +92,7 @@ private:
 } // namespace
 
 AttachResult attachByExtracting(const AttachOptions& options, const VolumesFolder& volumes) {
-    catchSignals();
+    catchInterruptions();
     const ImageIdentity identity = requireIdentity(options.imagePath);
     PreparedImage prepared = prepareImage(options);
     DataFolder data;

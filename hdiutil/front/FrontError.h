@@ -24,7 +24,13 @@ private:
 // An image that cannot be attached, for the reason given.
 class AttachError : public FrontError {
 public:
-    explicit AttachError(const std::string& reason) : FrontError("attach failed - " + reason) {}
+    explicit AttachError(const std::string& reason) : FrontError("attach failed - " + reason), reason_(reason) {}
+
+    // For verbs that do a part of attaching, and fail under their own name.
+    const std::string& reason() const { return reason_; }
+
+private:
+    std::string reason_;
 };
 
 // The kernel's reason in the wording that users of the tool know. Any thread.

@@ -2,6 +2,7 @@
 
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/image/ImageError.h"
+#include "hdiutil/image/SparseImage.h"
 
 #include <sys/stat.h>
 
@@ -112,10 +113,12 @@ OpenedImage openImage(const std::string& path, const ReadOptions& options) {
 
 std::optional<ImageIdentity> identityOf(const std::string& path) {
     struct stat facts {};
-    if (stat(path.c_str(), &facts) != 0) {
+    // A folder of bands changes with every band that is added.
+    const bool isBundle = isSparseBundle(path);
+    if (stat((isBundle ? path + "/bands" : path).c_str(), &facts) != 0) {
         return std::nullopt;
     }
-    if (S_ISDIR(facts.st_mode) || !S_ISREG(facts.st_mode)) {
+    if (!isBundle && (S_ISDIR(facts.st_mode) || !S_ISREG(facts.st_mode))) {
         errno = S_ISDIR(facts.st_mode) ? EISDIR : EINVAL;
         return std::nullopt;
     }

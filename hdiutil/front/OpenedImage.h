@@ -36,7 +36,7 @@ class ImageError;
 // What to throw for what the image's reader threw. Pure.
 AttachError attachFailure(const ImageError& error);
 
-// Absent when it is no regular file or cannot be looked at; errno tells.
+// Absent when it is no regular file nor a sparse bundle, or cannot be looked at; errno tells.
 std::optional<ImageIdentity> identityOf(const std::string& path);
 
 } // namespace hdi

@@ -93,7 +93,7 @@ std::string imageInfoPlist(const ImageFacts& facts) {
     plist_dict_set_item(root.get(), "Size Information", size);
     plist_t properties = plist_new_dict();
     setFlag(properties, "Software License Agreement", facts.hasLicence);
-    setFlag(properties, "Encrypted", false);
+    setFlag(properties, "Encrypted", facts.isEncrypted);
     plist_dict_set_item(root.get(), "Properties", properties);
     return xml(root);
 }

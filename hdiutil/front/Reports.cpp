@@ -3,15 +3,13 @@
 #include "hdiutil/front/Abandoned.h"
 #include "hdiutil/front/AttachedState.h"
 #include "hdiutil/front/FrontError.h"
+#include "hdiutil/front/ImagePaths.h"
 #include "hdiutil/front/MountTable.h"
+#include "hdiutil/front/PasswordPrompt.h"
 #include "hdiutil/front/Progress.h"
 #include "hdiutil/front/PropertyListText.h"
 #include "hdiutil/image/ImageError.h"
 #include "hdiutil/partition/PartitionMap.h"
-
-#include <sys/stat.h>
-
-#include <cerrno>
 
 namespace hdi {
 namespace {
@@ -20,15 +18,11 @@ std::string yesOrNo(bool value) {
     return value ? "true" : "false";
 }
 
-// The image's reader would wait for ever for the bytes of a pipe.
-void requireFile(const std::string& verb, const std::string& path) {
-    struct stat facts {};
-    if (stat(path.c_str(), &facts) != 0) {
-        throw FrontError(verb + " failed - " + errorText(errno));
-    }
-    if (!S_ISREG(facts.st_mode)) {
-        throw FrontError(verb + " failed - image not recognized");
-    }
+std::unique_ptr<DiskImage> openWithPassword(const std::string& verb, const std::string& path, bool passwordFromInput) {
+    const PasswordPtr password = passwordFor(verb, path, passwordFromInput);
+    ReadOptions options;
+    options.password = password.get();
+    return DiskImage::open(path, options);
 }
 
 std::string failureText(const std::string& verb, const ImageError& error) {
@@ -63,7 +57,7 @@ std::string imageInfoText(const ImageFacts& facts, const std::string& partitionS
     text += "\tCompressed Bytes: " + std::to_string(facts.fileBytes) + "\n";
     text += "\tChunks: " + std::to_string(facts.chunkCount) + "\n";
     text += "Properties:\n";
-    text += "\tEncrypted: false\n";
+    text += "\tEncrypted: " + yesOrNo(facts.isEncrypted) + "\n";
     text += "\tSoftware License Agreement: " + yesOrNo(facts.hasLicence) + "\n";
     text += "partitions:\n";
     text += "\tpartition-scheme: " + (partitionScheme.empty() ? "none" : partitionScheme) + "\n";
@@ -76,10 +70,10 @@ std::vector<AttachRecord> attachedImages() {
     return reapAndList(state);
 }
 
-std::string describeImage(const std::string& path, bool asPlist) {
-    requireFile("imageinfo", path);
+std::string describeImage(const std::string& path, bool asPlist, bool passwordFromInput) {
+    requireImageFile("imageinfo", path);
     try {
-        const std::unique_ptr<DiskImage> image = DiskImage::open(path);
+        const std::unique_ptr<DiskImage> image = openWithPassword("imageinfo", path, passwordFromInput);
         const PartitionMap map = readPartitionMap(*image->disk());
         return asPlist ? imageInfoPlist(image->facts()) : imageInfoText(image->facts(), map.scheme);
     } catch (const ImageError& error) {
@@ -87,11 +81,11 @@ std::string describeImage(const std::string& path, bool asPlist) {
     }
 }
 
-std::string verifyImage(const std::string& path) {
-    requireFile("verify", path);
-    Progress progress("Verifying");
+std::string verifyImage(const std::string& path, bool passwordFromInput) {
+    requireImageFile("verify", path);
     try {
-        const std::unique_ptr<DiskImage> image = DiskImage::open(path);
+        const std::unique_ptr<DiskImage> image = openWithPassword("verify", path, passwordFromInput);
+        Progress progress("Verifying");
         image->verifyDataFork();
         image->verifyTables([&progress](double fraction) { progress.show(fraction); });
         const bool hasAny = image->facts().hasChecksum();

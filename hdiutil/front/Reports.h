@@ -16,10 +16,10 @@ std::string imageInfoText(const ImageFacts& facts, const std::string& partitionS
 std::vector<AttachRecord> attachedImages();
 
 // The facts of an image with the text or property list to print. Throws FrontError.
-std::string describeImage(const std::string& path, bool asPlist);
+std::string describeImage(const std::string& path, bool asPlist, bool passwordFromInput);
 
 // Checks every checksum of an image, with progress on standard error on a terminal. Returns the lines for standard
 // error. Throws FrontError when one does not hold.
-std::string verifyImage(const std::string& path);
+std::string verifyImage(const std::string& path, bool passwordFromInput);
 
 } // namespace hdi

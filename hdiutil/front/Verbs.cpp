@@ -4,8 +4,10 @@
 #include "hdiutil/front/Abandoned.h"
 #include "hdiutil/front/Arguments.h"
 #include "hdiutil/front/Attach.h"
+#include "hdiutil/front/Convert.h"
 #include "hdiutil/front/Create.h"
 #include "hdiutil/front/Detach.h"
+#include "hdiutil/front/Extract.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/front/MountTable.h"
 #include "hdiutil/front/PropertyListText.h"
@@ -42,6 +44,7 @@ Output attach(const Arguments& arguments) {
     AttachOptions options;
     options.imagePath = absolute(arguments.operand);
     options.verify = arguments.verify;
+    options.passwordFromInput = arguments.passwordFromInput;
     if (arguments.mountPoint) {
         options.mountPoint = absolute(*arguments.mountPoint);
     }
@@ -53,6 +56,14 @@ Output attach(const Arguments& arguments) {
 // Those that look after what is attached do so under their own lock, at the right moment.
 bool needsWhatIsAttached(Verb verb) {
     return verb == Verb::kAttach || verb == Verb::kDetach || verb == Verb::kUnmount || verb == Verb::kInfo;
+}
+
+Output extract(const Arguments& arguments) {
+    AttachOptions options;
+    options.imagePath = absolute(arguments.operand);
+    options.verify = arguments.verify;
+    options.passwordFromInput = arguments.passwordFromInput;
+    return {"", extractImage(options, arguments.folder), ""};
 }
 
 Output run(const Arguments& arguments) {
@@ -69,11 +80,15 @@ Output run(const Arguments& arguments) {
     case Verb::kInfo:
         return {arguments.plist ? infoPlist(attachedImages()) : infoText(attachedImages()), "", ""};
     case Verb::kImageInfo:
-        return {describeImage(arguments.operand, arguments.plist), "", ""};
+        return {describeImage(arguments.operand, arguments.plist, arguments.passwordFromInput), "", ""};
     case Verb::kVerify:
-        return {"", verifyImage(arguments.operand), ""};
+        return {"", verifyImage(arguments.operand, arguments.passwordFromInput), ""};
     case Verb::kCreate:
-        return {createImage(arguments.create, arguments.operand), "", ""};
+        return {createImage(arguments.create, arguments.operand, arguments.passwordFromInput), "", ""};
+    case Verb::kConvert:
+        return {convertImage(arguments.convert, arguments.operand, arguments.passwordFromInput), "", ""};
+    case Verb::kExtract:
+        return extract(arguments);
     case Verb::kHelp:
         return {helpText(), "", ""};
     case Verb::kVersion:

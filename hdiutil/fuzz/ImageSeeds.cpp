@@ -6,7 +6,9 @@
 #include "hdiutil/image/ByteOrder.h"
 #include "hdiutil/image/Codec.h"
 #include "hdiutil/image/FileSource.h"
+#include "hdiutil/image/ImageKeys.h"
 #include "hdiutil/image/LzfseEncoder.h"
+#include "hdiutil/image/Password.h"
 #include "hdiutil/image/UdifPlist.h"
 #include "hdiutil/image/UdifTrailer.h"
 
@@ -130,6 +132,77 @@ void addTableSeeds(SeedFolder& seeds) {
     }
 }
 
+// Encrypted with keys of zeros, which one round of key derivation from "p" opens.
+Bytes encryptedSample(std::uint32_t bits) {
+    ImageKeys keys;
+    keys.aesBytes = bits / 8;
+    Password password;
+    password.append(std::byte{'p'});
+    EncryptionHeader header = lockKeys(keys, password.bytes());
+    EncryptionHeader::WrappedKeys& wrapped = header.passwords.front();
+    wrapped.iterations = 1;
+    const std::size_t length = keys.aesBytes + ImageKeys::kHmac + 5;
+    Bytes slots((length / 8 + 1) * 8, static_cast<std::byte>(8 - length % 8));
+    std::fill_n(slots.begin(), length, std::byte{0});
+    std::ranges::copy(bytesOf("CKIE"), slots.begin() + static_cast<std::ptrdiff_t>(length - 5));
+    std::array<std::byte, Cryptography::kWrapKey> key{};
+    cryptography().deriveKey(password.bytes(), wrapped.salt, 1, key);
+    cryptography().wrap(key, wrapped.vector, slots);
+    wrapped.keys = slots;
+    header.dataOffset = 512;
+    header.dataLength = 1200;
+    return joined({encryptionHeaderBytes(header), sample(1536)});
+}
+
+Bytes sparseSample() {
+    Bytes file(4096);
+    std::ranges::copy(bytesOf("sprs"), file.begin());
+    storeBig<std::uint32_t>(file, 4, 3);
+    storeBig<std::uint32_t>(file, 8, 2);
+    storeBig<std::uint32_t>(file, 12, 1);
+    storeBig<std::uint32_t>(file, 16, 7);
+    storeBig<std::uint32_t>(file, 64, 4);
+    storeBig<std::uint32_t>(file, 68, 1);
+    return joined({file, sample(2048)});
+}
+
+// Both parts of an image whose second holds the second of two chunks.
+Bytes segmentsSample() {
+    const Bytes raw = sample(1024);
+    UdifTable table{"", 0, 4, {UdifChecksum::kCrc32, 32, 0}, {}};
+    table.runs.push_back({RunType::kRaw, 0, 2, 0, 1024});
+    table.runs.push_back({RunType::kRaw, 2, 2, 1024, 1024});
+    const std::vector<Bytes> tables = {udifTableBytes(table, 0, 2)};
+    const std::vector<std::string> names = {"table"};
+    const Bytes plist = udifPlistBytes(tables, names);
+    UdifTrailer trailer;
+    trailer.dataLength = raw.size();
+    trailer.plistOffset = raw.size();
+    trailer.plistLength = plist.size();
+    trailer.segmentCount = 2;
+    trailer.sectorCount = 4;
+    const auto first = udifTrailerBytes(trailer);
+    trailer.plistLength = 0;
+    trailer.segmentNumber = 2;
+    trailer.dataBegin = raw.size();
+    const auto second = udifTrailerBytes(trailer);
+    return joined({number(3, 1), number(raw.size() + second.size(), 2), raw, Bytes(second.begin(), second.end()), raw,
+                   plist, Bytes(first.begin(), first.end())});
+}
+
+void addStorageSeeds(SeedFolder& seeds) {
+    seeds.add(joined({number(0, 1), encryptedSample(128)}));
+    seeds.add(joined({number(0, 1), encryptedSample(256)}));
+    seeds.add(joined({number(1, 1), sparseSample()}));
+    for (const char* const size : {"<integer>2000</integer>", "<string>2000</string>"}) {
+        const Bytes list = bytesOf("<plist version=\"1.0\"><dict><key>band-size</key><integer>1024</integer>"
+                                   "<key>size</key>" +
+                                   std::string(size) + "</dict></plist>");
+        seeds.add(joined({number(2, 1), number(list.size(), 2), list, sample(1024)}));
+    }
+    seeds.add(segmentsSample());
+}
+
 void addImage(const ByteSource& file, SeedFolder& container, SeedFolder& codec) {
     const auto trailer = readUdifTrailer(file);
     if (file.size() <= 32768) {
@@ -166,9 +239,11 @@ int main(int count, char** arguments) {
     SeedFolder codec(folder / "codec");
     SeedFolder container(folder / "container");
     SeedFolder partition(folder / "partition");
+    SeedFolder storage(folder / "storage");
     addCodecSeeds(codec);
     addTableSeeds(container);
     addPartitionSeeds(partition);
+    addStorageSeeds(storage);
     for (int i = 2; i < count; ++i) {
         fuzz::allowRefusal([&] { addImage(*openFile(arguments[i]), container, codec); });
     }

@@ -11,6 +11,7 @@
 
 namespace hdi {
 
+class Password;
 class PieceSums;
 
 // How an image is read.
@@ -19,11 +20,12 @@ struct ReadOptions {
     std::shared_ptr<const PieceSums> sums;
     unsigned threads = 0;                                   // that decode ahead; 0: one per core
     std::size_t cacheBytes = std::size_t{32} * 1024 * 1024; // of decoded chunks, at most
+    const Password* password = nullptr;                     // of an encrypted one; needed while it is opened
 };
 
 // What `imageinfo` prints of a container.
 struct ImageFacts {
-    std::string format;      // "UDZO", "UDBZ", "ULMO", "ULFO", "UDCO", "UDRO", "raw"
+    std::string format;      // "UDZO", "UDBZ", "ULMO", "ULFO", "UDCO", "UDRO", "UDSP", "UDSB", "raw"
     std::string description; // "UDIF read-only compressed (zlib)"
     std::uint64_t diskBytes = 0;
     std::uint64_t fileBytes = 0;
@@ -31,6 +33,7 @@ struct ImageFacts {
     bool hasDataForkChecksum = false;
     bool hasTableChecksums = false; // any of the decoded bytes
     bool hasLicence = false;
+    bool isEncrypted = false;
 
     bool hasChecksum() const { return hasDataForkChecksum || hasTableChecksums; }
 };
@@ -42,7 +45,9 @@ struct ImageFacts {
 // a daemon forks before it reads.
 class DiskImage {
 public:
-    // Recognises UDIF (by the trailer, libplist for its XML) and plain raw images. Throws ImageError.
+    // Recognises UDIF (by the trailer, libplist for its XML), also in several files, sparse images, sparse bundles
+    // (folders) and plain raw images, and those in one file inside an encrypted image.
+    // Throws ImageError: kEncrypted when a password is needed, kWrongPassword.
     static std::unique_ptr<DiskImage> open(const std::string& path, const ReadOptions& options = {});
     virtual ~DiskImage() = default;
 
@@ -57,6 +62,9 @@ public:
     // gets 0…1. Throws ImageError (kDamaged).
     virtual void verifyTables(const std::function<void(double)>& progress) const = 0;
 };
+
+// Whether opening it needs a password. Throws ImageError kIo.
+bool needsPassword(const std::string& path);
 
 // As DiskImage::open, of a file that is open already.
 std::unique_ptr<DiskImage> openDiskImage(const ByteSourcePtr& file, const ReadOptions& options = {});

@@ -11,6 +11,7 @@ public:
     enum class Kind {
         kNotRecognized, // no container, partition map or file system that we know
         kEncrypted,
+        kWrongPassword,
         kUnsupported, // known, but not handled, with the reason
         kDamaged,     // bounds, counts, loops or checksums that do not hold
         kOutOfRange,  // a read beyond the end

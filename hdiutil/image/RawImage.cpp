@@ -33,14 +33,11 @@ constexpr Signature kSignatures[] = {
 
 class RawImage final : public DiskImage {
 public:
-    explicit RawImage(ByteSourcePtr file) : file_(std::move(file)) {
-        facts_.format = "raw";
-        facts_.description = "raw disk image";
-        facts_.diskBytes = file_->size();
-        facts_.fileBytes = file_->size();
+    RawImage(ByteSourcePtr disk, ImageFacts facts) : disk_(std::move(disk)), facts_(std::move(facts)) {
+        facts_.diskBytes = disk_->size();
     }
 
-    ByteSourcePtr disk() const override { return file_; }
+    ByteSourcePtr disk() const override { return disk_; }
     const ImageFacts& facts() const override { return facts_; }
     std::vector<std::string> licences() const override { return {}; }
     bool verifyDataFork() const override { return false; }
@@ -51,7 +48,7 @@ public:
     }
 
 private:
-    ByteSourcePtr file_;
+    ByteSourcePtr disk_;
     ImageFacts facts_;
 };
 
@@ -65,7 +62,18 @@ std::unique_ptr<DiskImage> openRawImage(const ByteSourcePtr& file) {
     const bool known = std::any_of(std::begin(kSignatures), std::end(kSignatures), [text](const Signature& signature) {
         return signature.offset < text.size() && text.substr(signature.offset).starts_with(signature.text);
     });
-    return known && length >= kSmallestDisk ? std::make_unique<RawImage>(file) : nullptr;
+    if (!known || length < kSmallestDisk) {
+        return nullptr;
+    }
+    ImageFacts facts;
+    facts.format = "raw";
+    facts.description = "raw disk image";
+    facts.fileBytes = file->size();
+    return imageOfDisk(file, std::move(facts));
+}
+
+std::unique_ptr<DiskImage> imageOfDisk(ByteSourcePtr disk, ImageFacts facts) {
+    return std::make_unique<RawImage>(std::move(disk), std::move(facts));
 }
 
 } // namespace hdi

@@ -11,4 +11,7 @@ namespace hdi {
 // file system.
 std::unique_ptr<DiskImage> openRawImage(const ByteSourcePtr& file);
 
+// A disk that is stored in some way without checksums and licences; the length of the disk is filled in.
+std::unique_ptr<DiskImage> imageOfDisk(ByteSourcePtr disk, ImageFacts facts);
+
 } // namespace hdi

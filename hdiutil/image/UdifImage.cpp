@@ -98,15 +98,23 @@ std::unique_ptr<DiskImage> openUdifImage(const ByteSourcePtr& file, const ReadOp
     if (!trailer) {
         return nullptr;
     }
-    if (trailer->plistLength == 0) {
+    if (trailer->segmentCount > 1) { // its other files are looked for beside a path, and here is none
+        throw ImageError(ImageError::Kind::kUnsupported, "an image in several files inside another is not supported");
+    }
+    return openUdifImage(file, *trailer, options);
+}
+
+std::unique_ptr<DiskImage> openUdifImage(const ByteSourcePtr& file, const UdifTrailer& trailer,
+                                         const ReadOptions& options) {
+    if (trailer.plistLength == 0) {
         throw ImageError(ImageError::Kind::kUnsupported, "images without a property list are not supported");
     }
-    if (trailer->plistLength > base::kLargestPropertyList) {
+    if (trailer.plistLength > base::kLargestPropertyList) {
         throw ImageError(ImageError::Kind::kDamaged, "the image's property list is too large");
     }
-    std::vector<std::byte> xml(static_cast<std::size_t>(trailer->plistLength));
-    file->read(trailer->plistOffset, xml);
-    return std::make_unique<UdifImage>(file, *trailer, parseUdifPlist(xml), options);
+    std::vector<std::byte> xml(static_cast<std::size_t>(trailer.plistLength));
+    file->read(trailer.plistOffset, xml);
+    return std::make_unique<UdifImage>(file, trailer, parseUdifPlist(xml), options);
 }
 
 } // namespace hdi

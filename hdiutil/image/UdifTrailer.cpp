@@ -4,6 +4,7 @@
 #include "hdiutil/image/ImageError.h"
 #include "hdiutil/image/Sectors.h"
 
+#include <algorithm>
 #include <array>
 
 namespace hdi {
@@ -25,9 +26,6 @@ void requireWithin(std::uint64_t offset, std::uint64_t length, std::uint64_t fil
 }
 
 void check(const UdifTrailer& trailer, std::uint64_t fileSize) {
-    if (trailer.segmentCount > 1) {
-        throw ImageError(ImageError::Kind::kUnsupported, "images in several segments are not supported");
-    }
     requireWithin(trailer.dataOffset, trailer.dataLength, fileSize, "the data fork");
     requireWithin(trailer.plistOffset, trailer.plistLength, fileSize, "the property list");
     if (trailer.sectorCount > kMaxSectors) {
@@ -53,6 +51,9 @@ std::optional<UdifTrailer> readUdifTrailer(const ByteSource& file) {
     trailer.flags = loadBig<std::uint32_t>(bytes, 12);
     trailer.dataOffset = loadBig<std::uint64_t>(bytes, 24);
     trailer.dataLength = loadBig<std::uint64_t>(bytes, 32);
+    trailer.dataBegin = loadBig<std::uint64_t>(bytes, 16);
+    trailer.segmentNumber = loadBig<std::uint32_t>(bytes, 56);
+    std::copy_n(bytes.begin() + 64, trailer.segmentId.size(), trailer.segmentId.begin());
     trailer.segmentCount = loadBig<std::uint32_t>(bytes, 60);
     trailer.dataChecksum = checksumAt(bytes, 80);
     trailer.plistOffset = loadBig<std::uint64_t>(bytes, 216);

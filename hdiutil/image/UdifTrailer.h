@@ -34,12 +34,15 @@ struct UdifTrailer {
     std::uint64_t plistLength = 0;
     UdifChecksum dataChecksum;
     UdifChecksum masterChecksum;
+    std::uint64_t dataBegin = 0; // of this file's data in the data of all files of the image
+    std::uint32_t segmentNumber = 1;
     std::uint32_t segmentCount = 1;
-    std::uint64_t sectorCount = 0; // of the disk
+    std::array<std::byte, 16> segmentId{}; // the same in all of them
+    std::uint64_t sectorCount = 0;         // of the disk
 };
 
 // The trailer of `file`; absent when it ends without one. Throws ImageError: kDamaged when its parts reach beyond the
-// file, kUnsupported for an image in several files.
+// file, kUnsupported for a version that is not known.
 std::optional<UdifTrailer> readUdifTrailer(const ByteSource& file);
 
 } // namespace hdi

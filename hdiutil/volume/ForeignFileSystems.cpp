@@ -7,6 +7,7 @@
 #include <bit>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 namespace hdi {
 
@@ -40,26 +41,48 @@ const char* fatName(const BootSector& sector) {
     return clusters < 4085 ? "FAT12" : clusters < 65525 ? "FAT16" : "FAT32";
 }
 
+// ISO 9660 and UDF name themselves in the sectors behind the first sixteen, of 2048 bytes.
+bool isOpticalDisc(const ByteSource& partition) {
+    constexpr std::uint64_t kFirst = 32768;
+    constexpr std::uint64_t kSector = 2048;
+    std::array<char, 6> name{};
+    for (std::uint64_t at = kFirst; at < kFirst + 3 * kSector && at + name.size() <= partition.size(); at += kSector) {
+        partition.read(at, std::as_writable_bytes(std::span(name)));
+        const std::string_view text(name.data() + 1, 5);
+        if (text == "CD001" || text == "BEA01" || text == "NSR02" || text == "NSR03") {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string fatNameIn(const ByteSource& partition) {
+    BootSector sector{};
+    if (partition.size() < sector.size()) {
+        return {};
+    }
+    partition.read(0, sector);
+    if (byteAt(sector, 510) != 0x55 || byteAt(sector, 511) != 0xAA) {
+        return {};
+    }
+    if (std::memcmp(sector.data() + 3, "EXFAT   ", 8) == 0) {
+        return "exFAT";
+    }
+    return isFat(sector) ? fatName(sector) : "";
+}
+
 } // namespace
 
 void refuseForeignFileSystem(const ByteSource& partition) {
-    BootSector sector{};
-    if (partition.size() < sector.size()) {
-        return;
-    }
-    partition.read(0, sector);
-    std::string name;
-    if (byteAt(sector, 510) != 0x55 || byteAt(sector, 511) != 0xAA) {
-        return;
-    }
-    if (std::memcmp(sector.data() + 3, "EXFAT   ", 8) == 0) {
-        name = "exFAT";
-    } else if (isFat(sector)) {
-        name = fatName(sector);
+    std::string name = fatNameIn(partition);
+    std::string reader = name == "exFAT" ? "exfat-fuse" : "mtools (mdir, mcopy)";
+    if (name.empty() && isOpticalDisc(partition)) {
+        name = "ISO 9660 or UDF";
+        reader = "7zz";
     }
     if (!name.empty()) {
         throw ImageError(ImageError::Kind::kUnsupported,
-                         "the volume is in the " + name + " format, which this program does not read");
+                         "the volume is in the " + name + " format, which " + reader + " reads");
     }
 }
 

@@ -50,7 +50,7 @@ hfs::Catalog loadCatalog(const hfs::BlockSpace& space, const hfs::VolumeHeader& 
 ByteSourcePtr unwrap(const ByteSourcePtr& partition, std::span<const std::byte> wrapper) {
     if (be16(wrapper, 0x7C) != hfs::kPlusSignature && be16(wrapper, 0x7C) != hfs::kXSignature) {
         throw ImageError(ImageError::Kind::kUnsupported,
-                         "the volume is in the old HFS format, which this program does not read");
+                         "the volume is in the old HFS format, which hfsutils (hmount, hcopy) reads");
     }
     const std::uint64_t blockSize = be32(wrapper, 0x14);
     const std::uint64_t begin = be16(wrapper, 0x1C) * 512ULL + be16(wrapper, 0x7E) * blockSize;

@@ -134,6 +134,10 @@ TEST(Ending, AnImageThatIsNoneShowsTheErrorScreen) {
     expectFailed(imageReply(QByteArray("garbage ").repeated(1000)), u"bad-image"_s);
 }
 
+TEST(Ending, AnEncryptedImageShowsTheErrorScreenAndNobodyIsAskedForAPassword) {
+    expectFailed(imageReply(test::readFile(QString::fromUtf8(DISK_IMAGES "/encrypted.dmg"))), u"encrypted-image"_s);
+}
+
 TEST(Ending, AnImageWithTwoApplicationsShowsTheErrorScreen) {
     expectFailed(imageReply(diskImage(u"Kit Setup"_s, twoInstallers())), u"two-apps"_s);
 }

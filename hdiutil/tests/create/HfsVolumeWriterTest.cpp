@@ -66,6 +66,30 @@ TEST_P(WrittenVolume, HasTheTreeOfItsSource) {
     EXPECT_EQ(readTree(*onlyVolume(image)), readFolder(folder / "source"));
 }
 
+TEST_P(WrittenVolume, HasFreeRoomUpToTheSizeThatWasAskedFor) {
+    const TemporaryFolder folder;
+    makeSource(folder / "source");
+    for (const std::uint64_t size : {std::uint64_t{1} << 20U, std::uint64_t{20} << 20U, std::uint64_t{300} << 20U}) {
+        const ByteSourcePtr image = createHfsPlus(folder / "source", "Volume", GetParam(), size);
+        EXPECT_THAT(checkHfsVolume(readAll(*image)), testing::IsEmpty());
+        const auto volume = onlyVolume(image);
+        EXPECT_EQ(readTree(*volume), readFolder(folder / "source"));
+        const bool fits = size > (std::uint64_t{1} << 20U);
+        EXPECT_EQ(image->size() == size, fits); // five megabytes do not fit into one
+        EXPECT_EQ(volume->freeSpace() > 0, fits);
+    }
+}
+
+TEST_P(WrittenVolume, IsEmptyWithoutASource) {
+    const ByteSourcePtr image = createHfsPlus("", "Volume", GetParam(), std::uint64_t{10} << 20U);
+    EXPECT_EQ(image->size(), std::uint64_t{10} << 20U);
+    EXPECT_THAT(checkHfsVolume(readAll(*image)), testing::IsEmpty());
+    const auto volume = onlyVolume(image);
+    EXPECT_EQ(volume->name(), "Volume");
+    EXPECT_TRUE(volume->list(volume->root()).empty());
+    EXPECT_GT(volume->freeSpace(), std::uint64_t{9} << 20U);
+}
+
 // 7-Zip shows a slash, which stands for a colon, as an underscore, and does not say which of two such names it means.
 TEST_P(WrittenVolume, HasTheTreeThat7ZipReads) {
     const TemporaryFolder folder;

@@ -76,6 +76,25 @@ const Mistake kMistakes[] = {
     {{"create", "-volname", "v", "o"}, "create: -srcfolder is missing"},
     {{"create", "-srcfolder", "s", "o"}, "create: -volname is missing"},
     {{"create", "-srcfolder", "s", "-volname", "v"}, "create: no image given"},
+    {{"create", "-srcfolder", "s", "-volname", "v", "-"},
+     "create: an image cannot be written to standard output, only to a file"},
+    {{"create", "-srcfolder", "s", "-volname", "v", "-o", "-"},
+     "create: an image cannot be written to standard output, only to a file"},
+    {{"create", "-size", "20"}, "-size: \"20\" is no size such as 512k, 20m or 1g"},
+    {{"create", "-size", "m"}, "-size: \"m\" is no size such as 512k, 20m or 1g"},
+    {{"create", "-size", "0g"}, "-size: \"0g\" is no size such as 512k, 20m or 1g"},
+    {{"create", "-size", "20mb"}, "-size: \"20mb\" is no size such as 512k, 20m or 1g"},
+    {{"create", "-size", "9999999t"}, "-size: \"9999999t\" is no size such as 512k, 20m or 1g"},
+    {{"create", "-o", "a", "b"}, "create: \"b\" is one argument too many"},
+    {{"create", "-encryption", "AES-192"}, "-encryption: \"AES-192\" is not one of the known values"},
+    {{"convert", "a", "-o", "b"}, "convert: -format is missing"},
+    {{"convert", "a", "-format", "UDZO"}, "convert: -o is missing"},
+    {{"convert", "-format", "UDZO", "-o", "b"}, "convert: no image given"},
+    {{"convert", "a", "-format", "UDCO", "-o", "b"}, "-format: \"UDCO\" is not one of the known values"},
+    {{"convert", "a", "-format", "UDZO", "-o", "-"},
+     "convert: an image cannot be written to standard output, only to a file"},
+    {{"extract", "a"}, "extract: no folder given"},
+    {{"extract", "a", "b", "c"}, "extract: \"c\" is one argument too many"},
     {{"create", "-format", "UDTO"}, "-format: \"UDTO\" is not one of the known values"},
     {{"create", "-fs", "APFS"}, "-fs: \"APFS\" is not one of the known values"},
     {{"create", "-layout", "MBR"}, "-layout: \"MBR\" is not one of the known values"},
@@ -100,9 +119,20 @@ TEST(Arguments, HelpNamesTheFormatsThatImagesAreMadeWith) {
     EXPECT_THROW(parseArguments({"create", "-srcfolder", "in", "-volname", "V", "-format", "UDCO", "out"}), UsageError);
 }
 
+TEST(Arguments, SizesAreInBytes) {
+    const auto sizeOf = [](const char* text) {
+        return parseArguments({"create", "-size", text, "-volname", "V", "out"}).create.size;
+    };
+    EXPECT_EQ(sizeOf("8b"), 4096U);
+    EXPECT_EQ(sizeOf("512k"), 524288U);
+    EXPECT_EQ(sizeOf("20m"), 20971520U);
+    EXPECT_EQ(sizeOf("3g"), 3221225472U);
+    EXPECT_EQ(sizeOf("2t"), 2199023255552U);
+}
+
 TEST(Arguments, HelpNamesEveryVerb) {
-    for (const char* verb :
-         {"attach", "mount", "detach", "eject", "unmount", "info", "imageinfo", "verify", "create"}) {
+    for (const char* verb : {"attach", "mount", "detach", "eject", "unmount", "info", "imageinfo", "verify", "create",
+                             "convert", "extract"}) {
         EXPECT_THAT(helpText(), HasSubstr(verb));
     }
 }

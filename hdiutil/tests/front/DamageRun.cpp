@@ -147,12 +147,13 @@ std::string nameOf(Verdict verdict) {
     return kNames[static_cast<int>(verdict)];
 }
 
-DamageSubject::DamageSubject(std::string path) : path_(std::move(path)) {
+DamageSubject::DamageSubject(std::string path, std::string password)
+    : path_(std::move(path)), password_(std::move(password)) {
     std::ifstream file(path_, std::ios::binary);
     bytes_.assign(std::istreambuf_iterator<char>(file), {});
     bool readError = false;
     contents_ = contentsOf(path_, true, readError);
-    checksummed_ = hasTrailer(bytes_);
+    checksummed_ = hasTrailer(bytes_) || !password_.empty();
     if (readError || contents_.empty()) {
         throw std::runtime_error(path_ + " is damaged itself");
     }
@@ -181,8 +182,12 @@ std::vector<char> DamageSubject::damaged(Damage damage, std::uint64_t seed) cons
     return bytes;
 }
 
-DamageSubject::Contents DamageSubject::contentsOf(const std::string& path, bool verify, bool& readError) {
+DamageSubject::Contents DamageSubject::contentsOf(const std::string& path, bool verify, bool& readError) const {
     AttachOptions options;
+    options.password = std::make_shared<Password>();
+    for (const char c : password_) {
+        options.password->append(static_cast<std::byte>(c));
+    }
     options.imagePath = path;
     options.verify = verify;
     const PreparedImage prepared = prepareImage(options);

@@ -24,7 +24,8 @@ std::string nameOf(Verdict verdict);
 // An undamaged image and what is in it.
 class DamageSubject {
 public:
-    explicit DamageSubject(std::string path);
+    // An encrypted image is opened with its password.
+    explicit DamageSubject(std::string path, std::string password = {});
 
     const std::string& path() const { return path_; }
     // Whether a checksum covers its contents.
@@ -36,9 +37,10 @@ public:
 
 private:
     using Contents = std::map<std::string, std::string>; // path to what it is; volumes by their place
-    static Contents contentsOf(const std::string& path, bool verify, bool& readError);
+    Contents contentsOf(const std::string& path, bool verify, bool& readError) const;
 
     std::string path_;
+    std::string password_;
     std::vector<char> bytes_;
     bool checksummed_ = false;
     Contents contents_;

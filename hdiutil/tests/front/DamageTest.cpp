@@ -43,6 +43,49 @@ TEST_P(Damaged, IsNeverShownAsGoodWhereAChecksumCoversIt) {
     EXPECT_GT(counts[Verdict::kRefused], 0U);
 }
 
+// Most of the file is the header's padding, which nothing reads.
+TEST_F(FrontWorld, AnEncryptedImageIsNeverShownAsGoodWhenItsContentsAreDamaged) {
+    const DamageSubject subject(image("encrypted.dmg"), "test123");
+    Counts counts;
+    for (const Damage damage : kDamages) {
+        for (std::uint64_t seed = 0; seed < kSeeds; ++seed) {
+            const Verdict verdict = subject.judge(subject.damaged(damage, seed), base() + "/scratch", true);
+            EXPECT_NE(verdict, Verdict::kSilentlyWrong) << nameOf(damage) << ", seed " << seed;
+            ++counts[verdict];
+        }
+    }
+    EXPECT_GT(counts[Verdict::kRefused], 0U);
+}
+
+// A real volume in bands of 64 KiB, the last ones first.
+TEST_F(FrontWorld, SurvivesDamageToASparseImage) {
+    const std::string raw = base() + "/raw.img";
+    ASSERT_EQ(hdiutil({"convert", image("hfsplus-gpt-zlib-stub-app.dmg"), "-format", "UDRW", "-o", raw}).status, 0);
+    const std::string made = base() + "/a.sparseimage";
+    const Outcome packed = runProgram(
+        {"python3", "-c",
+         "import struct, sys\n"
+         "disk = open(sys.argv[1], 'rb').read()\n"
+         "bands = [i for i in range(-(-len(disk) // 65536)) if disk[i * 65536:(i + 1) * 65536].strip(b'\\0')][::-1]\n"
+         "head = struct.pack('>4sIIII44x', b'sprs', 3, 128, 1, len(disk) // 512)\n"
+         "head += b''.join(struct.pack('>I', i + 1) for i in bands)\n"
+         "body = b''.join(disk[i * 65536:(i + 1) * 65536].ljust(65536, b'\\0') for i in bands)\n"
+         "open(sys.argv[2], 'wb').write(head.ljust(4096, b'\\0') + body)\n",
+         raw, made});
+    ASSERT_EQ(packed.status, 0) << packed.err;
+    const Outcome again = hdiutil({"convert", made, "-format", "UDRW", "-o", base() + "/again.img"});
+    ASSERT_EQ(again.status, 0) << again.err;
+    EXPECT_EQ(runProgram({"cmp", raw, base() + "/again.img"}).status, 0);
+    const DamageSubject subject(made);
+    Counts counts;
+    for (const Damage damage : kDamages) {
+        for (std::uint64_t seed = 0; seed < kSeeds; ++seed) { // none of them crashes or hangs
+            ++counts[subject.judge(subject.damaged(damage, seed), base() + "/scratch", true)];
+        }
+    }
+    EXPECT_GT(counts[Verdict::kRefused], 0U);
+}
+
 TEST_F(FrontWorld, SurvivesDamageToTheTreesOfABareVolume) {
     fs::create_directories(base() + "/source/folder");
     for (int i = 0; i < 300; ++i) { // so that there is something in the trees

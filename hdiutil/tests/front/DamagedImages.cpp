@@ -7,7 +7,8 @@
 #include <exception>
 #include <string>
 
-// The whole run behind the table in docs/reliability.md: damaged_images SEEDS IMAGE…
+// The whole run behind the table in docs/reliability.md: damaged_images SEEDS IMAGE…, with IMAGE:PASSWORD for an
+// encrypted one.
 namespace {
 
 using namespace hdi::test;
@@ -46,7 +47,10 @@ int main(int argc, char** argv) {
         "| Image | Checksum | Damage | refused | EIO | unaffected | silently wrong |\n|---|---|---|---|---|---|---|");
     try {
         for (int i = 2; i < argc; ++i) {
-            const DamageSubject subject(argv[i]);
+            const std::string argument = argv[i];
+            const std::size_t colon = argument.rfind(':');
+            const DamageSubject subject(argument.substr(0, colon),
+                                        colon == std::string::npos ? "" : argument.substr(colon + 1));
             failed = runOn(subject, std::strtoull(argv[1], nullptr, 10), true, scratch) || failed;
             if (subject.isChecksummed()) {
                 runOn(subject, std::strtoull(argv[1], nullptr, 10), false, scratch);

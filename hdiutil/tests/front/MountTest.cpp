@@ -300,7 +300,7 @@ TEST_P(Mount, SaysThatEncryptedImagesAreNotSupported) {
     const Outcome outcome = mount({"mount", copyOf("encrypted.dmg")});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err, "hdiutil: attach failed - encrypted images are not supported\n");
+    EXPECT_EQ(outcome.err, "hdiutil: attach failed - the image is encrypted; -stdinpass reads its password\n");
 }
 
 // A disk with one Linux partition of zeros.

@@ -251,7 +251,7 @@ TEST_F(Verbs, RefuseWhatIsNoImageAndWhatIsEncrypted) {
         expectOutput(hdiutil({verb, base() + "/none"}), 1, "",
                      "hdiutil: " + verb + " failed - No such file or directory\n");
         expectOutput(hdiutil({verb, image("encrypted.dmg")}), 1, "",
-                     "hdiutil: " + verb + " failed - encrypted images are not supported\n");
+                     "hdiutil: " + verb + " failed - the image is encrypted; -stdinpass reads its password\n");
     }
 }
 

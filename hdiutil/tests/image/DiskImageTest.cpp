@@ -220,13 +220,17 @@ TEST(DiskImage, RefusesChunksThatDecodeToAnotherLength) {
 }
 
 TEST(DiskImage, RefusesEncryptedImagesAndSaysSo) {
-    for (const Bytes& bytes : {bytesOf("encrcdsa") + Bytes(2000), Bytes(2000) + bytesOf("cdsaencr")}) {
+    const std::pair<Bytes, const char*> images[] = {
+        {bytesOf("encrcdsa") + Bytes(2000), "the image is encrypted; -stdinpass reads its password"},
+        {Bytes(2000) + bytesOf("cdsaencr"), "encrypted images of the first version are not supported"},
+    };
+    for (const auto& [bytes, message] : images) {
         try {
             opened(bytes);
             FAIL();
         } catch (const ImageError& error) {
             EXPECT_EQ(error.kind(), ImageError::Kind::kEncrypted);
-            EXPECT_STREQ(error.what(), "encrypted images are not supported");
+            EXPECT_STREQ(error.what(), message);
         }
     }
 }

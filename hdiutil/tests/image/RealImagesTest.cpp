@@ -107,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(All, RealImages,
                                                    {"1 Apple_HFS 20480 2428928"},
                                                    "hfs"}));
 
-TEST(RealImages, AreRefusedWhenEncrypted) {
+TEST(RealImages, AreRefusedWhenEncryptedAndNoPasswordIsGiven) {
     EXPECT_EQ(errorOf([] { DiskImage::open(pathOf("encrypted.dmg")); }), ImageError::Kind::kEncrypted);
 }
 

@@ -49,6 +49,16 @@ TEST(ForeignFileSystems, AreRefusedByName) {
     EXPECT_THAT(refusal(exfat), testing::HasSubstr("exFAT"));
 }
 
+TEST(ForeignFileSystems, AreRefusedWithTheProgramThatReadsThem) {
+    EXPECT_EQ(refusal(fatSector(2880, 9, 0)), "the volume is in the FAT12 format, which mtools (mdir, mcopy) reads");
+    Bytes disc(40000);
+    std::ranges::copy(bytesOf("\1CD001"), disc.begin() + 32768);
+    EXPECT_EQ(refusal(disc), "the volume is in the ISO 9660 or UDF format, which 7zz reads");
+    Bytes hfs(4096);
+    std::ranges::copy(bytesOf("BD"), hfs.begin() + 1024);
+    EXPECT_EQ(refusal(hfs), "the volume is in the old HFS format, which hfsutils (hmount, hcopy) reads");
+}
+
 TEST(ForeignFileSystems, ThatAreUnknownHaveNoVolumes) {
     EXPECT_EQ(refusal({}), "");
     EXPECT_EQ(refusal(Bytes(511)), "");

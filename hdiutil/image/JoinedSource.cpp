@@ -1,4 +1,4 @@
-#include "hdiutil/create/JoinedSource.h"
+#include "hdiutil/image/JoinedSource.h"
 
 #include "hdiutil/image/ImageError.h"
 
