@@ -30,6 +30,7 @@ std::optional<QString> settingText(const QVariant& value) {
     case QMetaType::QString:
     case QMetaType::Bool:
     case QMetaType::LongLong:
+    case QMetaType::ULongLong:
     case QMetaType::Double:
         return describe(value);
     default:

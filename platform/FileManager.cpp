@@ -2,6 +2,7 @@
 
 #include "base/Files.h"
 #include "platform/RealPath.h"
+#include "platform/base/PathText.h"
 #include "platform/base/PlatformException.h"
 
 #include <QFile>
@@ -22,7 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 
 fs::path kernelPath(const QString& plain) {
-    return QFile::encodeName(platform::realPath(plain)).toStdString();
+    return PathText::toKernel(platform::realPath(plain)).toStdString();
 }
 
 QString fileName(const QString& path) {
@@ -92,7 +93,7 @@ std::optional<QStringList> contentsOfDirectory(const QString& path) {
     QStringList names;
     fs::directory_iterator entry(kernelPath(path), error);
     for (const fs::directory_iterator end; !error && entry != end; entry.increment(error)) {
-        names += QFile::decodeName(entry->path().filename().c_str());
+        names += PathText::fromKernel(entry->path().filename().c_str());
     }
     return error ? std::nullopt : std::optional(names);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 // Path operations on plain text, without a look at the file system. Given the text of an address they know nothing of
@@ -11,6 +12,11 @@ namespace PathText {
 QString pathExtension(const QString& path);
 QString lastPathComponent(const QString& path);
 QString deletingLastPathComponent(const QString& path);
+
+// A path as the kernel has it, and back. Names are bytes there; one that is no UTF-8 stands as a low surrogate of its
+// own, which no text holds, so that the way back leads to the same file.
+QString fromKernel(const QByteArray& path);
+QByteArray toKernel(const QString& path);
 
 // Escapes everything outside letters, digits and -._~!$&'()*+,/:;=?@ as %XX of its UTF-8 bytes; % becomes %25 always.
 QString percentEscaped(const QString& text);

@@ -8,6 +8,7 @@
 #include <plist/plist.h>
 
 #include <cstdlib>
+#include <limits>
 #include <memory>
 
 namespace {
@@ -72,6 +73,18 @@ QVariant toDate(plist_t node) {
 #endif
 }
 
+// Of an integer whose highest bit is set. Libplist tells only in what it writes.
+bool isNegative(plist_t node) {
+    const plist_t copy = plist_copy(node);
+    char* xml = nullptr;
+    uint32_t length = 0;
+    plist_to_xml(copy, &xml, &length);
+    const bool negative = QByteArray::fromRawData(xml, static_cast<qsizetype>(length)).contains("<integer>-");
+    std::free(xml);
+    plist_free(copy);
+    return negative;
+}
+
 QVariant toNumber(plist_t node) {
     if (plist_get_node_type(node) == PLIST_REAL) {
         double real = 0;
@@ -80,6 +93,10 @@ QVariant toNumber(plist_t node) {
     }
     uint64_t integer = 0;
     plist_get_uint_val(node, &integer);
+    constexpr auto kLargestSigned = static_cast<uint64_t>(std::numeric_limits<qint64>::max());
+    if (integer > kLargestSigned && !isNegative(node)) {
+        return QVariant::fromValue<quint64>(integer);
+    }
     return static_cast<qint64>(integer);
 }
 

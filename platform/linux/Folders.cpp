@@ -2,10 +2,10 @@
 
 #include "platform/Bundle.h"
 #include "platform/Console.h"
+#include "platform/base/PathText.h"
 #include "platform/linux/PrivateFolder.h"
 
 #include <QByteArray>
-#include <QFile>
 
 #include <pwd.h>
 #include <unistd.h>
@@ -35,7 +35,7 @@ std::optional<Account> accountOfThisUser() {
         if (error != 0 || found == nullptr) {
             return std::nullopt;
         }
-        return Account{QString::fromLocal8Bit(found->pw_name), QFile::decodeName(found->pw_dir)};
+        return Account{QString::fromLocal8Bit(found->pw_name), PathText::fromKernel(found->pw_dir)};
     }
     return std::nullopt;
 }
@@ -57,7 +57,7 @@ QString pathOfTemporaryDirectory() {
 } // namespace
 
 QString homeDirectory() {
-    QString home = qEnvironmentVariable("HOME");
+    const QString home = PathText::fromKernel(qgetenv("HOME"));
     if (home.startsWith(u'/')) {
         return home;
     }

@@ -2,6 +2,7 @@
 
 #include "base/VolumesFolder.h"
 #include "platform/Bundle.h"
+#include "platform/base/PathText.h"
 #include "platform/linux/PrivateFolder.h"
 
 #include <QByteArray>
@@ -20,7 +21,7 @@ namespace {
 
 bool exists(const QString& path) {
     struct stat status {};
-    return ::stat(QFile::encodeName(path).constData(), &status) == 0;
+    return ::stat(PathText::toKernel(path).constData(), &status) == 0;
 }
 
 bool isFolder(const QString& path) {

@@ -89,11 +89,14 @@ TEST(Settings, AreAbsentWhereTheKeyIsMissingOrHoldsNoText) {
 TEST(Settings, ThatAreNumbersOrTruthValuesAreTakenByTheirText) {
     test::writeFile(test::bundle() + u"/Contents/Info.plist"_s,
                     "<plist version=\"1.0\"><dict><key>QNConfig</key><dict><key>BG_COLOR</key><integer>112233</integer>"
-                    "<key>kAPP_NAME</key><real>2.5</real><key>yes</key><true/><key>no</key><false/>"
+                    "<key>kAPP_NAME</key><real>2.5</real><key>large</key><integer>18446744073709551615</integer>"
+                    "<key>below</key><integer>-9223372036854775808</integer><key>yes</key><true/><key>no</key><false/>"
                     "<key>data</key><data>YQ==</data><key>date</key><date>2020-01-02T03:04:05Z</date>"
                     "<key>dictionary</key><dict/></dict></dict></plist>");
     EXPECT_EQ(QNConfigProvider::getStringFromPlist(u"BG_COLOR"_s), u"112233"_s);
     EXPECT_EQ(QNConfigProvider::getStringFromPlist(u"kAPP_NAME"_s), u"2.5"_s);
+    EXPECT_EQ(QNConfigProvider::getStringFromPlist(u"large"_s), u"18446744073709551615"_s);
+    EXPECT_EQ(QNConfigProvider::getStringFromPlist(u"below"_s), u"-9223372036854775808"_s);
     EXPECT_EQ(QNConfigProvider::getStringFromPlist(u"yes"_s), u"1"_s);
     EXPECT_EQ(QNConfigProvider::getStringFromPlist(u"no"_s), u"0"_s);
     for (const QString& key : {u"data"_s, u"date"_s, u"dictionary"_s}) {

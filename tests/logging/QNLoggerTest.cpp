@@ -107,6 +107,14 @@ TEST_F(QNLoggerTest, MakesTheFolderWithTheFoldersAboveIt) {
     EXPECT_TRUE(QFileInfo(test::home() + u"/A/B c/D/Logs/install.log"_s).isFile());
 }
 
+TEST_F(QNLoggerTest, WritesBelowAHomeWhoseNameIsNoUtf8) {
+    const std::filesystem::path home = test::folder().toStdString() + "/m\xFCller \xC3\xA4\xFF";
+    std::filesystem::create_directory(home);
+    test::setEnvironment("HOME", QByteArray::fromStdString(home.string()));
+    QNLogger::debug(u"m"_s, kContext);
+    EXPECT_TRUE(std::filesystem::is_regular_file(home / "Data/Logs/install.log"));
+}
+
 TEST_F(QNLoggerTest, FollowsTheEnvironmentsDataPathWithoutASeparator) {
     test::setInfo(u"QNEnv"_s, u"beta"_s);
     test::setSetting(u"kQNApplicationDataPathBeta"_s, u"-b&amp;d"_s);

@@ -294,6 +294,14 @@ TEST(Task, LeavesAChildThatStillRunsAloneAndCollectsItLater) {
     EXPECT_EQ(test::readFile(done), "go\n");
 }
 
+TEST(Task, CountsAChildThatSomebodyElseCollectedAsNoSuccess) {
+    const auto task = shellTask(u"exit 0"_s);
+    task->launch();
+    EXPECT_TRUE(test::waitFor([] { return ::waitpid(-1, nullptr, WNOHANG) > 0; }));
+    task->waitUntilExit(); // and does not wait for a child that is not there
+    EXPECT_EQ(task->terminationStatus(), -1);
+}
+
 TEST(Task, TakesOverAToolThatWasStartedAhead) {
     const QString script = u"echo x >>%1/started; echo answer; exit 3"_s.arg(test::folder());
     Task::launchAhead(u"/bin/sh"_s, {u"-c"_s, script});

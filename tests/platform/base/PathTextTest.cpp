@@ -46,3 +46,14 @@ TEST(PathText, TrimsBlanksButNoLineEnds) {
 TEST(PathText, TrimsLineEndsTooWhereAsked) {
     EXPECT_EQ(PathText::trimmedOfWhitespaceAndNewlines(u"\r\n\v\f\u0085\u2028\u2029 a \n"_s), u"a"_s);
 }
+
+TEST(PathText, LeadsBackToTheBytesOfEveryPath) {
+    EXPECT_EQ(PathText::fromKernel("/h/\xC3\xA4"), u"/h/ä"_s);
+    EXPECT_EQ(PathText::toKernel(u"/h/ä\U0001F600"_s), "/h/\xC3\xA4\xF0\x9F\x98\x80");
+    const std::vector<QByteArray> foreign{"/\xFF",         "/m\xFCller",           "\x80", "/\xC3", "/\xE2\x82/\xAC",
+                                          "/\xED\xB2\x80", "/\xF0\x9F\x98\x80\xFE"};
+    for (const QByteArray& path : foreign) {
+        EXPECT_FALSE(PathText::fromKernel(path).isValidUtf16()) << path.toHex().toStdString();
+        EXPECT_EQ(PathText::toKernel(PathText::fromKernel(path)), path) << path.toHex().toStdString();
+    }
+}
