@@ -69,7 +69,7 @@ void Screens::showConnectingScreen() {
     hidePageView();
     spinnerView_->setHidden(false);
     releaseKeyboard();
-    announceScreen(*spinnerView_, connectingLabel_->string());
+    announceScreen(*connectingLabel_, connectingLabel_->string());
 }
 
 void Screens::hideAlert(const Notification&) {

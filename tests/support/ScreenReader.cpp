@@ -132,10 +132,14 @@ class ScreenReader::Ear : public QObject {
     Q_OBJECT
 
 public:
-    Ear() {
+    explicit Ear(Age age) {
         QDBusConnection bus(kConnection);
         const QString events = u"org.a11y.atspi.Event.Object"_s;
-        for (const QString& event : {u"object:announcement"_s, u"object:state-changed"_s}) {
+        QStringList wanted{u"object:state-changed"_s};
+        if (age == Age::kToday) {
+            wanted += u"object:announcement"_s;
+        }
+        for (const QString& event : wanted) {
             QDBusMessage wish =
                 QDBusMessage::createMethodCall(u"org.a11y.atspi.Registry"_s, u"/org/a11y/atspi/registry"_s,
                                                u"org.a11y.atspi.Registry"_s, u"RegisterEvent"_s);
@@ -166,7 +170,7 @@ private:
     QStringList heard_;
 };
 
-ScreenReader::ScreenReader() {
+ScreenReader::ScreenReader(Age age) {
     // On one display there is one accessibility bus: what starts it is not to see the display, which other cases use.
     QProcessEnvironment surroundings = QProcessEnvironment::systemEnvironment();
     surroundings.remove(u"DISPLAY"_s);
@@ -185,7 +189,7 @@ ScreenReader::ScreenReader() {
         QDBusMessage::createMethodCall(u"org.a11y.Bus"_s, u"/org/a11y/bus"_s, u"org.a11y.Bus"_s, u"GetAddress"_s));
     QDBusConnection::connectToBus(reply.arguments().value(0).toString(), kConnection);
     EXPECT_TRUE(QDBusConnection(kConnection).isConnected()) << reply.errorMessage().toStdString();
-    ear_ = std::make_unique<Ear>();
+    ear_ = std::make_unique<Ear>(age);
 }
 
 ScreenReader::~ScreenReader() {

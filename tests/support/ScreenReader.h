@@ -13,8 +13,11 @@
 // Nodes go by "role: name", with the roles' names as the bus has them. Needs an application object.
 class ScreenReader {
 public:
+    // An older reader knows no announcements, and does not ask for them.
+    enum class Age { kToday, kOlder };
+
     // A failure of the running test when one of the buses does not come up.
-    ScreenReader();
+    explicit ScreenReader(Age age = Age::kToday);
     ~ScreenReader();
     ScreenReader(const ScreenReader&) = delete;
     ScreenReader& operator=(const ScreenReader&) = delete;

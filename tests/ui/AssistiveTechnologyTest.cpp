@@ -26,6 +26,7 @@ namespace {
 
 class AssistiveTechnologyTest : public testing::Test {
 protected:
+    explicit AssistiveTechnologyTest(ScreenReader::Age age = ScreenReader::Age::kToday) : reader_(age) {}
     ~AssistiveTechnologyTest() override {
         other_.kill();
         other_.waitForFinished();
@@ -57,6 +58,11 @@ protected:
 
 private:
     QProcess other_;
+};
+
+class OlderScreenReaderTest : public AssistiveTechnologyTest {
+protected:
+    OlderScreenReaderTest() : AssistiveTechnologyTest(ScreenReader::Age::kOlder) {}
 };
 
 using AlertProcess = UserInterfaceTest;
@@ -153,6 +159,22 @@ TEST_F(AssistiveTechnologyTest, HearsEveryChangeOfScreensAndWhatHasTheKeyboard) 
         u"announcement: Get the latest version. Press Download to get the latest version, or open the "
         "download page."_s,
         u"focus: push button: Download"_s};
+    for (qsizetype count = 0; count < expected.size(); ++count) {
+        test::writeFile(step + QString::number(count), "");
+        EXPECT_EQ(reader_.heard(before + count + 1).mid(before).join(u'\n').toStdString(),
+                  expected.first(count + 1).join(u'\n').toStdString());
+    }
+}
+
+TEST_F(OlderScreenReaderTest, IsToldOfEveryChangeOfScreensAsOfAChangeOfFocus) {
+    const QString step = test::folder() + u"/step"_s;
+    test::setEnvironment("STEP", step.toUtf8());
+    start(u"AlertProcess.DISABLED_ChangesItsScreens"_s);
+    const QString first = u"focus: alert message: No internet connection"_s;
+    ASSERT_TRUE(test::waitFor([&] { return reader_.heard(1).contains(first); }));
+    const qsizetype before = reader_.heard(1).size();
+    const QStringList expected{u"focus: label: Connecting…"_s, u"focus: alert message: Installation failed"_s,
+                               u"focus: link: download and install the latest version"_s};
     for (qsizetype count = 0; count < expected.size(); ++count) {
         test::writeFile(step + QString::number(count), "");
         EXPECT_EQ(reader_.heard(before + count + 1).mid(before).join(u'\n').toStdString(),
