@@ -1,7 +1,8 @@
 #include "ui/Button.h"
 
-#include "ui/TextView.h"
+#include "ui/FullText.h"
 
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -11,6 +12,7 @@
 namespace {
 
 constexpr int kSideInset = 24;
+constexpr int kLeastInset = 16; // beside a title that is too long
 constexpr int kTopInset = 6;
 constexpr double kUnbounded = 1.0e6;
 
@@ -18,14 +20,12 @@ constexpr double kUnbounded = 1.0e6;
 const QColor kHoverTint(0x80, 0x80, 0x80, 0x26);
 const QColor kPressedTint(0x80, 0x80, 0x80, 0x4d);
 
-TextView titleView(const StyledText& title, double width) {
-    return TextView(title, QRectF(0.0, 0.0, width, 0.0), Qt::AlignHCenter);
-}
-
 } // namespace
 
 Button::Button(QWidget* parent) : QPushButton(parent) {
     setFocusPolicy(Qt::TabFocus);
+    // Where two have no room beside each other, both give way.
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     // Return presses it, as in a dialog.
     setAutoDefault(true);
     setAttribute(Qt::WA_Hover); // painted anew when the mouse comes and goes
@@ -57,17 +57,30 @@ QSize Button::sizeHint() const {
     if (image_) {
         return image_->size().toSize();
     }
-    const TextView view = titleView(attributedTitle_, kUnbounded);
+    const TextView view(attributedTitle_, QRectF(0.0, 0.0, kUnbounded, 0.0), Qt::AlignHCenter);
     return {static_cast<int>(std::ceil(view.width())) + 2 * kSideInset,
             static_cast<int>(std::ceil(view.height())) + 2 * kTopInset};
 }
 
 QSize Button::minimumSizeHint() const {
-    return sizeHint();
+    return {image_ ? sizeHint().width() : 2 * kSideInset, sizeHint().height()};
 }
 
 void Button::sizeToFit() {
     resize(sizeHint());
+}
+
+TextView Button::shownTitle() const {
+    return TextView(attributedTitle_, QRectF(rect()).adjusted(kLeastInset, kTopInset, -kLeastInset, -kTopInset),
+                    Qt::AlignHCenter, TextView::TooLong::kBecomesSmaller);
+}
+
+bool Button::event(QEvent* event) {
+    if (event->type() == QEvent::ToolTip && !image_) {
+        tellFullText(*static_cast<QHelpEvent*>(event), *this, shownTitle(), title());
+        return true;
+    }
+    return QPushButton::event(event);
 }
 
 void Button::keyPressEvent(QKeyEvent* event) {
@@ -101,7 +114,6 @@ void Button::paintEvent(QPaintEvent*) {
         painter.drawPixmap(target, picture, QRectF(picture.rect()));
         return;
     }
-    const double height = titleView(attributedTitle_, width()).height();
-    const QRectF frame(0.0, (this->height() - height) / 2.0, width(), height);
-    TextView(attributedTitle_, frame, Qt::AlignHCenter).draw(painter);
+    painter.translate(0.0, (height() - shownTitle().height()) / 2.0 - kTopInset);
+    shownTitle().draw(painter);
 }

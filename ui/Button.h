@@ -3,6 +3,7 @@
 #include "ui/Image.h"
 #include "ui/Layer.h"
 #include "ui/StyledText.h"
+#include "ui/TextView.h"
 
 #include <QPushButton>
 
@@ -43,11 +44,16 @@ public:
 
     // The title with the space that a button keeps around it.
     QSize sizeHint() const override;
+    // With a title that becomes smaller, takes a second line, and ends in an ellipsis with the whole as its tooltip.
     QSize minimumSizeHint() const override;
     // Takes on sizeHint().
     void sizeToFit();
 
+    // The title as it is painted, in the middle of the button from top to bottom.
+    TextView shownTitle() const;
+
 protected:
+    bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     bool focusNextPrevChild(bool next) override;

@@ -1,6 +1,8 @@
 #include "ui/FocusRing.h"
 
 #include "ui/Button.h"
+#include "ui/HyperlinkTextField.h"
+#include "ui/Links.h"
 
 #include <QApplication>
 #include <QEvent>
@@ -14,8 +16,8 @@ namespace {
 
 // A blue that stands out from white (5.2:1) and from black (4.0:1).
 const QColor kRingColor(0x25, 0x63, 0xeb);
-constexpr double kWidth = 2.0;
-constexpr int kGap = 2; // between the control and its ring
+constexpr double kGap = 2.0; // between a button and its ring
+constexpr double kLinkRadius = 4.0;
 
 } // namespace
 
@@ -28,35 +30,49 @@ FocusRing::FocusRing(QWidget* window) : QWidget(window) {
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) { follow(now); });
 }
 
-void FocusRing::paintInside(QPainter& painter, const QRectF& rect, double radius) {
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(kRingColor, kWidth));
-    painter.setBrush(Qt::NoBrush);
-    const double half = kWidth / 2.0;
-    painter.drawRoundedRect(rect.adjusted(half, half, -half, -half), radius, radius);
-}
-
 void FocusRing::follow(QWidget* now) {
     if (target_) {
         target_->removeEventFilter(this);
+        target_->disconnect(this);
     }
-    // Links mark themselves.
-    target_ = now != nullptr && now->window() == parentWidget() ? qobject_cast<Button*>(now) : nullptr;
+    const bool rings = qobject_cast<Button*>(now) != nullptr || qobject_cast<HyperlinkTextField*>(now) != nullptr;
+    target_ = rings && now->window() == parentWidget() ? now : nullptr;
     if (target_) {
         target_->installEventFilter(this);
+    }
+    if (auto* const field = qobject_cast<HyperlinkTextField*>(target_.data())) {
+        connect(field, &HyperlinkTextField::focusedLinkMoved, this, &FocusRing::place);
     }
     place();
 }
 
-void FocusRing::place() {
-    const bool shown = target_ && target_->isVisible();
-    if (shown) {
-        const int reach = kGap + static_cast<int>(kWidth);
-        const QRect target(target_->mapTo(parentWidget(), QPoint()), target_->size());
-        setGeometry(target.adjusted(-reach, -reach, reach, reach));
-        raise();
+QPainterPath FocusRing::path() const {
+    QPainterPath path;
+    if (const auto* const button = qobject_cast<const Button*>(target_.data())) {
+        const double own = std::min({button->layer().cornerRadius, button->width() / 2.0, button->height() / 2.0});
+        const double radius = own > 0.0 ? own + kGap : kLinkRadius;
+        const double reach = kGap + kRingWidth / 2.0;
+        path.addRoundedRect(QRectF(button->rect()).adjusted(-reach, -reach, reach, reach), radius, radius);
+    } else if (const auto* const field = qobject_cast<const HyperlinkTextField*>(target_.data())) {
+        const double reach = kRingDistance + kRingWidth / 2.0;
+        for (const QRectF& ink : field->focusedLinkInk()) {
+            QPainterPath piece;
+            piece.addRoundedRect(ink.adjusted(-reach, -reach, reach, reach), kLinkRadius, kLinkRadius);
+            path = path.united(piece); // lines that lie close have one ring
+        }
     }
-    setHidden(!shown);
+    return path.translated(target_->mapTo(parentWidget(), QPointF()));
+}
+
+void FocusRing::place() {
+    path_ = target_ && target_->isVisible() ? path() : QPainterPath();
+    if (!path_.isEmpty()) {
+        const double half = kRingWidth / 2.0;
+        setGeometry(path_.boundingRect().adjusted(-half, -half, half, half).toAlignedRect());
+        raise();
+        update();
+    }
+    setHidden(path_.isEmpty());
 }
 
 bool FocusRing::eventFilter(QObject*, QEvent* event) {
@@ -68,11 +84,9 @@ bool FocusRing::eventFilter(QObject*, QEvent* event) {
 }
 
 void FocusRing::paintEvent(QPaintEvent*) {
-    const auto* button = qobject_cast<const Button*>(target_.data());
-    if (button == nullptr) {
-        return;
-    }
     QPainter painter(this);
-    const double own = std::min({button->layer().cornerRadius, button->width() / 2.0, button->height() / 2.0});
-    paintInside(painter, QRectF(rect()), own > 0.0 ? own + kGap : kLinkRadius);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(kRingColor, kRingWidth));
+    painter.translate(-pos());
+    painter.drawPath(path_);
 }

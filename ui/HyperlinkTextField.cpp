@@ -2,37 +2,11 @@
 
 #include "platform/Workspace.h"
 #include "platform/base/Address.h"
-#include "ui/FocusRing.h"
+#include "ui/Links.h"
 
 #include <QAccessible>
 #include <QKeyEvent>
 #include <QMouseEvent>
-#include <QPainter>
-
-namespace {
-
-// The runs of equal link values, in text order.
-std::vector<std::pair<TextRange, QString>> linkRuns(const StyledText& text) {
-    std::vector<std::pair<TextRange, QString>> found;
-    qsizetype start = 0;
-    for (const StyledText::Run& run : text.runs()) {
-        const qsizetype size = run.text.size();
-        const std::optional<QString>& link = run.attributes.link;
-        if (link) {
-            const bool goesOn = !found.empty() && found.back().second == *link &&
-                                found.back().first.location + found.back().first.length == start;
-            if (goesOn) {
-                found.back().first.length += size;
-            } else {
-                found.push_back({{start, size}, *link});
-            }
-        }
-        start += size;
-    }
-    return found;
-}
-
-} // namespace
 
 HyperlinkTextField::HyperlinkTextField(QWidget* parent) : TextField(parent) {
     _hyperlinkTextFieldInit();
@@ -42,10 +16,6 @@ HyperlinkTextField::HyperlinkTextField(QWidget* parent) : TextField(parent) {
 void HyperlinkTextField::_hyperlinkTextFieldInit() {
     setEditable(false);
     setSelectable(false);
-}
-
-TextView HyperlinkTextField::textView() const {
-    return TextView(shownText(), titleRectForBounds(QRectF(rect())), alignment());
 }
 
 std::optional<std::vector<HyperlinkInfo>> HyperlinkTextField::hyperlinkInfos() const {
@@ -88,6 +58,7 @@ void HyperlinkTextField::textLayoutChanged() {
         focusedLink_ = 0;
     }
     setFocusPolicy(count == 0 ? Qt::NoFocus : Qt::TabFocus);
+    Q_EMIT focusedLinkMoved();
 }
 
 std::vector<HyperlinkInfo> HyperlinkTextField::links() const {
@@ -163,7 +134,7 @@ std::optional<std::size_t> HyperlinkTextField::focusedLink() const {
 
 void HyperlinkTextField::focusLink(std::size_t index, Qt::FocusReason reason) {
     focusedLink_ = index;
-    update();
+    Q_EMIT focusedLinkMoved();
     if (!hasFocus()) {
         setFocus(reason); // which tells of the link by itself
         return;
@@ -175,16 +146,10 @@ void HyperlinkTextField::focusLink(std::size_t index, Qt::FocusReason reason) {
 
 void HyperlinkTextField::focusInEvent(QFocusEvent* event) {
     const std::size_t count = linkRuns(text()).size();
-    if (event->reason() == Qt::BacktabFocusReason && count > 0) {
-        focusedLink_ = count - 1;
-    } else if (event->reason() == Qt::TabFocusReason) {
-        focusedLink_ = 0;
-    }
-    update();
-}
-
-void HyperlinkTextField::focusOutEvent(QFocusEvent*) {
-    update();
+    const bool fromBehind = event->reason() == Qt::BacktabFocusReason && count > 0;
+    const bool fromBefore = event->reason() == Qt::TabFocusReason;
+    focusedLink_ = fromBehind ? count - 1 : fromBefore ? 0 : focusedLink_;
+    Q_EMIT focusedLinkMoved();
 }
 
 bool HyperlinkTextField::focusNextPrevChild(bool next) {
@@ -212,14 +177,10 @@ void HyperlinkTextField::keyPressEvent(QKeyEvent* event) {
     }
 }
 
-void HyperlinkTextField::paintEvent(QPaintEvent* event) {
-    TextField::paintEvent(event);
+std::vector<QRectF> HyperlinkTextField::focusedLinkInk() const {
     const auto runs = linkRuns(text());
     if (!hasFocus() || focusedLink_ >= runs.size()) {
-        return;
+        return {};
     }
-    QPainter painter(this);
-    for (const QRectF& rect : textView().rectsForRange(runs[focusedLink_].first)) {
-        FocusRing::paintInside(painter, rect.intersected(QRectF(this->rect())), FocusRing::kLinkRadius);
-    }
+    return textView().inkOfRange(withClosingPunctuation(string(), runs[focusedLink_].first));
 }

@@ -39,8 +39,6 @@ public:
     QTimer* timer() const { return timer_; }
     void setTimer(QTimer* timer) { timer_ = timer; }
 
-    // Lays the text out the way the field shows it.
-    TextView textView() const;
     // In text order; absent, not empty, when the text has no link.
     std::optional<std::vector<HyperlinkInfo>> hyperlinkInfos() const;
     void resetCursorRects();
@@ -53,6 +51,12 @@ public:
     // The link that has the keyboard, as an index into links(); absent without the keyboard focus.
     std::optional<std::size_t> focusedLink() const;
     void focusLink(std::size_t index, Qt::FocusReason reason);
+    // What the ring goes around, a rectangle for each line; empty without the keyboard focus.
+    std::vector<QRectF> focusedLinkInk() const;
+
+Q_SIGNALS:
+    // The keyboard came to a link, or went to another, or the text under it changed.
+    void focusedLinkMoved();
 
 protected:
     void mouseUp(const QPointF& location) const;
@@ -62,9 +66,7 @@ protected:
     void leaveEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
     bool focusNextPrevChild(bool next) override;
-    void paintEvent(QPaintEvent* event) override;
     void textLayoutChanged() override;
 
 private:

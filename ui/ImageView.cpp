@@ -14,6 +14,9 @@ void ImageView::setImage(const std::optional<Image>& image) {
 }
 
 QSize ImageView::sizeHint() const {
+    if (wantedSize_.isValid()) {
+        return wantedSize_;
+    }
     return image_ ? image_->size().toSize() : QSize(0, 0);
 }
 

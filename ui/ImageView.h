@@ -11,6 +11,7 @@ class ImageView : public QWidget {
     Q_OBJECT
     // The name of a picture of the bundle, for interface files.
     Q_PROPERTY(QString imageName READ imageName WRITE setImageName)
+    Q_PROPERTY(QSize wantedSize READ wantedSize WRITE setWantedSize)
 
 public:
     explicit ImageView(QWidget* parent = nullptr);
@@ -20,6 +21,10 @@ public:
     void setImage(const std::optional<Image>& image);
     QString imageName() const { return image_ ? image_->name() : QString(); }
     void setImageName(const QString& name) { setImage(imageNamed(name)); }
+
+    // The size that it asks for, whatever it shows; by itself that of its picture.
+    const QSize& wantedSize() const { return wantedSize_; }
+    void setWantedSize(const QSize& size) { wantedSize_ = size; }
 
     QSize sizeHint() const override;
 
@@ -31,6 +36,7 @@ protected:
 
 private:
     std::optional<Image> image_;
+    QSize wantedSize_;
     mutable QPixmap picture_; // as last painted, for `pictureScale_`
     mutable double pictureScale_ = 0.0;
 };

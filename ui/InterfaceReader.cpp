@@ -251,9 +251,12 @@ QVariant InterfaceReader::readValue() {
         const QList<int> sides = readNumbers({u"width"_s, u"height"_s});
         return QSize(sides[0], sides[1]);
     }
-    const QString text = kind == "number"_L1 || kind == "enum"_L1 || kind == "set"_L1 || kind == "string"_L1
-                             ? xml_.readElementText()
-                             : QString();
+    const std::array kinds{"bool"_L1, "number"_L1, "enum"_L1, "set"_L1, "string"_L1};
+    const bool isText = std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
+    const QString text = isText ? xml_.readElementText() : QString();
+    if (kind == "bool"_L1 && (text == "true"_L1 || text == "false"_L1)) {
+        return text == "true"_L1;
+    }
     if (kind == "number"_L1) {
         return number(text);
     }

@@ -73,6 +73,11 @@ void QNAlertController::setupYesButton() {
 
 void QNAlertController::setupNoButton() {
     styleButton(*noButton_, {u"QNNo"_s, hexColor("#000000"), {kCommonSansMedium, 16.0}, hexColor("#FFFFFF"), 0.0});
+    // White on white, it would look like a gap beside the other.
+    Layer layer = noButton_->layer();
+    layer.borderColor = hexColor("#000000");
+    layer.borderWidth = 1.0;
+    noButton_->setLayer(layer);
 }
 
 void QNAlertController::showWindow(QObject*, const QString& title, const QString& message,

@@ -1,8 +1,9 @@
 #include "ui/TextField.h"
 
+#include "ui/FullText.h"
 #include "ui/Layer.h"
-#include "ui/TextView.h"
 
+#include <QHelpEvent>
 #include <QMouseEvent>
 #include <QPainter>
 
@@ -59,6 +60,11 @@ void TextField::setAlignment(Qt::Alignment alignment) {
     changed();
 }
 
+void TextField::setPrefersOneLine(bool prefers) {
+    tooLong_ = prefers ? TextView::TooLong::kBecomesSmaller : TextView::TooLong::kTakesMoreLines;
+    changed();
+}
+
 void TextField::changed() {
     updateGeometry();
     update();
@@ -85,6 +91,10 @@ StyledText TextField::shownText() const {
     return shown;
 }
 
+TextView TextField::textView() const {
+    return TextView(shownText(), titleRectForBounds(QRectF(rect())), alignment_, tooLong_);
+}
+
 QSize TextField::sizeHint() const {
     const TextView view(shownText(), QRectF(0.0, 0.0, kUnbounded, 0.0), Qt::AlignLeft);
     return {static_cast<int>(std::ceil(view.width())), static_cast<int>(std::ceil(view.height()))};
@@ -95,7 +105,17 @@ QSize TextField::minimumSizeHint() const {
 }
 
 int TextField::heightForWidth(int width) const {
-    return static_cast<int>(std::ceil(TextView(shownText(), QRectF(0.0, 0.0, width, 0.0), alignment_).height()));
+    const int most = maximumHeight() == QWIDGETSIZE_MAX ? 0 : maximumHeight();
+    const TextView view(shownText(), QRectF(0.0, 0.0, width, most), alignment_, tooLong_);
+    return static_cast<int>(std::ceil(view.height()));
+}
+
+bool TextField::event(QEvent* event) {
+    if (event->type() == QEvent::ToolTip) {
+        tellFullText(*static_cast<QHelpEvent*>(event), *this, textView(), string());
+        return true;
+    }
+    return QWidget::event(event);
 }
 
 void TextField::mousePressEvent(QMouseEvent* event) {
@@ -107,7 +127,7 @@ void TextField::paintEvent(QPaintEvent*) {
     if (drawsBackground_) {
         painter.fillRect(rect(), paintColor(background_));
     }
-    TextView(shownText(), titleRectForBounds(QRectF(rect())), alignment_).draw(painter);
+    textView().draw(painter);
 }
 
 void TextField::resizeEvent(QResizeEvent*) {

@@ -3,20 +3,20 @@
 #include "platform/base/Color.h"
 #include "ui/Fonts.h"
 #include "ui/StyledText.h"
+#include "ui/TextView.h"
 
 #include <QWidget>
 
-class TextView;
-
 // Shows text, plain in the field's own font and colour or styled in that of its runs, over as many lines as its width
-// asks for, from the top. Cannot be edited. A press on it drags the
-// window.
+// asks for, from the top. What does not fit becomes smaller, and in the end shows as an ellipsis with the whole text
+// as its tooltip; assistive technology always has the whole. Cannot be edited. A press on it drags the window.
 //
 // Main thread.
 class TextField : public QWidget {
     Q_OBJECT
     Q_PROPERTY(QString text READ string WRITE setString)
     Q_PROPERTY(Qt::Alignment alignment READ alignment WRITE setAlignment)
+    Q_PROPERTY(bool prefersOneLine READ prefersOneLine WRITE setPrefersOneLine)
 
 public:
     explicit TextField(QWidget* parent = nullptr);
@@ -41,6 +41,10 @@ public:
     Qt::Alignment alignment() const { return alignment_; }
     void setAlignment(Qt::Alignment alignment);
 
+    // A text that is too long for one line becomes smaller before it takes a second.
+    bool prefersOneLine() const { return tooLong_ == TextView::TooLong::kBecomesSmaller; }
+    void setPrefersOneLine(bool prefers);
+
     bool isEditable() const { return editable_; }
     void setEditable(bool editable) { editable_ = editable; }
     bool isSelectable() const { return selectable_; }
@@ -50,13 +54,17 @@ public:
     virtual QRectF titleRectForBounds(const QRectF& bounds) const;
     // The text as it is painted, with the field's own font and colour where they apply.
     StyledText shownText() const;
+    // Lays the text out the way the field shows it.
+    TextView textView() const;
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
     bool hasHeightForWidth() const override { return true; }
+    // At most the field's maximum height, and then the text has become smaller.
     int heightForWidth(int width) const override;
 
 protected:
+    bool event(QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     // Called when text, font or size may have moved the glyphs.
@@ -74,4 +82,5 @@ private:
     bool editable_ = false;
     bool selectable_ = false;
     Qt::Alignment alignment_ = Qt::AlignLeft;
+    TextView::TooLong tooLong_ = TextView::TooLong::kTakesMoreLines;
 };

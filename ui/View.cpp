@@ -10,6 +10,16 @@ void View::setLayer(const Layer& layer) {
     update();
 }
 
+void View::setHeight(int height) {
+    const int growth = height - this->height();
+    resize(width(), height);
+    for (View* const inside : findChildren<View*>(QString(), Qt::FindDirectChildrenOnly)) {
+        if (inside->followsHeight()) {
+            inside->setHeight(inside->height() + growth);
+        }
+    }
+}
+
 bool View::focusNextPrevChild(bool next) {
     if (isVisible()) {
         return QWidget::focusNextPrevChild(next);

@@ -10,6 +10,7 @@ class View : public QWidget {
     // Of its layer, for interface files.
     Q_PROPERTY(QString layerColor READ layerColor WRITE setLayerColor)
     Q_PROPERTY(double layerRadius READ layerRadius WRITE setLayerRadius)
+    Q_PROPERTY(bool followsHeight READ followsHeight WRITE setFollowsHeight)
 
 public:
     explicit View(QWidget* parent = nullptr);
@@ -22,6 +23,12 @@ public:
     double layerRadius() const { return layer_.cornerRadius; }
     void setLayerRadius(double radius) { setLayer(layer_.withRadius(radius)); }
 
+    // Whether it becomes lower by as much as the view that it lies in.
+    bool followsHeight() const { return followsHeight_; }
+    void setFollowsHeight(bool follows) { followsHeight_ = follows; }
+    // Takes the views along that lie in it and follow.
+    void setHeight(int height);
+
 protected:
     // Hidden with the keyboard inside, a view hands it to no neighbour.
     bool focusNextPrevChild(bool next) override;
@@ -29,4 +36,5 @@ protected:
 
 private:
     Layer layer_;
+    bool followsHeight_ = false;
 };

@@ -4,6 +4,7 @@
 #include "platform/base/FirstFrame.h"
 #include "ui/FocusRing.h"
 #include "ui/Fonts.h"
+#include "ui/Outline.h"
 #include "ui/Shadow.h"
 #include "ui/View.h"
 
@@ -59,7 +60,7 @@ std::vector<QRect> roundedRows(const QRect& frame, double radius) {
 
 } // namespace
 
-Window::Window(QWidget* parent) : QWidget(parent, Qt::Window) {
+Window::Window(QWidget* parent) : QWidget(parent, Qt::Window), outline_(new Outline(this)) {
     // The layout never mirrors, whatever the language.
     setLayoutDirection(Qt::LeftToRight);
     new FocusRing(this);
@@ -82,13 +83,18 @@ Window::~Window() = default;
 
 void Window::setContentView(View* view) {
     contentView_ = view;
+    naturalHeight_ = view->height();
     view->setParent(this);
+    outline_->raise();
     arrange();
 }
 
 void Window::addSubview(QWidget* view) {
     view->setParent(contentView_);
     view->move(0, 0);
+    if (auto* const follower = qobject_cast<View*>(view); follower != nullptr && follower->followsHeight()) {
+        follower->setHeight(follower->height() + contentView_->height() - naturalHeight_);
+    }
     if (!view->testAttribute(Qt::WA_WState_ExplicitShowHide)) {
         view->show();
     }
@@ -155,11 +161,12 @@ void Window::compositorChanged() {
     arrange();
 }
 
-std::vector<QRect> Window::shapeInPixels() const {
+std::vector<QRect> Window::shapeInPixels(int without) const {
     const double scale = devicePixelRatioF();
     const QRectF body(contentView_->geometry());
-    const QRect frame((body.topLeft() * scale).toPoint(), (body.size() * scale).toSize());
-    const double radius = contentView_->layer().cornerRadius * scale;
+    const QRect whole((body.topLeft() * scale).toPoint(), (body.size() * scale).toSize());
+    const QRect frame = whole.adjusted(without, without, -without, -without);
+    const double radius = std::max(0.0, contentView_->layer().cornerRadius * scale - without);
     return roundedRows(frame, std::min({radius, frame.width() / 2.0, frame.height() / 2.0}));
 }
 
@@ -169,18 +176,34 @@ void Window::applyShape() {
     }
     const bool cut = !opaque_ && styleMask_ == kBorderless && !compositorRunning();
     platform::setWindowShape(*windowHandle(), cut ? shapeInPixels() : std::vector<QRect>());
+    outline_->setShape(cut ? shapeInPixels() : std::vector<QRect>(), cut ? shapeInPixels(1) : std::vector<QRect>());
     // Clicks on the shadow go to what lies below it.
     platform::setWindowInputShape(*windowHandle(), margin_ > 0 ? shapeInPixels() : std::vector<QRect>());
 }
 
+void Window::fitHeight() {
+    if (contentView_ == nullptr) {
+        return;
+    }
+    const int height =
+        std::clamp(screen()->availableGeometry().height(), std::min(kLeastHeight, naturalHeight_), naturalHeight_);
+    if (height != contentView_->height()) {
+        contentView_->setHeight(height);
+        arrange();
+    }
+}
+
 void Window::center() {
+    fitHeight();
     const QRect area = screen()->geometry();
+    const QRect free = screen()->availableGeometry();
     const QSize content = contentView_ != nullptr ? contentView_->size() : size();
     const QPoint corner(area.x() + (area.width() - content.width()) / 2,
                         area.y() + static_cast<int>(std::lround((area.height() - content.height()) * kAboveCentre)));
     // On a screen that is too small the window's own control, in its upper right corner, is what has to be reached.
-    const int left = std::min(corner.x(), area.right() + 1 - content.width());
-    move(QPoint(left, std::max(corner.y(), area.y())) - QPoint(margin_, margin_));
+    const int left = std::min(corner.x(), free.right() + 1 - content.width());
+    const int top = std::max(free.top(), std::min(corner.y(), free.bottom() + 1 - content.height()));
+    move(QPoint(left, top) - QPoint(margin_, margin_));
 }
 
 void Window::orderFrontRegardless() {

@@ -8,14 +8,15 @@
 #include <optional>
 #include <vector>
 
+class Outline;
 class View;
 
 // A top-level window around a content view, with macOS's vocabulary for its looks. The content view keeps the
-// size that it has in the interface file.
+// size that it has in the interface file, and is lower only on a screen that is too low for it.
 //
 // While a compositor runs, the shadow is painted in a margin around the content view. Without one, see-through parts
-// come out solid black: then there is no margin and no shadow, and the window is cut to the content view's rounded
-// shape. This is asked again whenever the compositor comes or goes.
+// come out solid black: then there is no margin and no shadow, the window is cut to the content view's rounded
+// shape, and a line of one pixel sets it off. This is asked again whenever the compositor comes or goes.
 //
 // Main thread. Knows nothing of what it shows.
 class Window : public QWidget {
@@ -27,6 +28,7 @@ public:
     // Above 0 the window floats over normal ones.
     static constexpr int kNormalLevel = 0;
     static constexpr int kFloatingLevel = 3;
+    static constexpr int kLeastHeight = 400;
 
     explicit Window(QWidget* parent = nullptr);
     ~Window() override;
@@ -53,8 +55,8 @@ public:
     void setLevel(int level);
     int level() const { return level_; }
 
-    // In the middle of the screen, a little above it from top to bottom. On a screen that is too small, the upper right
-    // corner is on it.
+    // In the middle of the screen, a little above it from top to bottom. On a screen that is too low, the content view
+    // becomes lower, down to kLeastHeight; on one that is still too small, the upper right corner is on it.
     void center();
     // In front of the windows of all programs, asking for the keyboard: the window is to be used without a mouse, too.
     void orderFrontRegardless();
@@ -83,13 +85,17 @@ private:
     void compositorChanged();
     // Puts the content view and the margin around it where they belong; the content stays where it is on the screen.
     void arrange();
+    void fitHeight();
     void applyShape();
     int shadowMargin() const;
     // Takes the shadow away where it would show through a body that is see-through.
     void cutShadow(QPainter& painter) const;
-    std::vector<QRect> shapeInPixels() const;
+    // Without so many of its outermost pixels.
+    std::vector<QRect> shapeInPixels(int without = 0) const;
 
     View* contentView_ = nullptr;
+    Outline* outline_;
+    int naturalHeight_ = 0; // of the content view
     int styleMask_ = kTitled;
     bool movable_ = false;
     Color background_{1.0, 1.0, 1.0, 1.0};

@@ -121,7 +121,7 @@ TEST_F(InterfaceFileTest, RaisesForAClassThatIsNotOnTheList) {
         const QByteArray contents = test::readFile(pathOf(u"QNMainController"_s));
         replace(u"QNMainController"_s, "<widget class=\"QNSpinner\"", "<widget class=\"" + foreign + "\"");
         EXPECT_EQ(reasonOf([] { loadInterfaceFile(u"QNMainController"_s); }),
-                  u"Interface file \"QNMainController\": line 14, <widget>: unknown class "_s +
+                  u"Interface file \"QNMainController\": line 16, <widget>: unknown class "_s +
                       QString::fromLatin1(foreign));
         test::writeFile(pathOf(u"QNMainController"_s), contents);
     }

@@ -42,6 +42,7 @@ TEST_F(InterfaceReaderTest, SetsEachKindOfProperty) {
                     "<property name='minimumSize'><size><height>4</height><width>3</width></size></property>"
                     "<property name='maximumWidth'><number>300</number></property>"
                     "<property name='accessibleName'><string notr='true'>a &amp; b</string></property>"
+                    "<property name='acceptDrops'><bool>true</bool></property>"
                     "<property name='layoutDirection'><enum>Qt::RightToLeft</enum></property>"
                     "<widget class='TextField' name='text'><property name='alignment'>"
                     "<set>Qt::AlignRight|Qt::AlignTop</set></property></widget>"));
@@ -49,6 +50,7 @@ TEST_F(InterfaceReaderTest, SetsEachKindOfProperty) {
     EXPECT_EQ(root->minimumSize(), QSize(3, 4));
     EXPECT_EQ(root->maximumWidth(), 300);
     EXPECT_EQ(root->accessibleName(), u"a & b"_s);
+    EXPECT_TRUE(root->acceptDrops());
     EXPECT_EQ(root->layoutDirection(), Qt::RightToLeft);
     EXPECT_EQ(root->findChild<TextField*>(u"text"_s)->alignment(), Qt::AlignRight | Qt::AlignTop);
 }

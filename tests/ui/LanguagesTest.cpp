@@ -94,6 +94,8 @@ protected:
         const TextView view(field.shownText(), QRectF(field.rect()), field.alignment());
         EXPECT_LE(view.height(), field.height()) << qPrintable(field.objectName());
         EXPECT_LE(view.width(), field.width()) << qPrintable(field.objectName());
+        EXPECT_FALSE(view.isElided()) << qPrintable(field.objectName());
+        expectNoShortLastLine(field.string(), view);
         // A word is broken only where its language breaks words.
         const QString string = field.string();
         for (qsizetype index = 1; index < string.size(); ++index) {
@@ -109,7 +111,21 @@ protected:
         }
     }
 
+    // No text ends on a line of one short word.
+    static void expectNoShortLastLine(const QString& string, const TextView& view) {
+        const auto lines = view.rectsForRange({0, string.size()});
+        if (view.lineCount() < 2) {
+            return;
+        }
+        double last = 0.0;
+        for (const QRectF& piece : lines) {
+            last += piece.top() == lines.back().top() ? piece.width() : 0.0;
+        }
+        EXPECT_GT(last, view.width() / 2.0) << qPrintable(string);
+    }
+
     void expectUncut(const Button& button) {
+        EXPECT_FALSE(button.shownTitle().isElided()) << qPrintable(button.title());
         const TextView view(button.attributedTitle(), QRectF(0, 0, 1.0e6, 0), Qt::AlignLeft);
         constexpr double kSides = 32.0;
         EXPECT_LE(view.width() + kSides, button.width()) << qPrintable(button.title());
@@ -219,11 +235,12 @@ TEST(Languages, DISABLED_WriteHanInTheirOwnForms) {
 }
 
 TEST(Languages, WriteHanInTheFormsOfTheChosenLanguage) {
-    const std::vector<std::array<const char*, 3>> choices{{"LC_MESSAGES", "zh_CN.UTF-8", "Noto Sans CJK SC"},
-                                                          {"LC_MESSAGES", "zh_TW.UTF-8", "Noto Sans CJK TC"},
-                                                          {"LC_MESSAGES", "ja_JP.UTF-8", "Noto Sans CJK JP"},
-                                                          {"LC_MESSAGES", "ko_KR.UTF-8", "Noto Sans CJK KR"},
-                                                          {"LC_ALL", "zh_TW.UTF-8", "Noto Sans CJK TC"}};
+    const std::vector<std::array<const char*, 3>> choices{
+        {"LC_MESSAGES", "zh_CN.UTF-8", "Noto Sans CJK SC"}, {"LC_MESSAGES", "zh_TW.UTF-8", "Noto Sans CJK TC"},
+        {"LC_MESSAGES", "ja_JP.UTF-8", "Noto Sans CJK JP"}, {"LC_MESSAGES", "ko_KR.UTF-8", "Noto Sans CJK KR"},
+        {"LANGUAGE", "zh_CN:en", "Noto Sans CJK SC"},       {"LANGUAGE", "zh_TW:en", "Noto Sans CJK TC"},
+        {"LANGUAGE", "ja:en", "Noto Sans CJK JP"},          {"LANGUAGE", "ko:en", "Noto Sans CJK KR"},
+        {"LC_ALL", "zh_TW.UTF-8", "Noto Sans CJK TC"}};
     for (const auto& [variable, value, family] : choices) {
         std::map<QString, QString> environment{{u"LC_ALL"_s, u""_s},
                                                {u"LANGUAGE"_s, u""_s},

@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int kAround = 56;        // points of desktop around the window
-constexpr int kUntilPainted = 700; // milliseconds, compositor included
+constexpr int kUntilPainted = 400; // milliseconds, compositor included
 
 void turnLoop(int milliseconds) {
     QElapsedTimer clock;

@@ -42,8 +42,8 @@ bool breaksAWord(const TextView& view, const QString& string) {
 }
 
 QString misfitOf(const TextField& field) {
-    const TextView view(field.shownText(), QRectF(field.rect()), field.alignment());
-    if (view.height() > field.height() || view.width() > field.width()) {
+    const TextView view = field.textView();
+    if (view.isElided() || view.height() > field.height() || view.width() > field.width()) {
         return u"is cut off"_s;
     }
     return breaksAWord(view, field.string()) ? u"breaks inside a word"_s : QString();
