@@ -128,6 +128,29 @@ void addImage(const std::string& path, SeedFolder& seeds) {
     }
 }
 
+// The blocks of an APFS container that hold anything, each behind its place.
+void addContainer(const std::string& path, SeedFolder& seeds) {
+    constexpr std::size_t kBlock = 4096;
+    constexpr std::size_t kBlocks = 4096;
+    const auto image = DiskImage::open(path);
+    for (const Partition& partition : readPartitionMap(*image->disk()).partitions) {
+        if (partition.content != "Apple_APFS") {
+            continue;
+        }
+        Bytes seed;
+        for (std::size_t place = 0; place < std::min<std::uint64_t>(kBlocks, partition.length / kBlock); ++place) {
+            Bytes block(kBlock);
+            image->disk()->read(partition.offset + place * kBlock, block);
+            if (block != Bytes(kBlock)) {
+                seed.push_back(static_cast<std::byte>(place >> 8U));
+                seed.push_back(static_cast<std::byte>(place));
+                seed.insert(seed.end(), block.begin(), block.end());
+            }
+        }
+        seeds.add(seed);
+    }
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
@@ -137,11 +160,13 @@ int main(int count, char** arguments) {
     }
     const std::filesystem::path folder = arguments[1];
     SeedFolder hfs(folder / "hfs");
+    SeedFolder apfs(folder / "apfs");
     SeedFolder decmpfs(folder / "decmpfs");
     addHfsSeeds(hfs);
     addDecmpfsSeeds(decmpfs);
     for (int i = 2; i < count; ++i) {
         fuzz::allowRefusal([&] { addImage(arguments[i], hfs); });
+        fuzz::allowRefusal([&] { addContainer(arguments[i], apfs); });
     }
     return 0;
 }
