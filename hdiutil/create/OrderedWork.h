@@ -1,12 +1,16 @@
 #pragma once
 
+#include "base/Threads.h"
+
 #include <algorithm>
+#include <cerrno>
 #include <condition_variable>
 #include <cstddef>
 #include <exception>
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -24,8 +28,9 @@ public:
         : count_(count), make_(std::move(make)) {
         const std::size_t wanted = threads != 0 ? threads : std::max(1U, std::thread::hardware_concurrency());
         results_.resize(wanted * kReadyPerThread);
-        for (std::size_t i = 0; i < std::min(wanted, count); ++i) {
-            threads_.emplace_back([this] { work(); });
+        base::addThreads(threads_, std::min(wanted, count), [this] { work(); });
+        if (threads_.empty() && count > 0) {
+            throw std::system_error(EAGAIN, std::generic_category());
         }
     }
 

@@ -1,6 +1,7 @@
 #include "hdiutil/front/ExtractQueue.h"
 
 #include "base/Files.h"
+#include "base/Threads.h"
 #include "hdiutil/front/FrontError.h"
 #include "hdiutil/image/ImageError.h"
 
@@ -46,8 +47,9 @@ void setModeAndTimes(int fd, const Attributes& attributes) {
 ExtractQueue::ExtractQueue(const Volume& volume, const std::atomic<bool>& stop, unsigned threads)
     : volume_(volume), stop_(stop) {
     const unsigned count = threads != 0 ? threads : std::max(2U, std::thread::hardware_concurrency());
-    for (unsigned i = 0; i < count; ++i) {
-        threads_.emplace_back([this] { work(); });
+    base::addThreads(threads_, count, [this] { work(); });
+    if (threads_.empty()) {
+        throw AttachError(errorText(EAGAIN));
     }
 }
 

@@ -169,7 +169,11 @@ void FuseServer::start(std::function<void()> ended) {
         // More only means more buffers: each has the kernel's largest request and a decoder to itself.
         constexpr unsigned kThreadsPerCore = 2;
         fuse_loop_cfg_set_max_threads(config, kThreadsPerCore * std::max(2U, std::thread::hardware_concurrency()));
-        fuse_session_loop_mt(session, config);
+        // Where no further thread is to be had this one serves alone: whoever opens the mount waits until somebody
+        // does.
+        if (fuse_session_loop_mt(session, config) != 0) {
+            fuse_session_loop(session);
+        }
         fuse_loop_cfg_destroy(config);
         ended();
     });

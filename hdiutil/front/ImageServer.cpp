@@ -17,6 +17,7 @@
 #include <chrono>
 #include <csignal>
 #include <new>
+#include <system_error>
 #include <thread>
 
 namespace hdi {
@@ -137,10 +138,18 @@ void ImageServer::startAll() {
 void ImageServer::serve(bool received) {
     if (received) {
         state_.reset();
-        std::thread([this] { workBeside(); }).detach(); // the process ends without waiting for it
+        startBeside();
         waitForEnd();
     }
     takeBack();
+}
+
+void ImageServer::startBeside() {
+    try {
+        std::thread([this] { workBeside(); }).detach(); // the process ends without waiting for it
+    } catch (const std::system_error&) {
+        workBeside(); // an end signal waits until it is done
+    }
 }
 
 // What takes milliseconds or seconds must not stand in the way of the first file, for which somebody is waiting now.

@@ -37,6 +37,7 @@ private:
     bool mountAll();
     void startAll();
     void unmountAll();
+    void startBeside();
     void workBeside();
     void widenAll();
     void check();

@@ -1,5 +1,6 @@
 #include "hdiutil/image/ChunkCache.h"
 
+#include "base/Threads.h"
 #include "hdiutil/image/ImageError.h"
 
 #include <algorithm>
@@ -194,9 +195,7 @@ void ChunkCache::readAhead(std::size_t from, std::size_t count) {
 }
 
 void ChunkCache::startThreads() {
-    for (unsigned i = 0; i < threadCount_; ++i) {
-        threads_.emplace_back([this] { work(); });
-    }
+    base::addThreads(threads_, threadCount_, [this] { work(); });
 }
 
 void ChunkCache::work() {

@@ -1,5 +1,7 @@
 #include "hdiutil/image/ParallelFor.h"
 
+#include "base/Threads.h"
+
 #include <algorithm>
 #include <atomic>
 #include <exception>
@@ -47,12 +49,10 @@ void parallelFor(std::size_t count, unsigned threads, const std::function<void(s
     Work work(count, action);
     const std::size_t wanted = threads != 0 ? threads : std::max(1U, std::thread::hardware_concurrency());
     std::vector<std::jthread> helpers;
-    for (std::size_t i = 1; i < std::min(wanted, count); ++i) {
-        helpers.emplace_back([&work] {
-            while (work.step()) {
-            }
-        });
-    }
+    base::addThreads(helpers, std::max<std::size_t>(std::min(wanted, count), 1) - 1, [&work] {
+        while (work.step()) {
+        }
+    });
     while (work.step()) {
         if (after) {
             after(work.done);
