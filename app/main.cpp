@@ -89,6 +89,10 @@ void startAheadWithDisplay() {
 
 int main(int argc, char** argv) {
     platform::undoInheritedSettings();
+    if (const char* const sentence = platform::missingRoom()) {
+        platform::consoleLog(QString::fromLatin1(sentence));
+        return 1;
+    }
     const QStringList arguments = argumentList(argc, argv);
     const Bundle& bundle = Bundle::mainBundle();
     if (bundle.infoDictionary().isEmpty()) {

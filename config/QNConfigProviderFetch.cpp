@@ -3,11 +3,13 @@
 #include "config/QNConfigProvider.h"
 #include "logging/QNLogger.h"
 #include "platform/Console.h"
+#include "platform/SystemExceptions.h"
 #include "platform/UrlSession.h"
 #include "platform/base/Format.h"
 #include "platform/base/MainQueue.h"
 #include "platform/base/NotificationCenter.h"
 #include "platform/base/NotificationNames.h"
+#include "platform/base/PlatformException.h"
 #include "platform/base/ProcessArguments.h"
 #include "sysinfo/QNPortalProvider.h"
 #include "sysinfo/QNSystemInfo.h"
@@ -119,6 +121,15 @@ void QNConfigProvider::loadConfigWithCompletion(Completion completion) {
     }
     UrlRequest request = requestFor(addressOfThisRun());
     const Fetch fetch(request.address, std::move(completion));
-    UrlSession::dataTask(std::move(request),
-                         [fetch](const auto& body, const auto&, const auto& error) { fetch.takeAnswer(body, error); });
+    const QString text = request.address ? request.address->text : QString();
+    try {
+        platform::translatingSystemExceptions([&] {
+            UrlSession::dataTask(std::move(request), [fetch](const auto& body, const auto&, const auto& error) {
+                fetch.takeAnswer(body, error);
+            });
+        });
+    } catch (const PlatformException& exception) { // no thread to be had, which its user is to see as any other failure
+        consoleLog(formatText("Nothing can be requested: %@", exception));
+        fetch.takeAnswer(std::nullopt, TransportError{TransportError::kUnknown, text});
+    }
 }

@@ -2,12 +2,15 @@
 
 #include "platform/Console.h"
 #include "platform/DisplayLoss.h"
+#include "platform/UrlSession.h"
 
 #include <QStringList>
 
 #include <unistd.h>
 
+#include <csignal>
 #include <mutex>
+#include <string_view>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -27,9 +30,21 @@ StartMessages& startMessages() {
     return *instance;
 }
 
-// Qt aborts when it has no window system, and waits for ever for a thread that it could not start.
+// Qt waits for ever for a thread that it could not start, wherever it wanted one, and no signal reaches it there.
+bool neverReturns(const QString& message) {
+    return message.startsWith(u"QThread::start"_s);
+}
+
+// Qt aborts when it has no window system.
 bool endsTheStart(QtMsgType type, const QString& message) {
-    return type == QtFatalMsg || message.startsWith(u"QThread::start"_s);
+    return type == QtFatalMsg || neverReturns(message);
+}
+
+// Qt's plugin for X follows null pointers where the display's connection breaks while it starts.
+extern "C" void endBrokenStart(int) {
+    constexpr std::string_view kLine = "QNInstaller: No window can be shown: the connection to the display broke\n";
+    [[maybe_unused]] const ssize_t count = ::write(STDERR_FILENO, kLine.data(), kLine.size());
+    ::_exit(1);
 }
 
 // False when the start is over.
@@ -48,10 +63,15 @@ bool hold(QtMsgType type, const QString& message) {
 }
 
 void logMessageOfQt(QtMsgType type, const QMessageLogContext&, const QString& message) {
-    if (!hold(type, message)) {
-        consoleLog(u"Qt: "_s + message);
-        endIfDisplayIsLost(message);
+    if (hold(type, message)) {
+        return;
     }
+    consoleLog(u"Qt: "_s + message);
+    if (neverReturns(message)) {
+        UrlSession::removePartialDownloads();
+        ::_exit(1);
+    }
+    endIfDisplayIsLost(message);
 }
 
 } // namespace
@@ -63,11 +83,13 @@ void captureQtMessages() {
 void awaitWindowSystem() {
     const std::lock_guard lock(startMessages().mutex);
     startMessages().held = true;
+    std::signal(SIGSEGV, endBrokenStart);
 }
 
 void windowSystemIsReady() {
     const std::lock_guard lock(startMessages().mutex);
     startMessages().held = false;
+    std::signal(SIGSEGV, SIG_DFL);
     for (const QString& message : std::exchange(startMessages().messages, {})) {
         consoleLog(u"Qt: "_s + message);
     }

@@ -3,11 +3,25 @@
 #include "base/Descriptor.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
 
 namespace platform {
+
+namespace {
+
+// What a run has open at the same time where a session bus and assistive technology take part, and a few for the
+// libraries that nobody has counted.
+constexpr int kDescriptors = 20;
+
+// What a run maps beside the program and its libraries: pictures, fonts, and the stacks and heaps of its threads.
+constexpr std::size_t kAddressSpace = std::size_t{320} * 1024 * 1024;
+
+} // namespace
 
 void undoInheritedSettings() {
     // The lowest free number is given out first, so this fills exactly the gaps among 0, 1 and 2.
@@ -23,6 +37,19 @@ void undoInheritedSettings() {
     sigemptyset(&children);
     sigaddset(&children, SIGCHLD);
     ::sigprocmask(SIG_UNBLOCK, &children, nullptr);
+}
+
+const char* missingRoom() {
+    const base::Descriptor last(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, kDescriptors));
+    if (!last && (errno == EINVAL || errno == EMFILE)) {
+        return "No window can be shown: this process may have too few files open at a time (ulimit -n)";
+    }
+    void* const memory = ::mmap(nullptr, kAddressSpace, PROT_NONE, MAP_PRIVATE | MAP_ANON | MAP_NORESERVE, -1, 0);
+    if (memory == MAP_FAILED) {
+        return "No window can be shown: this process may use too little memory (ulimit -v)";
+    }
+    ::munmap(memory, kAddressSpace);
+    return nullptr;
 }
 
 } // namespace platform

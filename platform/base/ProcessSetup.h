@@ -7,4 +7,8 @@ namespace platform {
 // limit for files that would kill it in mid-download. First thing in main.
 void undoInheritedSettings();
 
+// What a run needs and this process was not given, as a sentence for the console; null when there is nothing. Libraries
+// that run out of descriptors or of memory in the middle abort, or wait for ever.
+const char* missingRoom();
+
 } // namespace platform

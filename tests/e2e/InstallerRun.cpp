@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <grp.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/mount.h>
@@ -198,6 +200,39 @@ void InstallerRun::blockSignals() {
         ::sigfillset(&all);
         ::sigprocmask(SIG_BLOCK, &all, nullptr);
         ::signal(SIGCHLD, SIG_IGN);
+    });
+}
+
+void InstallerRun::sendStreamsTo(const char* path) {
+    process_.setChildProcessModifier([path] {
+        const int file = ::open(path, O_WRONLY);
+        ::dup2(file, STDOUT_FILENO);
+        ::dup2(file, STDERR_FILENO);
+        ::close(file);
+    });
+}
+
+void InstallerRun::limit(int resource, rlim_t most) {
+    process_.setChildProcessModifier([resource, most] {
+        const rlimit limit{most, most};
+        ::setrlimit(static_cast<__rlimit_resource_t>(resource), &limit);
+    });
+}
+
+void InstallerRun::limitThreads(rlim_t most) {
+    constexpr uid_t kFirst = 60'000;
+    const bool isRoot = ::geteuid() == 0;
+    const uid_t user = isRoot ? kFirst + static_cast<uid_t>(::getpid()) % 5'000 : ::geteuid();
+    if (isRoot) {
+        QProcess owner;
+        owner.start(u"chown"_s, {u"-R"_s, QString::number(user), test::folder()});
+        ASSERT_TRUE(owner.waitForFinished());
+    }
+    process_.setChildProcessModifier([user, most, isRoot] {
+        const rlimit limit{most, most};
+        if (!isRoot || (::setgroups(0, nullptr) == 0 && ::setresuid(user, user, user) == 0)) {
+            ::setrlimit(RLIMIT_NPROC, &limit);
+        }
     });
 }
 

@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <sys/resource.h>
+
 #include <chrono>
 #include <csignal>
 #include <functional>
@@ -62,6 +64,12 @@ public:
     // Before start(): the program finds its standard descriptors closed; the end's signals blocked, SIGCHLD ignored.
     void closeStandardStreams();
     void blockSignals();
+    // Before start(): what the program writes to its standard streams goes to this file.
+    void sendStreamsTo(const char* path);
+    // Before start(): the program has no more than `most` of this resource (setrlimit(2)).
+    void limit(int resource, rlim_t most);
+    // The same as an ordinary user who has no other process: the superuser may have any number of threads.
+    void limitThreads(rlim_t most);
     // Before start(): the program finds a file of nothing at this place.
     void emptyFile(const QString& path);
     // Ends the process and deletes the folder, so that a case can have another run.
