@@ -32,24 +32,34 @@ void closeOthers(int kept) {
     close_range(std::max(keep + 1, kFirst), ~0U, 0);
 }
 
-// The caller's terminal, descriptors, working folder and signal settings are none of ours from here on.
-void leaveCaller(int kept) {
+// The caller's terminal, descriptors, working folder and signal settings are none of ours from here on. False, with
+// errno set, when they cannot be left: whoever reads the caller's output would wait for its end as long as we live.
+bool leaveCaller(int kept) {
     setsid();
     (void)!chdir("/");
-    const int null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    base::Descriptor null(::open("/dev/null", O_RDWR | O_CLOEXEC));
     for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        dup2(null, fd);
+        if (dup2(null.get(), fd) < 0) {
+            return false;
+        }
     }
+    null.reset();
     closeOthers(kept);
     prctl(PR_SET_NAME, "hdiutil");
     for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGCHLD}) {
         std::signal(signal, SIG_DFL); // NOLINT(cert-err33-c): these can always be set
     }
     std::signal(SIGPIPE, SIG_IGN); // NOLINT(cert-err33-c)
+    return true;
 }
 
 [[noreturn]] void runDaemon(const AttachOptions& options, const VolumesFolder& volumes, base::Descriptor pipe) {
-    leaveCaller(pipe.get());
+    if (!leaveCaller(pipe.get())) {
+        DaemonReport report;
+        report.message = AttachError(errorText(errno)).what();
+        (void)base::writeAll(pipe.get(), serialize(report));
+        _exit(0);
+    }
     ImageServer server(options, volumes);
     const DaemonReport report = server.attach();
     const bool received = base::writeAll(pipe.get(), serialize(report));

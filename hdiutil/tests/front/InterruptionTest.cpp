@@ -199,5 +199,14 @@ TEST_P(SignalledCreation, LeavesNothingBehind) {
     EXPECT_TRUE(fs::is_empty(base() + "/target"));
 }
 
+// Whoever reads the tool's output waits for its end, and the daemon would keep that open.
+TEST_F(InterruptedMount, FailsWhenTheDaemonCannotLeaveTheCallersOutput) {
+    const Outcome outcome = runProgram(mounting("?dup2,?dup3:error=EMFILE:when=2"));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "hdiutil: attach failed - Too many open files\n");
+    EXPECT_TRUE(outcome.sawEnd);
+    EXPECT_THAT(leftovers(), IsEmpty());
+}
+
 } // namespace
 } // namespace hdi::test
