@@ -12,7 +12,6 @@ import mmap
 import os
 import re
 import select
-import signal
 import socket
 import struct
 import subprocess
@@ -53,7 +52,8 @@ ERRORS = {
     "clone": ["EAGAIN"], "clone3": ["EAGAIN"], "vfork": ["EAGAIN"], "fork": ["EAGAIN"], "execve": ["EACCES", "ENOMEM"],
     "wait4": ["EINTR", "ECHILD"], "waitid": ["EINTR", "ECHILD"], "prctl": ["EINVAL"], "prlimit64": ["EPERM"],
     "setsid": ["EPERM"], "sysinfo": ["ENOSYS"], "uname": ["ENOSYS"],
-    "sched_getaffinity": ["EPERM"], "rt_sigaction": ["EINVAL"], "rt_sigtimedwait": ["EINTR"], "clock_nanosleep": ["EINTR"],
+    "sched_getaffinity": ["EPERM"], "rt_sigaction": ["EINVAL"], "rt_sigtimedwait": ["EINTR"],
+    "clock_nanosleep": ["EINTR"],
 }
 
 Call = collections.namedtuple("Call", "program name number")  # the number-th call of that name by that program, from 1
@@ -224,8 +224,8 @@ def failing_once(target, error, hits):
     return decide
 
 
-def killing_at(place, program, hits):
-    """Kills the program before its place-th call of any name."""
+def acting_at(place, program, act, hits):
+    """Does act(process) before the program's place-th call of any name."""
     seen = [0]
 
     def decide(call, asked):
@@ -233,6 +233,22 @@ def killing_at(place, program, hits):
             seen[0] += 1
             if seen[0] == place:
                 hits.append(call)
-                os.kill(process_of(asked.tid), signal.SIGKILL)
+                act(process_of(asked.tid))
         return None
     return decide
+
+
+def break_display(process):
+    """As at the end of an X server: every connection of the process to one is shut down."""
+    handle = os.pidfd_open(process)
+    for name in os.listdir(f"/proc/{process}/fd"):
+        if not os.readlink(f"/proc/{process}/fd/{name}").startswith("socket:"):
+            continue
+        copy = libc.syscall(NUMBERS["pidfd_getfd"], handle, int(name), 0)
+        with socket.socket(fileno=copy) as connection:
+            try:
+                if connection.family == socket.AF_UNIX and ".X11-unix" in str(connection.getpeername()):
+                    connection.shutdown(socket.SHUT_RDWR)
+            except OSError:  # not connected
+                continue
+    os.close(handle)

@@ -73,6 +73,12 @@ class World:
         routes.write_text(stage.SOME_ROUTE)
         (routes.parent / "ipv6_route").write_text("")
 
+    def rename(self, identifier):
+        path = self.stage.bundle / "Contents/Info.plist"
+        info = plistlib.loads(path.read_bytes())
+        info["CFBundleIdentifier"] = identifier
+        path.write_bytes(plistlib.dumps(info))
+
     def environment(self, **more):
         return dict(self.stage.environment(), **more)
 
@@ -146,6 +152,14 @@ class World:
         shutil.rmtree(self.folder, ignore_errors=True)
 
 
+def await_log(world, text):
+    deadline = time.monotonic() + LONGEST_SECONDS
+    while text not in world.log():
+        if time.monotonic() > deadline:
+            raise RuntimeError(f"waited in vain for {text!r}")
+        time.sleep(0.01)
+
+
 def await_end(process, world):
     """Waits for the end of a run; asks one that waits for its user to end. The status, and what was wrong with that."""
     begin = last_change = time.monotonic()
@@ -175,8 +189,9 @@ def kill(process):
     return process.poll()
 
 
-def judge(process, world):
-    """What is wrong with a run in which one thing failed: a list of sentences, empty for nothing."""
+def judge(process, world, ends_early=False):
+    """What is wrong with a run in which one thing failed: a list of sentences, empty for nothing. One that was made to
+    end early need not say why the installer did not run."""
     status, wrong = await_end(process, world)
     problems = [wrong] if wrong else []
     if not wrong and status < 0:
@@ -185,7 +200,7 @@ def judge(process, world):
         problems.append(f"status {status} without a word")
     problems += [f"torn line: {line!r}" for line in world.torn_lines()]
     told = b'"trace": "ERROR"' in world.log() or world.console().strip()
-    if not world.installer_ran() and not told:
+    if not world.installer_ran() and not told and not ends_early:
         problems.append("the installer did not run and nothing says why")
     try:
         world.tool("info")  # a failed run leaves its volume; the next call takes it back
