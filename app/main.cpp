@@ -88,6 +88,7 @@ void startAheadWithDisplay() {
 } // namespace
 
 int main(int argc, char** argv) {
+    platform::refuseWithoutMemory();
     platform::undoInheritedSettings();
     if (const char* const sentence = platform::missingRoom()) {
         platform::consoleLog(QString::fromLatin1(sentence));

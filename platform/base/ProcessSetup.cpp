@@ -9,6 +9,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <string_view>
 
 namespace platform {
 
@@ -20,6 +24,27 @@ constexpr int kDescriptors = 20;
 
 // What a run maps beside the program and its libraries: pictures, fonts, and the stacks and heaps of its threads.
 constexpr std::size_t kAddressSpace = std::size_t{320} * 1024 * 1024;
+
+std::terminate_handler netBefore = nullptr;
+
+// Nothing is unwound: other threads may use what would be destroyed.
+void endWithoutMemory() {
+    try {
+        if (const std::exception_ptr inFlight = std::current_exception()) {
+            std::rethrow_exception(inFlight);
+        }
+    } catch (const std::bad_alloc&) {
+        constexpr std::string_view kLine = "QNInstaller: No window can be shown: there is not enough memory\n";
+        [[maybe_unused]] const ssize_t count = ::write(STDERR_FILENO, kLine.data(), kLine.size());
+        ::_exit(1);
+    } catch (...) {
+        // Not ours to tell.
+    }
+    if (netBefore) {
+        netBefore();
+    }
+    std::abort();
+}
 
 } // namespace
 
@@ -37,6 +62,10 @@ void undoInheritedSettings() {
     sigemptyset(&children);
     sigaddset(&children, SIGCHLD);
     ::sigprocmask(SIG_UNBLOCK, &children, nullptr);
+}
+
+void refuseWithoutMemory() {
+    netBefore = std::set_terminate(endWithoutMemory);
 }
 
 const char* missingRoom() {
