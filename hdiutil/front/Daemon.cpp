@@ -111,6 +111,9 @@ std::optional<AttachResult> attachThroughDaemon(const AttachOptions& options, co
     if (report && report->kind == DaemonReport::Kind::kAttached) {
         return AttachResult{std::move(report->rows), std::move(report->messages), true};
     }
+    if (!report) {
+        kill(child, SIGTERM); // should it be serving what nobody will ever hear of
+    }
     reap(child);
     if (report && report->kind == DaemonReport::Kind::kFound) {
         return AttachResult{std::move(report->rows), std::move(report->messages), false};
