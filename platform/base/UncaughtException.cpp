@@ -40,10 +40,14 @@ std::terminate_handler systemsOwnNet = nullptr;
 void lastNet() {
     const std::exception_ptr inFlight = std::current_exception();
     const UncaughtExceptionHandler handler = installedHandler;
-    if (inFlight && handler && !insideHandler) {
+    if (handler && !insideHandler) {
         insideHandler = true;
         try {
-            std::rethrow_exception(inFlight);
+            if (inFlight) {
+                std::rethrow_exception(inFlight);
+            }
+            // The C++ library itself gave up: its directories, for one, when they get no memory.
+            throw PlatformException(u"std::terminate"_s, QString());
         } catch (...) {
             handler(inFlightAsOurs());
         }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <exception>
 #include <stdexcept>
 #include <thread>
 
@@ -78,4 +79,17 @@ TEST(UncaughtExceptionDeathTest, ThatNobodyWrappedStillReachesTheHandlerBeforeTh
             std::thread([] { throw PlatformException::range(u"loose"_s); }).join();
         },
         "seen: loose");
+}
+
+TEST(UncaughtExceptionDeathTest, OfALibraryThatGaveUpReachesTheHandlerToo) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            platform::setUncaughtExceptionHandler([](const PlatformException& exception) {
+                std::fprintf(stderr, "seen: %s\n", exception.name().toUtf8().constData());
+            });
+            platform::installTerminateNet();
+            std::terminate();
+        },
+        "seen: std::terminate");
 }
