@@ -6,7 +6,9 @@
 #include <QEvent>
 #include <QObject>
 
-#include <deque>
+#include <atomic>
+#include <list>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -20,11 +22,13 @@ public:
     bool event(QEvent* event) override;
 };
 
+// Nothing is allocated under the lock: whoever runs out of memory goes to the crash handler from where that was
+// noticed, and the handler needs the queue.
 struct Queue {
     std::mutex mutex;
-    std::deque<std::function<void()>> work;
+    std::list<std::function<void()>> work;
     Receiver* receiver = nullptr;
-    std::thread::id mainThread;
+    std::atomic<std::thread::id> mainThread;
     bool isWoken = false; // an event is on its way
     bool running = false; // main thread only
 };
@@ -35,10 +39,16 @@ Queue& queue() {
     return *instance;
 }
 
+using Alarm = std::unique_ptr<QEvent>;
+
+Alarm newAlarm() {
+    return std::make_unique<QEvent>(QEvent::User);
+}
+
 // Under the lock, when there is work.
-void wake(Queue& own) {
+void wake(Queue& own, Alarm alarm) {
     if (own.receiver && !std::exchange(own.isWoken, true)) {
-        QCoreApplication::postEvent(own.receiver, new QEvent(QEvent::User));
+        QCoreApplication::postEvent(own.receiver, alarm.release());
     }
 }
 
@@ -54,9 +64,10 @@ std::function<void()> takeFirst(Queue& from) {
 
 void endWork(Queue& own) {
     own.running = false;
+    Alarm alarm = newAlarm();
     const std::lock_guard lock(own.mutex);
     if (!own.work.empty()) {
-        wake(own);
+        wake(own, std::move(alarm));
     }
 }
 
@@ -94,25 +105,28 @@ namespace MainQueue {
 
 void attachToMainThread() {
     Queue& own = queue();
+    auto receiver = std::make_unique<Receiver>();
+    Alarm alarm = newAlarm();
     const std::lock_guard lock(own.mutex);
     own.mainThread = std::this_thread::get_id();
-    own.receiver = new Receiver;
+    own.receiver = receiver.release();
     if (!own.work.empty()) {
-        wake(own);
+        wake(own, std::move(alarm));
     }
 }
 
 void async(std::function<void()> work) {
     Queue& own = queue();
+    std::list<std::function<void()>> piece;
+    piece.push_back(std::move(work));
+    Alarm alarm = newAlarm();
     const std::lock_guard lock(own.mutex);
-    own.work.push_back(std::move(work));
-    wake(own);
+    own.work.splice(own.work.end(), piece);
+    wake(own, std::move(alarm));
 }
 
 bool isMainThread() {
-    Queue& own = queue();
-    const std::lock_guard lock(own.mutex);
-    return own.mainThread == std::this_thread::get_id();
+    return queue().mainThread == std::this_thread::get_id();
 }
 
 } // namespace MainQueue
