@@ -57,7 +57,7 @@ QString pathOfTemporaryDirectory() {
 } // namespace
 
 QString homeDirectory() {
-    const QString home = PathText::fromKernel(qgetenv("HOME"));
+    QString home = PathText::fromKernel(qgetenv("HOME"));
     if (home.startsWith(u'/')) {
         return home;
     }

@@ -19,6 +19,12 @@ void edit(Answers& answers, const Change& change) {
     change(answers.image.body);
 }
 
+// Within the list of the image's tables, where there is one: the same thing is wrong then, whatever lies in the image.
+void changeOneByte(std::string& bytes) {
+    const std::size_t list = bytes.rfind("<?xml");
+    bytes.at(list == std::string::npos ? bytes.size() / 3 : list) ^= 1;
+}
+
 void nameIt(Answers& answers, const std::string& name) {
     setHeader(answers.image, "Content-Disposition", "attachment; filename=\"" + name + "\"");
 }
@@ -46,8 +52,7 @@ constexpr std::array kFaults{
                  setBody(a.image, "<!DOCTYPE html><title>Sign in to the network</title>\n");
                  setHeader(a.image, "Content-Type", "text/html");
              }},
-    Scenario{"image-one-byte", "one byte of the image is another", "",
-             [](A a, C) { edit(a, [](std::string& bytes) { bytes.at(bytes.size() / 3) ^= 1; }); }},
+    Scenario{"image-one-byte", "one byte of the image is another", "", [](A a, C) { edit(a, changeOneByte); }},
     Scenario{"image-cut", "the second half is missing, and the length agrees", "",
              [](A a, C) { edit(a, [](std::string& bytes) { bytes.resize(bytes.size() / 2); }); }},
     Scenario{"image-doubled", "the image twice, one behind the other", "",

@@ -236,8 +236,8 @@ TEST(DiskImage, RefusesEncryptedImagesAndSaysSo) {
 }
 
 TEST(DiskImage, KnowsASignatureThatIsTheWholeFile) {
-    EXPECT_EQ(errorOf([] { opened(bytesOf("sprs")); }), ImageError::Kind::kUnsupported);
-    EXPECT_NE(errorOf([] { opened(bytesOf("spr")); }), ImageError::Kind::kUnsupported);
+    EXPECT_EQ(errorOf([] { opened(bytesOf("sprs")); }), ImageError::Kind::kDamaged);
+    EXPECT_EQ(errorOf([] { opened(bytesOf("spr")); }), ImageError::Kind::kNotRecognized);
 }
 
 TEST(DiskImage, DoesNotRecogniseWhatIsNoImage) {

@@ -39,7 +39,6 @@ TEST(SuggestedFilename, IsTheLastComponentOfTheAddressWithoutAHeader) {
         {{}, u"https://h/p/%2e%2e%2fb"_s, {}, u".._b"_s},
         {{}, u"https://h/folder/"_s, {}, u"folder"_s},
         {{}, u"file:///p/Kit.dmg"_s, {}, u"Kit.dmg"_s},
-        {{}, u"https://h/Kit%00.dmg%00.sh"_s, {}, u"Kit.dmg.sh"_s},
     });
 }
 

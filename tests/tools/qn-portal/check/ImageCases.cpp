@@ -70,11 +70,11 @@ void check(Findings& findings, const QString& image) {
     checkImage(findings, image, u"Kit.dmg"_s, installer);
 }
 
-Case with(const char* code, const std::function<void(const KitVolume&)>& change, const std::string& name = "Kit") {
-    return {code, [change, name](Findings& findings) {
+Case with(const char* code, const std::function<void(const KitVolume&)>& change) {
+    return {code, [change](Findings& findings) {
                 const KitVolume volume;
                 change(volume);
-                check(findings, volume.image(name));
+                check(findings, volume.image());
             }};
 }
 
@@ -272,8 +272,17 @@ std::vector<Case> containerCases() {
 
 std::vector<Case> topCases() {
     return {
-        with(
-            "image-volume-name", [](const KitVolume&) {}, "Kit "),
+        {"image-volume-name",
+         [](Findings& findings) {
+             const KitVolume volume;
+             QByteArray bytes = fileSystemOf(volume.image("Kit_"));
+             bytes.replace(QByteArrayView("\0K\0i\0t\0_", 8), QByteArrayView("\0K\0i\0t\0 ", 8)); // no tool writes it
+             const auto fileSystem = std::make_shared<MemorySource>(bytes);
+             const hdi::NewDisk disk = hdi::layOut(fileSystem, hdi::Layout::kGpt);
+             const QString path = volume.other(u"Blank.dmg"_s);
+             hdi::writeUdif(*disk.disk, disk.ranges, path.toStdString(), {});
+             check(findings, path);
+         }},
         with("image-empty", [](const KitVolume& volume) { QDir(volume.path(u"Kit.app"_s)).removeRecursively(); }),
         with("image-no-application",
              [](const KitVolume& volume) { QDir(volume.path({})).rename(u"Kit.app"_s, u"Kit"_s); }),
