@@ -28,7 +28,7 @@ std::shared_ptr<ApfsContainer> ApfsContainer::open(const ByteSourcePtr& partitio
     return opened;
 }
 
-void ApfsContainer::fail(const char* what, libfsapfs_error_t* error) const {
+void ApfsContainer::fail(const char* what, libfsapfs_error_t*& error) const {
     std::array<char, 1024> text{};
     if (error != nullptr) {
         libfsapfs_error_sprint(error, text.data(), text.size() - 1);

@@ -27,9 +27,10 @@ public:
 
     // Throws what the ByteSource threw beneath the library; else ImageError (kDamaged) with the library's words, which
     // it frees. Call with the mutex held.
-    [[noreturn]] void fail(const char* what, libfsapfs_error_t* error) const;
-    // The same unless `result` says that the call went well.
-    void check(int result, const char* what, libfsapfs_error_t* error) const {
+    [[noreturn]] void fail(const char* what, libfsapfs_error_t*& error) const;
+    // The same unless `result` says that the call went well. `error` may stand in the same call as what sets it, so it
+    // is looked at in here only.
+    void check(int result, const char* what, libfsapfs_error_t*& error) const {
         if (result != 1) {
             fail(what, error);
         }

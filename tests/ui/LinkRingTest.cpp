@@ -41,7 +41,8 @@ protected:
     std::vector<QRect> piecesOf(const HyperlinkTextField& field, const TextRange& range) {
         std::vector<QRect> pieces;
         const QPointF corner = field.mapTo(&window(), QPointF());
-        for (const HyperlinkInfo& info : field.hyperlinkInfos().value()) {
+        const auto infos = field.hyperlinkInfos();
+        for (const HyperlinkInfo& info : infos.value()) {
             if (info.range == range) {
                 const QRectF rect = info.rect.translated(corner);
                 pieces.push_back(QRectF(rect.topLeft() * scale_, rect.size() * scale_).toRect());
